@@ -1,0 +1,69 @@
+// The configuration client's plain functions: the C face of the store attached to this process.
+//
+// A query pins the calling thread's snapshot for its life; it belongs to the thread that made it. Pointers
+// that a query hands out live until the query is moved or freed. With no store attached every table
+// is empty and single-record tables hold their defaults.
+#pragma once
+
+#include "common/Export.h"
+#include "common/IpTypes.h"
+#include "config/records/Gid.h"
+
+struct __qv_ip_policy;
+struct __vexa_recipient_policy;
+
+// Head of every query. The high bit of the fourth byte says that the record at current_row is cached.
+struct cmf_query {
+  unsigned char header[4];
+  int current_row;
+};
+inline constexpr unsigned char CMF_QUERY_CACHED = 0x80;  // in header[3]
+
+extern "C" {
+
+// Never null while memory lasts; a table that does not exist is an empty one.
+KESTRAV_API cmf_query* cmf_query_create_withdomain(ngid_t domain, unsigned int gid);
+KESTRAV_API void cmf_query_free(cmf_query* query);
+// Number of records; negative on an error. The second argument is 0.
+KESTRAV_API int cmf_query_do_table_size(cmf_query* query, int unused);
+// Positions the query on record `index`; 0, or -1 when there is none. The second argument is 0.
+KESTRAV_API int cmf_set_query_cache_st(cmf_query* query, int unused, int index);
+// The record at the current position, null if none.
+KESTRAV_API const void* cmf_query_update(cmf_query* query);
+// Positions the query on the record whose id is `id`; 0, or -1 when there is none.
+KESTRAV_API int cmf_query_do_get_by_gid(cmf_query* query, unsigned int id);
+// This thread's shared query of a table, over the domain of cmf_set_cur_domain_id (0 at first).
+KESTRAV_API cmf_query* nCfg_query(unsigned int gid);
+
+// The way back into the store.
+KESTRAV_API void cmf_set_cur_domain_id(ngid_t domain);
+KESTRAV_API int cmf_query_goto(cmf_query* query, int index);
+KESTRAV_API void* cmf_query_data(cmf_query* query);
+KESTRAV_API int cmf_query_do_gui_commit(int unused, cmf_query* query, void* data, int mode);
+
+// Pins and releases the thread's snapshot; calls nest.
+KESTRAV_API void cmf_shm_read_lock();
+KESTRAV_API void cmf_shm_read_unlock();
+
+// Root entities. The first word of what cmdb_find_root_entity returns is the entity's shmid; the first byte of
+// the entity is its kind.
+inline constexpr unsigned char CMDB_SHM_T_TABLE = 1;
+inline constexpr unsigned char CMDB_SHM_T_OBJ = 2;
+KESTRAV_API const unsigned int* cmdb_find_root_entity(ngid_t domain, unsigned int id);
+KESTRAV_API void* cmf_ptr_from_shmid(unsigned int shmid, int unused);
+KESTRAV_API const void* cmf_get_obj_data(void* entity);
+
+// Flag word of this process; bit 2 selects the commit mode.
+KESTRAV_API extern unsigned int cmdb;
+// The status zone: the attached store's, or a private one before.
+KESTRAV_API extern char* nCfg_debug_zone;
+
+// Policy selection; 0 when a policy matched and the record was filled. The first enabled match in order wins.
+KESTRAV_API int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* record);
+// `sender` may be null: no sender. Addresses as EmailAddress::address() gives them.
+KESTRAV_API int cfg_get_incoming_policy(const char* sender, const char* recipient,
+                                        __vexa_recipient_policy* record);
+KESTRAV_API int cfg_get_outgoing_policy(const char* sender, const char* recipient,
+                                        __vexa_recipient_policy* record);
+
+}  // extern "C"

@@ -1,0 +1,119 @@
+// What a record's bytes mean, told once.
+//
+// Every record type has one constexpr table of fields. The text reader and writer, the schema, the
+// generated documentation, `vexactl` and the secrets mask all read that table and nothing else; a
+// compile-time check proves that it covers every byte of the struct.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <string_view>
+
+#include "config/records/Gid.h"
+
+namespace Kestrav::Config {
+
+struct RecordType;
+
+enum class Kind : std::uint8_t {
+  kReserved,   // no meaning; always zero
+  kText,       // char[size], NUL-terminated: at most size - 1 bytes of UTF-8
+  kUnsigned,   // little-endian, `size` bytes: 1, 2, 4 or 8
+  kSigned,
+  kFloat,      // IEEE 754, 4 bytes
+  kBool,       // `size` bytes, zero or one
+  kBit,        // bit `bit` of the `size` bytes at `offset`; with choices: words for 0 and 1
+  kEnum,       // unsigned with words (`choices`) for its values
+  kReference,  // 32-bit id of a record of table `target`, 0 for none; written by name
+  kTextReference,  // char[size]: the name of a record of table `target`, empty for none
+  kId,         // the record's own 32-bit id
+  kDomain,     // 32-bit configuration domain id the record belongs to; filled in when it is loaded
+  kConfigurationDomain,  // 32-bit configuration domain that a protected domain owns, 0 for none
+  kAddressMask,  // ip_mask_t, 24 bytes; written as text
+  kStruct,     // an embedded record of type `element`
+  kList,       // 64-bit count at `offset`, pointer to `element`s at `offset + 8`; size is 16
+  kArray,      // 64-bit count at `offset`, up to `capacity` `element`s inline from `offset + 8` on
+};
+
+// A word of the text form for a stored value.
+struct Choice {
+  std::string_view word;
+  std::uint32_t value;
+};
+
+struct Field {
+  std::string_view name;  // in the text form: lower case, words joined by '-'; unique in its record
+  std::uint32_t offset = 0;
+  std::uint32_t size = 0;
+  Kind kind = Kind::kReserved;
+  std::uint8_t bit = 0;              // kBit
+  std::int64_t defaultValue = 0;     // numbers, booleans, bits, enumerations; in stored form
+  double defaultFloat = 0;           // kFloat
+  std::string_view defaultText = {};  // kText
+  std::int64_t minimum = 0;          // kUnsigned, kSigned
+  std::int64_t maximum = std::numeric_limits<std::int64_t>::max();
+  std::span<const Choice> choices = {};
+  G_CLI_GID target = {};             // kReference, kTextReference
+  std::span<const G_CLI_GID> alternatives = {};  // further tables a kTextReference may name
+  const RecordType* element = nullptr;  // kStruct, kList, kArray
+  std::uint32_t capacity = 0;        // kArray; for kList the most entries that are accepted, 0: any number
+  std::string_view unit = {};        // for people: "KiB", "days", "minutes"
+  std::string_view help = {};        // one line: what it does
+  std::string_view syntax = {};      // what a text must be: "pattern", "regex", "email", "email-list", "ip-mask", "host", "domain", "local-part"
+  bool secret = false;               // masked unless asked for
+  bool required = false;             // the text form must give it
+};
+
+struct RecordType {
+  std::string_view name;     // the struct's name
+  std::uint32_t size = 0;    // bytes of the fixed part
+  std::span<const Field> fields = {};
+};
+
+// How a table is kept and written.
+enum class Scope : std::uint8_t {
+  kSystemSingle,  // one record, in domain 0, always present (defaults when never written)
+  kSystemList,    // ordered records in domain 0
+  kDomainList,    // ordered records in domain 0 and in every configuration domain
+};
+
+struct Table {
+  G_CLI_GID gid;
+  std::string_view key;       // in the text form: "antispam-profiles"
+  std::string_view singular;  // for people: "antispam profile"
+  const RecordType* type;
+  Scope scope;
+  std::uint32_t idOffset;     // of the record's 32-bit id; meaningless for kSystemSingle
+  std::uint32_t nameOffset;   // of the record's name or other unique text; kNoName when it has none
+  std::string_view help;
+};
+inline constexpr std::uint32_t kNoName = 0xffffffff;
+
+// All tables that the store knows, in the order in which they are written. Declared in Tables.h.
+
+// True when the fields cover every byte of the record, none outside it, and no byte twice except by bits.
+constexpr bool coversEveryByte(const RecordType& type) {
+  std::uint32_t next = 0;
+  std::uint32_t bitsFrom = 0;  // start of the run of bits being read
+  bool inBits = false;
+  for (const Field& field : type.fields) {
+    const std::uint32_t size =
+        field.kind == Kind::kArray ? field.size : (field.kind == Kind::kList ? 16u : field.size);
+    if (size == 0 || field.offset + size > type.size) return false;
+    if (field.kind == Kind::kBit) {
+      if (inBits && field.offset == bitsFrom) continue;  // a further bit of the same word
+      if (field.offset != next) return false;
+      bitsFrom = field.offset;
+      inBits = true;
+    } else {
+      if (field.offset != next) return false;
+      inBits = false;
+    }
+    next = field.offset + size;
+  }
+  return next == type.size;
+}
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,215 @@
+// The configuration store: one LMDB environment plus a small mapped status file, in one folder (0700,
+// files 0600). Several processes open it; any number read, writers take turns.
+//
+// The rows: a row's key sorts by table, domain, position, id. Iteration is in table order, the order in which
+// the configuration lists the records. Change sets are atomic: readers see a revision whole or not at
+// all. Not to be used across fork: a child that calls into a store opened by its parent gets an
+// Exception.
+//
+// Threads: every operation may be called from any thread; a Snapshot belongs to the thread that took it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/Export.h"
+#include "config/records/Field.h"
+
+namespace Kestrav::Config {
+
+using Revision = std::uint64_t;
+
+// Failures carry these codes in Exception::code().
+namespace StoreError {
+inline constexpr int kCannotOpen = 20;       // missing, no permission, not a folder
+inline constexpr int kForeignFile = 21;      // truncated, or not a store
+inline constexpr int kNewerSchema = 22;      // written by a newer schema; the message gives both numbers
+inline constexpr int kNoReaderSlot = 23;     // all reader slots taken; the message names the limit
+inline constexpr int kFull = 24;             // the map cannot grow any further
+inline constexpr int kForked = 25;           // used in a child of the process that opened it
+inline constexpr int kBadRecord = 26;        // a record that its field table does not describe
+inline constexpr int kInternal = 29;
+}  // namespace StoreError
+
+// A record taken out of the store: its fixed part with list pointers set, in memory of its own. The bytes
+// stay where they are when the object is moved.
+class KESTRAV_API StoredRecord {
+ public:
+  StoredRecord() = default;
+  const void* data() const { return bytes_.get(); }
+  template <class Rec>
+  const Rec* as() const { return static_cast<const Rec*>(data()); }
+  explicit operator bool() const { return bytes_ != nullptr; }
+  G_CLI_GID gid() const { return gid_; }
+  ngid_t domain() const { return domain_; }
+  std::uint32_t id() const { return id_; }
+
+ private:
+  friend class RowCodec;
+  std::unique_ptr<std::byte[]> bytes_;
+  G_CLI_GID gid_{};
+  ngid_t domain_ = 0;
+  std::uint32_t id_ = 0;
+};
+
+// The order of one table in one domain at one revision; shared by all snapshots in which neither
+// membership nor order differ.
+class KESTRAV_API TableIndex {
+ public:
+  virtual ~TableIndex() = default;
+  virtual int size() const = 0;
+  virtual std::uint32_t idAt(int index) const = 0;
+  virtual int indexOf(std::uint32_t id) const = 0;  // -1 when there is none
+};
+
+// One revision of the store, pinned. Nested snapshots of one thread share the outermost one's revision.
+// A process without a store sees empty tables and default settings.
+class KESTRAV_API Snapshot {
+ public:
+  Snapshot(Snapshot&&) noexcept;
+  Snapshot& operator=(Snapshot&&) noexcept;
+  ~Snapshot();
+
+  Revision revision() const;
+  int size(G_CLI_GID gid, ngid_t domain) const;
+  // Null record when there is none. For a single-record table id and index are ignored, and a record that was
+  // never written is answered with its defaults.
+  StoredRecord byId(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const;
+  StoredRecord at(G_CLI_GID gid, ngid_t domain, int index) const;
+  std::shared_ptr<const TableIndex> index(G_CLI_GID gid, ngid_t domain) const;
+  // Calls for each record of a table in order; `visit` returns false to stop. The record is valid during the call.
+  void walk(G_CLI_GID gid, ngid_t domain,
+            const std::function<bool(const StoredRecord&)>& visit) const;
+  // Domains that hold at least one record of the table, ascending.
+  std::vector<ngid_t> domains(G_CLI_GID gid) const;
+  // The revision that last changed any record of the table in any domain; 0 when none ever did.
+  Revision lastChanged(G_CLI_GID gid) const;
+
+ private:
+  friend class ConfigStore;
+  struct Pin;
+  explicit Snapshot(std::unique_ptr<Pin>);
+  std::unique_ptr<Pin> pin_;
+};
+
+// Differences to be committed as one revision. Not shared between threads.
+class KESTRAV_API ChangeSet {
+ public:
+  ChangeSet();
+  ChangeSet(ChangeSet&&) noexcept;
+  ChangeSet& operator=(ChangeSet&&) noexcept;
+  ~ChangeSet();
+
+  // Adds or replaces one record; `record` is the struct with its lists' pointers set, copied whole. The id is
+  // taken from the record. A new record goes to the end of its table; an existing one keeps its place.
+  // Throws Exception kBadRecord when the record does not fit its field table (id 0 in a list, a
+  // count larger than its list's limit, a null list pointer with a non-zero count).
+  void put(G_CLI_GID gid, ngid_t domain, const void* record);
+  // As put, but placed right before the record `beforeId` of the same table, or at the end for 0.
+  void putBefore(G_CLI_GID gid, ngid_t domain, const void* record, std::uint32_t beforeId);
+  void erase(G_CLI_GID gid, ngid_t domain, std::uint32_t id);
+  // The table's records in this domain are to be exactly these ids in this order; ids not named are erased.
+  void order(G_CLI_GID gid, ngid_t domain, std::vector<std::uint32_t> ids);
+  bool empty() const;
+
+ private:
+  friend class ConfigStore;
+  struct Changes;
+  std::unique_ptr<Changes> changes_;
+};
+
+// One change as the journal keeps it. `before` is null for an added record, `after` for an erased one; both
+// are given and equal when only the record's place in its table changed.
+struct KESTRAV_API JournalEntry {
+  Revision revision = 0;
+  G_CLI_GID gid{};
+  ngid_t domain = 0;
+  std::uint32_t id = 0;
+  StoredRecord before;
+  StoredRecord after;
+};
+
+class StatusArea;
+
+class KESTRAV_API ConfigStore {
+ public:
+  struct Options {
+    bool create = true;                          // make the folder and the files when they are missing
+    std::size_t initialMapSize = 64u << 20;      // grows by doubling
+    std::size_t maximumMapSize = 64ull << 30;
+    unsigned readerSlots = 1022;                 // threads reading at once, all processes together
+    std::size_t journalEntries = 100'000;        // kept at least; more while a live process still needs them,
+    std::size_t journalEntriesHard = 1'000'000;  // never more than this
+  };
+
+  // Opens the store in `folder`. A process opens one folder once: a second open of the same folder yields the
+  // same object.
+  static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder, const Options& options);
+  static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {
+    return open(folder, Options());
+  }
+
+  // The store that the cmf_* functions of this process answer from; null until attached. Attach before
+  // the first use of the library; attaching another one is for tests.
+  static void attach(std::shared_ptr<ConfigStore> store);
+  static std::shared_ptr<ConfigStore> attached();
+
+  ~ConfigStore();
+  ConfigStore(const ConfigStore&) = delete;
+  ConfigStore& operator=(const ConfigStore&) = delete;
+
+  const std::filesystem::path& folder() const;
+  Snapshot snapshot();
+
+  // Commits the real differences only and returns the revision that holds them: the present one, unraised,
+  // when there are none. Wakes waiting processes.
+  Revision commit(ChangeSet changes);
+
+  // The newest committed revision, from the status area: no transaction.
+  Revision revision() const;
+  // Waits until revision() > `seen` or `timeoutMs` has passed; re-reads the store itself at least once a
+  // second, in case a writer died between commit and wake. Returns the revision.
+  Revision waitForRevision(Revision seen, int timeoutMs);
+
+  // Journal entries of all revisions in (after, upTo], in commit order. False, with none visited, when the
+  // journal no longer reaches back to `after`.
+  bool journal(Revision after, Revision upTo, const std::function<void(const JournalEntry&)>& visit);
+
+  // This process's slot in the status area; the journal is kept for registered live processes.
+  void registerProcess(std::string_view name);
+  void applied(Revision revision);  // published for others to see
+  struct Process {
+    int pid;
+    std::string name;
+    Revision applied;
+  };
+  std::vector<Process> processes() const;  // live ones
+
+  StatusArea& status();
+
+  struct Statistics {
+    Revision revision;
+    std::size_t usedBytes, mapBytes;
+    std::size_t journalEntries;
+    Revision oldestJournalRevision;
+    unsigned readersInUse, readerSlots;
+  };
+  Statistics statistics();
+  // Removes reader slots of processes that died; returns how many.
+  int clearDeadReaders();
+
+ private:
+  struct Impl;
+  explicit ConfigStore(std::unique_ptr<Impl>);
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,42 @@
+// The shared, mapped status file beside the store: switches and flags that processes read without asking the
+// store. Its first bytes are the zone that nCfg_debug_zone points at, with fixed offsets.
+//
+// All accesses are atomic on naturally aligned words (the reload byte: on its byte).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "common/Export.h"
+
+namespace Kestrav::Config {
+
+namespace Zone {
+inline constexpr std::size_t kDirtyFlags = 300400;         // 32-bit; bit 0 antispam, bit 1 content profiles are stale
+inline constexpr std::size_t kContentInspection = 300776;  // 32-bit; 0: policies carry no inspection profiles
+inline constexpr std::size_t kDisclaimerReload = 300784;   // byte
+inline constexpr std::size_t kSize = 303104;               // 74 pages
+inline constexpr std::uint32_t kAntispamDirty = 1u << 0;
+inline constexpr std::uint32_t kContentDirty = 1u << 1;
+}  // namespace Zone
+
+// Typed view of the zone at `zone`. In a new store content inspection is on and all else is off.
+class KESTRAV_API StatusArea {
+ public:
+  explicit StatusArea(char* zone) : zone_(zone) {}
+  char* zone() const { return zone_; }
+
+  bool contentInspection() const;
+  void contentInspection(bool on);
+  std::uint32_t dirtyFlags() const;
+  void setDirty(std::uint32_t bits);
+  // Clears the bits and returns those of them that were set.
+  std::uint32_t clearDirty(std::uint32_t bits);
+  bool disclaimerReload() const;
+  void disclaimerReload(bool on);
+
+ private:
+  char* zone_;
+};
+
+}  // namespace Kestrav::Config
