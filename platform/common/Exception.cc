@@ -25,9 +25,13 @@ Exception& Exception::cause(const Exception& cause) {
   return *this;
 }
 
-std::string Exception::asString() const { return description_; }
+std::string Exception::asString() const {
+  return description_;
+}
 
-const char* Exception::what() const noexcept { return description_.c_str(); }
+const char* Exception::what() const noexcept {
+  return description_.c_str();
+}
 
 void Exception::describe() {
   description_ = message_;

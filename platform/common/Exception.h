@@ -1,7 +1,7 @@
 // The one exception type that the library and its platform throw.
 //
-// Thrown by value, caught by reference. Carries a message, a numeric code, and optionally the name of
-// the source it came from (without extension), a line, a string parameter and a cause.
+// Thrown by value, caught by reference. Carries a message, a numeric code, and optionally the name
+// of the source it came from (without extension), a line, a string parameter and a cause.
 #pragma once
 
 #include <exception>
@@ -18,6 +18,8 @@ class KESTRAV_API Exception : public std::exception {
   static constexpr int kNullHandle = 1;          // a null handle was used, or an object is missing
   static constexpr int kWrongEntity = 2;         // a store entity of the wrong kind
   static constexpr int kFailedConstruction = 4;  // a reference-counted object could not be built
+  static constexpr int kBadText = 5;             // a text or a stored value that cannot be read
+  static constexpr int kFileFailure = 6;         // a file cannot be opened or written
 
   // `file` may be null (no source given); `line` is 0 then. `file` is copied.
   Exception(std::string message, int code, const char* file = nullptr, int line = 0);

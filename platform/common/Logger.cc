@@ -1,0 +1,146 @@
+#include "common/Logger.h"
+
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/syslog_sink.h>
+#include <syslog.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <list>
+#include <mutex>
+#include <utility>
+
+#include "common/Exception.h"
+#include "common/LogCatalogue.h"
+#include "common/LogFormat.h"
+
+namespace Kestrav {
+
+namespace {
+
+using SinkPtr = std::shared_ptr<spdlog::sinks::sink>;
+
+// Local time, process, severity; for stderr and files. The system log adds its own.
+constexpr const char* kPattern = "%Y-%m-%dT%H:%M:%S.%e%z [%P] %l %v";
+
+SinkPtr withPattern(SinkPtr sink) {
+  sink->set_pattern(kPattern);
+  return sink;
+}
+
+SinkPtr stderrSink() {
+  return withPattern(std::make_shared<spdlog::sinks::stderr_sink_st>());
+}
+
+spdlog::level::level_enum levelOf(Logger::Severity severity) {
+  switch (severity) {
+    case Logger::Severity::kDebug:
+      return spdlog::level::debug;
+    case Logger::Severity::kInfo:
+      return spdlog::level::info;
+    case Logger::Severity::kWarning:
+      return spdlog::level::warn;
+    case Logger::Severity::kError:
+      break;
+  }
+  return spdlog::level::err;
+}
+
+}  // namespace
+
+struct Logger::State {
+  // Guards the members below and is held while a message is handed on. Recursive: a capturing sink
+  // may log.
+  std::recursive_mutex mutex;
+  SinkPtr sink = stderrSink();
+  std::list<Sink> captures;  // the newest last
+
+  std::atomic<Severity> threshold{Severity::kInfo};
+  std::atomic<int> captureCount{
+      0};  // changed under `mutex`; read without it to drop messages early
+};
+
+Logger::Logger() : state_(new State) {}
+
+Logger& Logger::instance(bool) {
+  // Never destroyed: threads may log while the process ends.
+  static Logger* const logger = new Logger;
+  return *logger;
+}
+
+void Logger::log(std::uint32_t code, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  try {
+    const Severity severity = logSeverity(code);
+    if (severity >= state_->threshold || state_->captureCount != 0) {
+      Message message{code, severity, formatFields(format == nullptr ? "" : format, arguments), {}};
+      message.line = logLine(code, message.fields);
+      deliver(message);
+    }
+  } catch (...) {
+    // A message that cannot be logged is lost; its caller goes on.
+  }
+  va_end(arguments);
+}
+
+void Logger::deliver(const Message& message) {
+  const std::lock_guard guard(state_->mutex);
+  if (!state_->captures.empty()) {
+    const Sink sink = state_->captures.back();  // a copy: the sink may release its own token
+    sink(message);
+    return;
+  }
+  if (message.severity < state_->threshold) return;
+  char code[16];
+  std::snprintf(code, sizeof code, "[0x%X] ", static_cast<unsigned>(message.code));
+  const std::string text = code + message.line;
+  state_->sink->log(spdlog::details::log_msg("", levelOf(message.severity), text));
+  state_->sink->flush();
+}
+
+void Logger::toStderr() {
+  SinkPtr sink = stderrSink();
+  const std::lock_guard guard(state_->mutex);
+  state_->sink = std::move(sink);
+}
+
+void Logger::toSyslog(const std::string& ident) {
+  const std::lock_guard guard(state_->mutex);
+  // A system log sink closes the process's connection when it goes: the former one goes first.
+  state_->sink = stderrSink();
+  state_->sink = std::make_shared<spdlog::sinks::syslog_sink_st>(ident, LOG_PID, LOG_MAIL, false);
+}
+
+void Logger::toFile(const std::string& path) {
+  SinkPtr sink;
+  try {
+    sink = withPattern(std::make_shared<spdlog::sinks::basic_file_sink_st>(path));
+  } catch (const spdlog::spdlog_ex& e) {
+    throw Exception(std::string("log file: ") + e.what(), Exception::kFileFailure)
+        .stringParameter(path);
+  }
+  const std::lock_guard guard(state_->mutex);
+  state_->sink = std::move(sink);
+}
+
+void Logger::threshold(Severity lowest) {
+  state_->threshold = lowest;
+}
+
+std::shared_ptr<void> Logger::capture(Sink sink) {
+  State* const state = state_;
+  const std::lock_guard guard(state->mutex);
+  const auto entry = state->captures.insert(state->captures.end(), std::move(sink));
+  ++state->captureCount;
+  const auto release = [state, entry](void*) {
+    const std::lock_guard releaseGuard(state->mutex);
+    state->captures.erase(entry);
+    --state->captureCount;
+  };
+  return std::shared_ptr<void>(static_cast<void*>(state), release);
+}
+
+}  // namespace Kestrav

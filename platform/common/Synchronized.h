@@ -1,0 +1,19 @@
+// Holds a Mutex for the length of a scope: `Synchronized guard(mutex);`
+#pragma once
+
+#include "common/Mutex.h"
+
+namespace Kestrav {
+
+class [[nodiscard]] Synchronized {
+ public:
+  explicit Synchronized(Mutex& mutex) : mutex_(mutex) { mutex_.lock(); }
+  ~Synchronized() { mutex_.unlock(); }
+  Synchronized(const Synchronized&) = delete;
+  Synchronized& operator=(const Synchronized&) = delete;
+
+ private:
+  Mutex& mutex_;
+};
+
+}  // namespace Kestrav
