@@ -53,6 +53,9 @@ function(kestrav_test name)
     set(ARG_TIMEOUT 600)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+  if("concurrency" IN_LIST ARG_LABELS)
+    set_property(GLOBAL APPEND PROPERTY KESTRAV_CONCURRENCY_TESTS ${name}_tests)
+  endif()
 endfunction()
 
 # A libFuzzer target. Built with KESTRAV_BUILD_FUZZERS as a fuzzer, otherwise as a program that
