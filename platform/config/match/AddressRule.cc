@@ -1,0 +1,131 @@
+#include "config/match/AddressRule.h"
+
+#include <algorithm>
+
+#include "common/Exception.h"
+#include "common/Strings.h"
+
+namespace Kestrav::Config {
+namespace {
+
+constexpr char kAddressTag = 0;
+constexpr char kDomainTag = 1;
+constexpr char kSubdomainTag = 2;
+
+CandidateIndex::Key keyOf(char side, char tag, std::string_view text) {
+  return candidateKey(static_cast<char>(side * 4 + tag), std::span(text.data(), text.size()));
+}
+
+bool isDomainOrBelow(std::string_view domain, std::string_view parent) {
+  if (!domain.ends_with(parent)) return false;
+  return domain.size() == parent.size() || domain[domain.size() - parent.size() - 1] == '.';
+}
+
+// A text without wildcards, in ASCII, where folding case is the same for a key as for a pattern.
+bool isPlain(std::string_view text) {
+  return text.find_first_of("*?[]\\@") == text.npos &&
+         std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+}  // namespace
+
+AddressSubject::AddressSubject(std::string_view address) : address_(stringToLower(address)) {
+  const std::size_t at = address_.rfind('@');
+  if (at != std::string::npos) domain_ = std::string_view(address_).substr(at + 1);
+}
+
+void AddressSubject::keys(char side, std::vector<CandidateIndex::Key>& keys) const {
+  keys.push_back(keyOf(side, kAddressTag, address_));
+  if (domain_.empty()) return;
+  keys.push_back(keyOf(side, kDomainTag, domain_));
+  for (std::string_view suffix = domain_;;) {
+    keys.push_back(keyOf(side, kSubdomainTag, suffix));
+    const std::size_t dot = suffix.find('.');
+    if (dot == suffix.npos) return;
+    suffix.remove_prefix(dot + 1);
+  }
+}
+
+AddressRule::AddressRule(AddressRuleKind kind, std::string_view text,
+                         const std::vector<std::string>& members)
+    : kind_(kind), text_(stringToLower(text)) {
+  switch (kind) {
+    case AddressRuleKind::kAny:
+      break;
+    case AddressRuleKind::kAddress:
+      terms_.push_back({kAddressTag, text_});
+      break;
+    case AddressRuleKind::kDomain:
+      terms_.push_back({kDomainTag, text_});
+      break;
+    case AddressRuleKind::kDomainWithSubdomains:
+      terms_.push_back({kSubdomainTag, text_});
+      break;
+    case AddressRuleKind::kWildcard:
+      pattern_ = StringPattern(std::string(text), true, false);
+      addTerm(text_);
+      break;
+    case AddressRuleKind::kRegularExpression:
+      pattern_ = StringPattern(std::string(text), true, true);
+      break;
+    case AddressRuleKind::kGroup:
+      for (const std::string& member : members) {
+        group_.add(member);
+        addTerm(stringToLower(member));
+      }
+      // One member that no key tells spoils the keys of all.
+      if (terms_.size() != members.size()) terms_.clear();
+      break;
+    default:
+      throw Exception("unknown kind of address rule " + std::to_string(static_cast<int>(kind)),
+                      Exception::kWrongEntity);
+  }
+  if (terms_.empty()) return;
+  selectivity_ = Selectivity::kAddress;
+  for (const Term& term : terms_) {
+    selectivity_ = std::max(selectivity_, static_cast<Selectivity>(term.tag));
+  }
+}
+
+// Files a wildcard under a key where its form allows that.
+void AddressRule::addTerm(std::string_view pattern) {
+  constexpr std::string_view kInDomain = "*@";
+  constexpr std::string_view kBelowDomain = "*@*.";
+  if (pattern.starts_with(kBelowDomain) && isPlain(pattern.substr(kBelowDomain.size()))) {
+    terms_.push_back({kSubdomainTag, std::string(pattern.substr(kBelowDomain.size()))});
+  } else if (pattern.starts_with(kInDomain) && isPlain(pattern.substr(kInDomain.size()))) {
+    terms_.push_back({kDomainTag, std::string(pattern.substr(kInDomain.size()))});
+  } else if (const std::size_t at = pattern.rfind('@');
+             at == pattern.npos ? isPlain(pattern)
+                                : isPlain(pattern.substr(0, at)) && isPlain(pattern.substr(at + 1))) {
+    terms_.push_back({kAddressTag, std::string(pattern)});
+  }
+}
+
+bool AddressRule::matches(const AddressSubject& subject) const {
+  switch (kind_) {
+    case AddressRuleKind::kAny:
+      return true;
+    case AddressRuleKind::kAddress:
+      return subject.address() == text_;
+    case AddressRuleKind::kDomain:
+      return !text_.empty() && subject.domain() == text_;
+    case AddressRuleKind::kDomainWithSubdomains:
+      return !text_.empty() && isDomainOrBelow(subject.domain(), text_);
+    case AddressRuleKind::kWildcard:
+    case AddressRuleKind::kRegularExpression:
+      return pattern_.matches(subject.address());
+    case AddressRuleKind::kGroup:
+      return group_.matches(subject.address());
+  }
+  return false;
+}
+
+std::vector<CandidateIndex::Key> AddressRule::keys(char side) const {
+  std::vector<CandidateIndex::Key> keys;
+  keys.reserve(terms_.size());
+  for (const Term& term : terms_) keys.push_back(keyOf(side, term.tag, term.text));
+  return keys;
+}
+
+}  // namespace Kestrav::Config
