@@ -1,0 +1,102 @@
+#include "parser/EmailAddress.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "common/Strings.h"
+#include "parser/MailboxBuilder.h"
+#include "parser/Utf8.h"
+
+namespace Kestrav {
+namespace {
+
+constexpr std::size_t kLongestQuotedText = 320;  // of an error's string parameter, in octets
+
+const std::string kEmpty;
+
+bool isDotString(std::string_view local) {
+  if (local.empty() || local.front() == '.' || local.back() == '.') return false;
+  if (local.find("..") != std::string_view::npos) return false;
+  return std::all_of(local.begin(), local.end(),
+                     [](char c) { return c == '.' || isAtomOctet(static_cast<unsigned char>(c)); });
+}
+
+std::string quoted(std::string_view text) {
+  std::string out = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + '"';
+}
+
+bool isPhraseOfAtoms(std::string_view name) {
+  return std::all_of(name.begin(), name.end(),
+                     [](char c) { return c == ' ' || isAtomOctet(static_cast<unsigned char>(c)); });
+}
+
+}  // namespace
+
+EmailAddress::EmailAddress(std::shared_ptr<const Parts> parts) : parts_(std::move(parts)) {}
+
+const std::string& EmailAddress::local() const {
+  return parts_ ? parts_->local : kEmpty;
+}
+
+const std::string& EmailAddress::domain() const {
+  return parts_ ? parts_->domain : kEmpty;
+}
+
+const std::string& EmailAddress::address() const {
+  return parts_ ? parts_->address : kEmpty;
+}
+
+const std::string& EmailAddress::displayName() const {
+  return parts_ ? parts_->displayName : kEmpty;
+}
+
+std::string EmailAddress::asString() const {
+  if (displayName().empty()) return address();
+  return (isPhraseOfAtoms(displayName()) ? displayName() : quoted(displayName())) + " <" +
+         address() + ">";
+}
+
+std::weak_ordering EmailAddress::operator<=>(const EmailAddress& other) const {
+  if (parts_ == other.parts_) return std::weak_ordering::equivalent;
+  if (isNull() != other.isNull()) return other.isNull() <=> isNull();
+  if (const int order = stringCompareNoCase(domain(), other.domain())) return order <=> 0;
+  return stringCompareNoCase(local(), other.local()) <=> 0;
+}
+
+EmailAddress MailboxBuilder::build(std::string local, std::string domain) {
+  auto parts = std::make_shared<EmailAddress::Parts>();
+  parts->address = isDotString(local) ? local : quoted(local);
+  if (!domain.empty()) parts->address += '@' + domain;
+  parts->local = std::move(local);
+  parts->domain = std::move(domain);
+  return EmailAddress(std::move(parts));
+}
+
+EmailAddress MailboxBuilder::named(const EmailAddress& address, std::string displayName) {
+  auto parts = std::make_shared<EmailAddress::Parts>(*address.parts_);
+  parts->displayName = std::move(displayName);
+  return EmailAddress(std::move(parts));
+}
+
+Exception invalidAddress(const std::string& reason, std::string_view text) {
+  std::string shown = printableUtf8(text.substr(0, kLongestQuotedText));
+  std::replace(shown.begin(), shown.end(), '\t', ' ');
+  if (text.size() > kLongestQuotedText) shown += "...";
+  return Exception("Not an email address: " + reason, EmailAddress::kInvalidAddress)
+      .stringParameter(shown);
+}
+
+bool isAtomOctet(unsigned char c) {
+  if (c >= 0x80 || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
+    return true;
+  }
+  return c > 0x20 && std::string_view("!#$%&'*+-/=?^_`{|}~").find(static_cast<char>(c)) !=
+                         std::string_view::npos;
+}
+
+}  // namespace Kestrav

@@ -1,0 +1,161 @@
+#include "parser/Rfc2047.h"
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "common/Strings.h"
+#include "parser/Utf8.h"
+#include "parser/VexaConv.h"
+
+namespace Kestrav {
+namespace {
+
+constexpr std::string_view kUtf8 = "utf-8";
+constexpr std::size_t kDelimiters = 7;       // =? ? ? ?= and the letter of the encoding
+constexpr std::size_t kLongestCharset = 36;  // leaves room for any one character of any charset
+
+// An RFC 2047 token without the "*" that RFC 2231 gives a meaning.
+bool isCharsetToken(std::string_view name) {
+  if (name.empty() || name.size() > kLongestCharset) return false;
+  for (const char c : name) {
+    if (c <= 0x20 || c >= 0x7F) return false;
+    if (std::string_view("()<>@,;:\"/[]?.=*").find(c) != std::string_view::npos) return false;
+  }
+  return true;
+}
+
+// UTF-8 in the charset, from its initial state and back to it; nothing when characters would be
+// lost.
+std::optional<std::string> converted(std::string_view text, const std::string& charset) {
+  if (stringEqualsNoCase(charset, kUtf8)) return std::string(text);
+  Buffer bytes;
+  BufferMediaOut out(bytes);
+  VexaConv converter(out, "UTF-8", charset, 0);
+  converter.write(text.data(), text.size());
+  converter.end();
+  if (!converter.ok() || converter.terrCnt() != 0) return std::nullopt;
+  return bytes.asString();
+}
+
+// What RFC 2047 section 5 (3) leaves unencoded everywhere an encoded word may stand.
+bool isPlainInQ(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+         std::string_view("!*+-/").find(c) != std::string_view::npos;
+}
+
+struct QEncoding {
+  static constexpr char kLetter = 'Q';
+  static bool mayBeContinued(std::string_view) { return true; }
+
+  static std::size_t length(std::string_view bytes) {
+    std::size_t length = 0;
+    for (const char c : bytes) length += isPlainInQ(c) || c == ' ' ? 1 : 3;
+    return length;
+  }
+
+  static std::string encode(std::string_view bytes) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (const char c : bytes) {
+      const auto octet = static_cast<unsigned char>(c);
+      if (c == ' ') {
+        out += '_';
+      } else if (isPlainInQ(c)) {
+        out += c;
+      } else {
+        out += {'=', kHex[octet >> 4], kHex[octet & 0xF]};
+      }
+    }
+    return out;
+  }
+};
+
+struct BEncoding {
+  static constexpr char kLetter = 'B';
+  static bool mayBeContinued(std::string_view bytes) { return bytes.size() % 3 == 0; }
+  static std::size_t length(std::string_view bytes) { return (bytes.size() + 2) / 3 * 4; }
+  static std::string encode(std::string_view bytes) { return Buffer(bytes).toBase64String(); }
+};
+
+struct Word {
+  char letter;
+  std::string encoded;
+  std::size_t end;  // in the text
+};
+
+// Turns one text into words of one charset. REQUIRES: the charset can express the text.
+class WordBuilder {
+ public:
+  WordBuilder(std::string_view text, const std::string& charset)
+      : text_(text), charset_(charset), room_(kLongestEncodedWord - kDelimiters - charset.size()) {}
+
+  // Nothing when a single character does not fit into a word. There are decoders that join the
+  // words of an encoding before they decode them, and stop at base64 padding then: only the last
+  // word may be padded, and where no character ends at a multiple of three bytes, one in Q comes in
+  // between.
+  template <typename Encoding>
+  std::optional<std::string> build() const {
+    std::string words;
+    for (std::size_t start = 0; start < text_.size();) {
+      auto word = longestWord<Encoding>(start);
+      if (!word) word = characterInQ(start);
+      if (!word) return std::nullopt;
+      if (!words.empty()) words += ' ';
+      words += "=?" + charset_ + '?' + word->letter + '?' + word->encoded + "?=";
+      start = word->end;
+    }
+    return words;
+  }
+
+ private:
+  template <typename Encoding>
+  std::optional<Word> longestWord(std::size_t start) const {
+    std::optional<std::string> bytes;
+    std::size_t end = start;
+    for (std::size_t pos = start; pos < text_.size();) {
+      nextCodePoint(text_, pos);
+      auto longer = converted(text_.substr(start, pos - start), charset_);
+      if (!longer || Encoding::length(*longer) > room_) break;
+      if (pos < text_.size() && !Encoding::mayBeContinued(*longer)) continue;
+      bytes = std::move(longer);
+      end = pos;
+    }
+    if (!bytes) return std::nullopt;
+    return Word{Encoding::kLetter, Encoding::encode(*bytes), end};
+  }
+
+  std::optional<Word> characterInQ(std::size_t start) const {
+    std::size_t end = start;
+    nextCodePoint(text_, end);
+    const auto bytes = converted(text_.substr(start, end - start), charset_);
+    if (!bytes || QEncoding::length(*bytes) > room_) return std::nullopt;
+    return Word{QEncoding::kLetter, QEncoding::encode(*bytes), end};
+  }
+
+  std::string_view text_;
+  const std::string& charset_;
+  std::size_t room_;
+};
+
+std::optional<std::string> shorter(std::string_view text, const std::string& charset) {
+  if (!converted(text, charset)) return std::nullopt;
+  const WordBuilder builder(text, charset);
+  auto q = builder.build<QEncoding>();
+  auto b = builder.build<BEncoding>();
+  if (!q || (b && b->size() < q->size())) return b;
+  return q;
+}
+
+}  // namespace
+
+std::string vexa_encode_rfc2047(const std::string& text, const std::string& charset) {
+  if (text.empty()) return {};
+  const std::string printable = printableUtf8(text);
+  if (isCharsetToken(charset)) {
+    if (const auto words = shorter(printable, charset)) return *words;
+  }
+  return shorter(printable, std::string(kUtf8)).value();
+}
+
+}  // namespace Kestrav
