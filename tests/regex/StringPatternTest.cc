@@ -148,29 +148,64 @@ TEST(StringPattern, MalformedExpressionsAreRefused) {
 }
 
 TEST(StringPattern, RunawaySearchIsStoppedAndLogged) {
+  const auto many = [](std::size_t count, char c, const char* end) {
+    std::string text(count, c);
+    text += end;
+    return text;
+  };
   const struct {
     const char* pattern;
     std::string subject;
+    const char* other;  // a subject that the pattern does match
   } cases[] = {
-      {"(a+)+$", std::string(5000, 'a') + "b"},
-      {"(x+x+)+y", std::string(5000, 'x') + "zy"},
-      {"^(a|aa)+$", std::string(5000, 'a') + "b"},
-      {"^(.*?,){40}P", std::string(2000, ',') + "Q,P"},
-      {"(?=(a+))*(a|b|ab)*c", std::string(5000, 'a') + "c" + std::string(200, 'b')},
+      {"(a+)+$", many(5000, 'a', "b"), "aaa"},
+      {"(a+)+$", many(60, 'a', "b"), "aaa"},
+      {"(x+x+)+y", many(5000, 'x', "zy"), "xxxy"},
+      {"^(a|aa)+$", many(5000, 'a', "b"), "aaa"},
+      // Harmless from one place, but tried from each of many.
+      {"[^x]{0,300}[^x]{0,300}y", many(60000, 'a', "xy"), "aay"},
+      {"a{0,3000}a*[ab]y", many(60000, 'a', "zy"), "aay"},
+      {R"(\s+$)", many(65000, ' ', "x"), "x "},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.pattern);
     const StringPattern pattern(c.pattern, false, true);
     Log log;
-    const MatchResult result = pattern.match(c.subject);
-    if (result == MatchResult::kYes) continue;
-    EXPECT_EQ(result, MatchResult::kLimit);
+    EXPECT_EQ(pattern.match(c.subject), MatchResult::kLimit);
     ASSERT_EQ(log.messages().size(), 1u);
     EXPECT_EQ(log.messages()[0].code, LogCode::kPatternMatchLimit);
     EXPECT_THAT(log.messages()[0].fields, ElementsAre(c.pattern, std::to_string(c.subject.size())));
     EXPECT_FALSE(pattern.matches(c.subject));
-    EXPECT_TRUE(pattern.matches("aaa") || pattern.matches("xxxy") || pattern.matches("c") ||
-                pattern.matches(std::string(40, ',') + "P"));
+    EXPECT_TRUE(pattern.matches(c.other));
+    EXPECT_EQ(log.messages().size(), 2u);
+  }
+}
+
+TEST(StringPattern, OrdinarySearchOfALongSubjectIsNotGivenUp) {
+  const std::string dots(60000, '.');
+  const std::string words = [] {
+    std::string text;
+    for (int i = 0; i < 6000; ++i) text += "word, and ";
+    return text;
+  }();
+  const struct {
+    const char* pattern;
+    std::string subject;
+    MatchResult expected;
+  } cases[] = {
+      {R"(\.exe$)", dots + "exe", MatchResult::kYes},
+      {R"(\.exe$)", dots + "exe ", MatchResult::kNo},
+      {R"(^(\w+,? )+$)", words.substr(0, 2000), MatchResult::kYes},
+      {R"(\bw\w{2}d\b.*!)", words + "!", MatchResult::kYes},
+      {R"(\w+ \w+ \w+)", words, MatchResult::kNo},
+      {"[a-c]nd (?=end)", words + "end", MatchResult::kYes},
+      {"(?=and !)...", words, MatchResult::kNo},
+      {"\xC3\xA9.$", words + "\xC3\xA9!", MatchResult::kYes},
+      {"and .$", words + "\xFF", MatchResult::kYes},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.pattern);
+    EXPECT_EQ(StringPattern(c.pattern, false, true).match(c.subject), c.expected);
   }
 }
 
