@@ -1,8 +1,8 @@
 // The configuration client's plain functions: the C face of the store attached to this process.
 //
-// A query pins the calling thread's snapshot for its life; it belongs to the thread that made it. Pointers
-// that a query hands out live until the query is moved or freed. With no store attached every table
-// is empty and single-record tables hold their defaults.
+// A query pins the calling thread's snapshot for its life; it belongs to the thread that made it.
+// Pointers that a query hands out live until the query is moved or freed. With no store attached
+// every table is empty and single-record tables hold their defaults.
 #pragma once
 
 #include "common/Export.h"
@@ -12,7 +12,8 @@
 struct __qv_ip_policy;
 struct __vexa_recipient_policy;
 
-// Head of every query. The high bit of the fourth byte says that the record at current_row is cached.
+// Head of every query. The high bit of the fourth byte says that the record at current_row is
+// cached.
 struct cmf_query {
   unsigned char header[4];
   int current_row;
@@ -35,6 +36,13 @@ KESTRAV_API int cmf_query_do_get_by_gid(cmf_query* query, unsigned int id);
 // This thread's shared query of a table, over the domain of cmf_set_cur_domain_id (0 at first).
 KESTRAV_API cmf_query* nCfg_query(unsigned int gid);
 
+// Index of the first record whose id is `id`, -1 when there is none. Does not move the query.
+KESTRAV_API int cmf_query_index_of(cmf_query* query, unsigned int id);
+// The same by name, exact in case; -1 in a table whose records have no name.
+KESTRAV_API int cmf_query_index_of_name(cmf_query* query, const char* name);
+// The store's revision that the query answers from; 0 when it answers from no store.
+KESTRAV_API unsigned long long cmf_query_revision(const cmf_query* query);
+
 // The way back into the store.
 KESTRAV_API void cmf_set_cur_domain_id(ngid_t domain);
 KESTRAV_API int cmf_query_goto(cmf_query* query, int index);
@@ -45,8 +53,8 @@ KESTRAV_API int cmf_query_do_gui_commit(int unused, cmf_query* query, void* data
 KESTRAV_API void cmf_shm_read_lock();
 KESTRAV_API void cmf_shm_read_unlock();
 
-// Root entities. The first word of what cmdb_find_root_entity returns is the entity's shmid; the first byte of
-// the entity is its kind.
+// Root entities. The first word of what cmdb_find_root_entity returns is the entity's shmid; the
+// first byte of the entity is its kind.
 inline constexpr unsigned char CMDB_SHM_T_TABLE = 1;
 inline constexpr unsigned char CMDB_SHM_T_OBJ = 2;
 KESTRAV_API const unsigned int* cmdb_find_root_entity(ngid_t domain, unsigned int id);
@@ -58,7 +66,8 @@ KESTRAV_API extern unsigned int cmdb;
 // The status zone: the attached store's, or a private one before.
 KESTRAV_API extern char* nCfg_debug_zone;
 
-// Policy selection; 0 when a policy matched and the record was filled. The first enabled match in order wins.
+// Policy selection; 0 when a policy matched and the record was filled. The first enabled match in
+// order wins.
 KESTRAV_API int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* record);
 // `sender` may be null: no sender. Addresses as EmailAddress::address() gives them.
 KESTRAV_API int cfg_get_incoming_policy(const char* sender, const char* recipient,
