@@ -24,21 +24,22 @@ bool isDomainOrBelow(std::string_view domain, std::string_view parent) {
 // A text without wildcards, in ASCII, where folding case is the same for a key as for a pattern.
 bool isPlain(std::string_view text) {
   return text.find_first_of("*?[]\\@") == text.npos &&
-         std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+         std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 }  // namespace
 
 AddressSubject::AddressSubject(std::string_view address) : address_(stringToLower(address)) {
   const std::size_t at = address_.rfind('@');
-  if (at != std::string::npos) domain_ = std::string_view(address_).substr(at + 1);
+  domainAt_ = at == std::string::npos ? address_.size() : at + 1;
 }
 
 void AddressSubject::keys(char side, std::vector<CandidateIndex::Key>& keys) const {
   keys.push_back(keyOf(side, kAddressTag, address_));
-  if (domain_.empty()) return;
-  keys.push_back(keyOf(side, kDomainTag, domain_));
-  for (std::string_view suffix = domain_;;) {
+  if (domain().empty()) return;
+  keys.push_back(keyOf(side, kDomainTag, domain()));
+  for (std::string_view suffix = domain();;) {
     keys.push_back(keyOf(side, kSubdomainTag, suffix));
     const std::size_t dot = suffix.find('.');
     if (dot == suffix.npos) return;
@@ -46,36 +47,39 @@ void AddressSubject::keys(char side, std::vector<CandidateIndex::Key>& keys) con
   }
 }
 
-AddressRule::AddressRule(AddressRuleKind kind, std::string_view text,
+AddressRule::AddressRule(AddressKind kind, std::string_view text,
                          const std::vector<std::string>& members)
     : kind_(kind), text_(stringToLower(text)) {
   switch (kind) {
-    case AddressRuleKind::kAny:
+    case AddressKind::kAny:
       break;
-    case AddressRuleKind::kAddress:
+    case AddressKind::kAddress:
       terms_.push_back({kAddressTag, text_});
       break;
-    case AddressRuleKind::kDomain:
+    case AddressKind::kDomain:
       terms_.push_back({kDomainTag, text_});
       break;
-    case AddressRuleKind::kDomainWithSubdomains:
+    case AddressKind::kDomainWithSubdomains:
       terms_.push_back({kSubdomainTag, text_});
       break;
-    case AddressRuleKind::kWildcard:
+    case AddressKind::kWildcard:
       pattern_ = StringPattern(std::string(text), true, false);
       addTerm(text_);
       break;
-    case AddressRuleKind::kRegularExpression:
+    case AddressKind::kRegex:
       pattern_ = StringPattern(std::string(text), true, true);
       break;
-    case AddressRuleKind::kGroup:
+    case AddressKind::kGroup: {
+      auto group = std::make_unique<PatternContainer>();
       for (const std::string& member : members) {
-        group_.add(member);
+        group->add(member);
         addTerm(stringToLower(member));
       }
+      group_ = std::move(group);
       // One member that no key tells spoils the keys of all.
       if (terms_.size() != members.size()) terms_.clear();
       break;
+    }
     default:
       throw Exception("unknown kind of address rule " + std::to_string(static_cast<int>(kind)),
                       Exception::kWrongEntity);
@@ -96,27 +100,28 @@ void AddressRule::addTerm(std::string_view pattern) {
   } else if (pattern.starts_with(kInDomain) && isPlain(pattern.substr(kInDomain.size()))) {
     terms_.push_back({kDomainTag, std::string(pattern.substr(kInDomain.size()))});
   } else if (const std::size_t at = pattern.rfind('@');
-             at == pattern.npos ? isPlain(pattern)
-                                : isPlain(pattern.substr(0, at)) && isPlain(pattern.substr(at + 1))) {
+             at == pattern.npos
+                 ? isPlain(pattern)
+                 : isPlain(pattern.substr(0, at)) && isPlain(pattern.substr(at + 1))) {
     terms_.push_back({kAddressTag, std::string(pattern)});
   }
 }
 
 bool AddressRule::matches(const AddressSubject& subject) const {
   switch (kind_) {
-    case AddressRuleKind::kAny:
+    case AddressKind::kAny:
       return true;
-    case AddressRuleKind::kAddress:
+    case AddressKind::kAddress:
       return subject.address() == text_;
-    case AddressRuleKind::kDomain:
+    case AddressKind::kDomain:
       return !text_.empty() && subject.domain() == text_;
-    case AddressRuleKind::kDomainWithSubdomains:
+    case AddressKind::kDomainWithSubdomains:
       return !text_.empty() && isDomainOrBelow(subject.domain(), text_);
-    case AddressRuleKind::kWildcard:
-    case AddressRuleKind::kRegularExpression:
+    case AddressKind::kWildcard:
+    case AddressKind::kRegex:
       return pattern_.matches(subject.address());
-    case AddressRuleKind::kGroup:
-      return group_.matches(subject.address());
+    case AddressKind::kGroup:
+      return group_->matches(subject.address());
   }
   return false;
 }

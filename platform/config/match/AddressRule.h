@@ -1,52 +1,47 @@
 // One side of a recipient policy: which senders, or which recipients, it is for.
 //
-// Immutable once made; any number of threads may match with it.
+// A wildcard is over the whole address, a regular expression is searched for in it, a group's
+// members are wildcards of which any may match. Nothing regards letter case. Immutable once made;
+// any number of threads may match with it.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "config/match/CandidateIndex.h"
+#include "config/records/PolicyRecords.h"
 #include "regex/PatternContainer.h"
 #include "regex/StringPattern.h"
 
 namespace Kestrav::Config {
 
-// Values as records hold them.
-enum class AddressRuleKind : std::uint8_t {
-  kAny = 0,
-  kAddress = 1,               // user@example.com
-  kDomain = 2,                // every address in example.com
-  kDomainWithSubdomains = 3,  // and in every domain below it
-  kWildcard = 4,              // over the whole address
-  kRegularExpression = 5,     // searched for in the address
-  kGroup = 6,                 // any member of an address group; members are wildcards
-};
-
-// An address as rules look at it. Without regard to letter case; the domain is what follows the last
+// An address as rules look at it. Without regard to letter case; the domain is what follows the
+// last
 // '@'. The null sender is the empty text: "any" and a wildcard "*" match it, a domain does not.
 class AddressSubject {
  public:
   explicit AddressSubject(std::string_view address);
 
   const std::string& address() const { return address_; }
-  std::string_view domain() const { return domain_; }
+  std::string_view domain() const { return std::string_view(address_).substr(domainAt_); }
 
   // Appends every key that a rule for this address may be filed under. `side` keeps senders and
   // recipients apart.
   void keys(char side, std::vector<CandidateIndex::Key>& keys) const;
 
  private:
-  std::string address_;  // lower case
-  std::string_view domain_;
+  std::string address_;   // lower case
+  std::size_t domainAt_;  // the end when there is no '@'
 };
 
 class AddressRule {
  public:
-  // Throws Exception when the pattern does not compile or the kind is unknown. `members` are a group's.
-  AddressRule(AddressRuleKind kind, std::string_view text, const std::vector<std::string>& members);
+  // Throws Exception when the pattern does not compile or the kind is unknown. `members` are a
+  // group's.
+  AddressRule(AddressKind kind, std::string_view text, const std::vector<std::string>& members);
 
   bool matches(const AddressSubject& subject) const;
 
@@ -63,10 +58,10 @@ class AddressRule {
   };
   void addTerm(std::string_view pattern);
 
-  AddressRuleKind kind_;
+  AddressKind kind_;
   std::string text_;  // lower case; of kinds address and domain
   StringPattern pattern_;
-  PatternContainer group_;
+  std::unique_ptr<const PatternContainer> group_;  // of kind group
   std::vector<Term> terms_;
   Selectivity selectivity_ = Selectivity::kNone;
 };

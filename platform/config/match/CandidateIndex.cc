@@ -10,7 +10,8 @@ void CandidateIndex::seal() {
   always_.erase(std::unique(always_.begin(), always_.end()), always_.end());
 
   std::size_t keys = 0;
-  for (std::size_t i = 0; i < filed_.size(); ++i) keys += i == 0 || filed_[i].first != filed_[i - 1].first;
+  for (std::size_t i = 0; i < filed_.size(); ++i)
+    keys += i == 0 || filed_[i].first != filed_[i - 1].first;
   slots_.assign(keys == 0 ? 0 : std::bit_ceil(keys * 2), Slot());
   ordinals_.reserve(filed_.size());
   const std::size_t mask = slots_.size() - 1;

@@ -20,16 +20,22 @@ Number numberOf(const IPAddress::Bytes& bytes) {
 
 IPAddress::Bytes bytesOf(Number number) {
   IPAddress::Bytes bytes;
-  for (std::size_t i = bytes.size(); i-- > 0; number >>= 8) bytes[i] = static_cast<std::uint8_t>(number);
+  for (std::size_t i = bytes.size(); i-- > 0; number >>= 8)
+    bytes[i] = static_cast<std::uint8_t>(number);
   return bytes;
 }
 
-Number lowestBits(int count) { return count >= kBits ? ~Number{0} : (Number{1} << count) - 1; }
+Number lowestBits(int count) {
+  return count >= kBits ? ~Number{0} : (Number{1} << count) - 1;
+}
 
 // IPv4 addresses are held behind 96 fixed bits.
-int headOf(IPAddress::Family family) { return family == IPAddress::Family::kV4 ? 96 : 0; }
+int headOf(IPAddress::Family family) {
+  return family == IPAddress::Family::kV4 ? 96 : 0;
+}
 
-CandidateIndex::Key keyOf(char side, IPAddress::Family family, int length, const IPAddress::Bytes& bytes) {
+CandidateIndex::Key keyOf(char side, IPAddress::Family family, int length,
+                          const IPAddress::Bytes& bytes) {
   std::array<char, 18> text;
   text[0] = static_cast<char>(family);
   text[1] = static_cast<char>(length);
@@ -61,7 +67,9 @@ NetworkRule::NetworkRule(IPAddressMask mask) : any_(mask.isAny()), mask_(std::mo
     // Takes the largest aligned block from the low end until the range is used up.
     for (;;) {
       int size = 0;
-      while (size < kBits - head && (low & lowestBits(size + 1)) == 0 && (low | lowestBits(size + 1)) <= high) ++size;
+      while (size < kBits - head && (low & lowestBits(size + 1)) == 0 &&
+             (low | lowestBits(size + 1)) <= high)
+        ++size;
       const int length = kBits - size;
       networks_.push_back({range.family, bytesOf(low), length - head});
       selectivity_ = std::min(selectivity_, length - head == 0 ? 0 : length);

@@ -15,7 +15,9 @@ namespace Kestrav::Config {
 // The prefix lengths under which rules are filed, one set a side: what a query must probe.
 class NetworkLengths {
  public:
-  void add(IPAddress::Family family, int length) { of(family)[static_cast<std::size_t>(length)] = true; }
+  void add(IPAddress::Family family, int length) {
+    of(family)[static_cast<std::size_t>(length)] = true;
+  }
   // Appends the keys of every network around the address that some rule may be filed under.
   void keys(char side, const IPAddress& address, std::vector<CandidateIndex::Key>& keys) const;
 

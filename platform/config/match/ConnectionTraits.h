@@ -1,0 +1,63 @@
+// How IP policies are compiled and filed; see PolicyList.h.
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include "common/IPAddress.h"
+#include "common/IPAddressMask.h"
+#include "config/match/NetworkRule.h"
+#include "config/match/PolicySelection.h"
+#include "config/records/PolicyRecords.h"
+#include "config/store/ConfigStore.h"
+
+namespace Kestrav::Config {
+
+struct ConnectionTraits {
+  using Record = __qv_ip_policy;
+
+  struct Subject {
+    IPAddress server;
+    IPAddress client;
+  };
+
+  // The address groups of the system, each read once, when a policy names one.
+  class Groups {
+   public:
+    explicit Groups(const Snapshot& snapshot) : snapshot_(snapshot) {}
+    // Throws Exception when there is no such group or a member is no mask.
+    const IPAddressMask& members(std::uint32_t id);
+
+   private:
+    const Snapshot& snapshot_;
+    std::unordered_map<std::uint32_t, IPAddressMask> read_;
+  };
+
+  class Rules {
+   public:
+    Rules(const Record& record, Groups& groups);
+    Outcome outcome(const Subject& subject) const {
+      if (!client_.matches(subject.client)) return Outcome::kClient;
+      if (!server_.matches(subject.server)) return Outcome::kServer;
+      return Outcome::kWon;
+    }
+
+   private:
+    friend struct ConnectionTraits;
+    NetworkRule client_;
+    NetworkRule server_;
+  };
+
+  // Filed by whichever side is the smaller network, by the client when they are equal.
+  class Filing {
+   public:
+    void file(const Rules& rules, CandidateIndex::Ordinal ordinal, CandidateIndex& index);
+    std::vector<CandidateIndex::Key> keys(const Subject& subject) const;
+
+   private:
+    NetworkLengths clients_;
+    NetworkLengths servers_;
+  };
+};
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,105 @@
+// An ordered list of policies of one table and domain at one revision, compiled for selection.
+//
+// Immutable; any number of threads may select. Traits give the record type, the two rules of a
+// policy and how they are filed:
+//
+//   using Record, Subject;
+//   Rules                                  the compiled rules; constructor (Record, const Groups&)
+//   throws
+//                                          Exception when they do not compile
+//   Outcome Rules::outcome(Subject)        kWon when both match, else the first side that does not
+//   struct Filing                          how rules are found
+//     file(Rules, ordinal, CandidateIndex&)
+//     keys(Subject) -> std::vector<Key>
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "common/Exception.h"
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "common/Strings.h"
+#include "config/match/CandidateIndex.h"
+#include "config/match/PolicySelection.h"
+#include "config/store/ConfigStore.h"
+
+namespace Kestrav::Config {
+
+template <class Traits>
+class PolicyList {
+ public:
+  using Record = typename Traits::Record;
+  using Subject = typename Traits::Subject;
+
+  PolicyList(G_CLI_GID gid, ngid_t domain, const Snapshot& snapshot) {
+    typename Traits::Groups groups(snapshot);
+    snapshot.walk(gid, domain, [&](const StoredRecord& stored) {
+      add(*stored.as<Record>(), domain, groups);
+      return true;
+    });
+    index_.seal();
+  }
+
+  // The winner's record, null when no policy matches.
+  const Record* select(const Subject& subject) const {
+    const std::vector<CandidateIndex::Key> keys = filing_.keys(subject);
+    const CandidateIndex::Ordinal winner = index_.first(keys, [&](CandidateIndex::Ordinal ordinal) {
+      return outcome(policies_[ordinal], subject) == Outcome::kWon;
+    });
+    return winner == CandidateIndex::kNone ? nullptr : &policies_[winner].record;
+  }
+
+  // The same by looking at every policy in turn, and telling what became of each when asked.
+  const Record* selectLinear(const Subject& subject,
+                             std::vector<Considered>* considered = nullptr) const {
+    const Record* winner = nullptr;
+    for (const Policy& policy : policies_) {
+      const Outcome what = winner ? Outcome::kNotReached : outcome(policy, subject);
+      if (what == Outcome::kWon) winner = &policy.record;
+      if (considered) {
+        considered->push_back(
+            {policy.record.id, policy.domain, std::string(boundedText(policy.record.name)), what});
+      } else if (winner) {
+        break;
+      }
+    }
+    return winner;
+  }
+
+  std::size_t size() const { return policies_.size(); }
+
+ private:
+  struct Policy {
+    Record record;
+    ngid_t domain;
+    std::optional<typename Traits::Rules> rules;  // none: they do not compile
+  };
+
+  static Outcome outcome(const Policy& policy, const Subject& subject) {
+    if (!policy.record.enabled) return Outcome::kDisabled;
+    if (!policy.rules) return Outcome::kInvalid;
+    return policy.rules->outcome(subject);
+  }
+
+  void add(const Record& record, ngid_t domain, typename Traits::Groups& groups) {
+    const auto ordinal = static_cast<CandidateIndex::Ordinal>(policies_.size());
+    Policy& policy = policies_.emplace_back(Policy{record, domain, std::nullopt});
+    try {
+      policy.rules.emplace(record, groups);
+    } catch (const Exception& error) {
+      Logger::instance(false).log(LogCode::kPolicyRecordSkipped, "%u\x01%s", policy.record.id,
+                                  error.asString().c_str());
+      return;
+    }
+    if (record.enabled) filing_.file(*policy.rules, ordinal, index_);
+  }
+
+  std::vector<Policy> policies_;
+  typename Traits::Filing filing_;
+  CandidateIndex index_;
+};
+
+}  // namespace Kestrav::Config

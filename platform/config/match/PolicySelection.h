@@ -1,0 +1,55 @@
+// Which policy applies: to a connection by its addresses, to a recipient by its envelope.
+//
+// Policies are an ordered list; the first enabled one that matches wins. Incoming policies belong
+// to a protected domain's configuration domain, tried first, or to the system; IP policies and
+// outgoing policies to the system. An index compiled from one revision answers; it is dropped when
+// its tables change and compiled anew by the next question. Any thread may ask.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/Export.h"
+#include "common/IPAddress.h"
+#include "config/records/Gid.h"
+
+struct __qv_ip_policy;
+struct __vexa_recipient_policy;
+
+namespace Kestrav::Config {
+
+// What became of one policy of the list.
+enum class Outcome : std::uint8_t {
+  kWon,
+  kDisabled,
+  kInvalid,  // a pattern, mask or kind that does not compile; logged when the index was made
+  kClient,   // the client's address is not among its clients
+  kServer,
+  kSender,
+  kRecipient,
+  kNotReached,  // stands behind the winner
+};
+
+struct KESTRAV_API Considered {
+  std::uint32_t id;
+  ngid_t domain;
+  std::string name;
+  Outcome outcome;
+};
+
+// The questions of cfg_ip_policy_match, cfg_get_incoming_policy and cfg_get_outgoing_policy. With
+// `considered`, every policy of the list is looked at in order and told there with its outcome; the
+// answer is the same. `sender` may be null.
+KESTRAV_API bool selectIpPolicy(const IPAddress& server, const IPAddress& client,
+                                __qv_ip_policy* record,
+                                std::vector<Considered>* considered = nullptr);
+KESTRAV_API bool selectIncomingPolicy(const char* sender, const char* recipient,
+                                      __vexa_recipient_policy* record,
+                                      std::vector<Considered>* considered = nullptr);
+KESTRAV_API bool selectOutgoingPolicy(const char* sender, const char* recipient,
+                                      __vexa_recipient_policy* record,
+                                      std::vector<Considered>* considered = nullptr);
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,64 @@
+#include "config/match/RecipientTraits.h"
+
+#include "common/Exception.h"
+#include "common/Strings.h"
+#include "config/records/GroupRecords.h"
+
+namespace Kestrav::Config {
+namespace {
+
+constexpr char kSender = 's';
+constexpr char kRecipient = 'r';
+
+template <std::size_t N>
+AddressRule makeRule(unsigned char kind, const char (&text)[N], std::uint32_t group,
+                     RecipientTraits::Groups& groups) {
+  static const std::vector<std::string> kNoMembers;
+  const auto rule = static_cast<AddressKind>(kind);
+  return {rule, boundedText(text),
+          rule == AddressKind::kGroup ? groups.members(group) : kNoMembers};
+}
+
+}  // namespace
+
+const std::vector<std::string>& RecipientTraits::Groups::members(std::uint32_t id) {
+  const auto known = read_.find(id);
+  if (known != read_.end()) return known->second;
+  const StoredRecord stored = snapshot_.byId(GID_EMAIL_ADDRESS_GROUP, 0, id);
+  if (!stored)
+    throw Exception("no address group has the id " + std::to_string(id), Exception::kNullHandle);
+  const auto& group = *stored.as<__vexa_email_address_group>();
+  std::vector<std::string> members;
+  for (std::uint64_t i = 0; i < group.member_count; ++i) {
+    const std::string_view text = boundedText(group.members[i].text);
+    if (!text.empty()) members.emplace_back(text);
+  }
+  return read_.emplace(id, std::move(members)).first->second;
+}
+
+RecipientTraits::Rules::Rules(const Record& record, Groups& groups)
+    : sender_(makeRule(record.sender_kind, record.sender, record.sender_group, groups)),
+      recipient_(
+          makeRule(record.recipient_kind, record.recipient, record.recipient_group, groups)) {}
+
+void RecipientTraits::Filing::file(const Rules& rules, CandidateIndex::Ordinal ordinal,
+                                   CandidateIndex& index) {
+  const bool bySender = rules.sender_.selectivity() < rules.recipient_.selectivity();
+  const AddressRule& rule = bySender ? rules.sender_ : rules.recipient_;
+  if (rule.selectivity() == AddressRule::Selectivity::kNone) {
+    index.addUnderNoKey(ordinal);
+    return;
+  }
+  for (const CandidateIndex::Key key : rule.keys(bySender ? kSender : kRecipient))
+    index.add(key, ordinal);
+}
+
+std::vector<CandidateIndex::Key> RecipientTraits::Filing::keys(const Subject& subject) const {
+  std::vector<CandidateIndex::Key> keys;
+  keys.reserve(16);
+  subject.recipient.keys(kRecipient, keys);
+  subject.sender.keys(kSender, keys);
+  return keys;
+}
+
+}  // namespace Kestrav::Config
