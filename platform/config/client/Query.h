@@ -1,0 +1,67 @@
+// One query of the client: a position in one table of one domain.
+//
+// A query of its own pins the store's revision for its life. A shared one (nCfg_query) pins nothing
+// between calls: it keeps a copy of the record it stands on and reads the newest revision whenever
+// it is fetched anew. Both belong to the thread that made them. Members throw Exception when the
+// store fails; cmf.h's functions turn that into their results.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "config/client/cmf.h"
+#include "config/store/ConfigStore.h"
+
+namespace Kestrav::Config::Client {
+
+class Query : public cmf_query {
+ public:
+  enum class Life { kOwn, kShared };
+
+  Query(unsigned int gid, ngid_t domain, Life life);
+
+  bool shared() const { return life_ == Life::kShared; }
+  ngid_t domain() const { return domain_; }
+  Revision revision() const { return revision_; }
+
+  // Answers from the newest revision from now on. The place stays: the row of the same record.
+  void refresh();
+  // As refresh, in another domain; the place is lost.
+  void moveTo(ngid_t domain);
+
+  int size();
+  bool place(int row);
+  bool placeById(std::uint32_t id);
+  int indexOf(std::uint32_t id);
+  int indexOf(std::string_view name);
+  // Of the current row. A query never placed stands on the first record.
+  void* record();
+  bool put(const void* data);
+
+ private:
+  class Reading;  // the snapshot that one call reads from
+
+  void open();
+  bool single() const { return table_ != nullptr && table_->scope == Scope::kSystemSingle; }
+  const TableIndex* index(const Reading& reading);
+  void follow(const Reading& reading);
+  void load(const Reading& reading);
+  void leave();
+  bool cached() const { return (header[3] & CMF_QUERY_CACHED) != 0; }
+  void cached(bool on);
+
+  const Table* table_;  // null: there is no such table
+  ngid_t domain_;
+  Life life_;
+  std::weak_ptr<ConfigStore> seen_;     // shared: the store that row and index are of
+  std::shared_ptr<ConfigStore> store_;  // own: keeps the store open under the snapshot
+  std::optional<Snapshot> snapshot_;    // own
+  bool opened_ = false;                 // own
+  Revision revision_ = 0;
+  std::shared_ptr<const TableIndex> index_;
+  bool nowhere_ = false;        // a placing failed
+  std::uint32_t placedId_ = 0;  // shared: id of the record at current_row
+  StoredRecord record_;
+};
+
+}  // namespace Kestrav::Config::Client

@@ -1,0 +1,140 @@
+// The read lock, root entities and the status zone.
+#include <exception>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "config/client/cmf.h"
+#include "config/records/Tables.h"
+#include "config/store/ConfigStore.h"
+#include "config/store/RowCodec.h"
+#include "config/store/StatusArea.h"
+
+using namespace Kestrav::Config;
+
+namespace {
+
+void logFailure(const char* operation, const std::exception& reason) {
+  Kestrav::Logger::instance(false).log(Kestrav::LogCode::kStoreFailure, "%s\x01%s", operation,
+                                       reason.what());
+}
+
+thread_local int readLocks = 0;
+
+struct Pinned {
+  std::shared_ptr<ConfigStore> store;
+  Snapshot snapshot;
+};
+
+// Made after the thread's first snapshot, so that it is gone before whatever the store keeps per
+// thread.
+std::optional<Pinned>& pinned() {
+  thread_local std::optional<Pinned> snapshot;
+  return snapshot;
+}
+
+// A root entity. Entities live as long as the process.
+struct Entity {
+  unsigned char kind;
+  unsigned int shmid;  // its place in the list, from 1 on
+  const Table* table;
+};
+
+const std::vector<Entity>& entities() {
+  static const auto* const list = [] {
+    auto* made = new std::vector<Entity>;
+    for (const Table& table : tables()) {
+      const bool single = table.scope == Scope::kSystemSingle;
+      made->push_back({single ? CMDB_SHM_T_OBJ : CMDB_SHM_T_TABLE,
+                       static_cast<unsigned int>(made->size() + 1), &table});
+    }
+    return made;
+  }();
+  return *list;
+}
+
+// A thread's copy of an entity's record.
+struct EntityRecord {
+  std::weak_ptr<ConfigStore> store;
+  Revision readAt = 0;
+  StoredRecord record;
+
+  void refresh(const Table& table);
+};
+
+void EntityRecord::refresh(const Table& table) {
+  const std::shared_ptr<ConfigStore> attached = ConfigStore::attached();
+  const bool same = record && !store.owner_before(attached) && !attached.owner_before(store);
+  if (attached == nullptr) {
+    if (!same) record = RowCodec::defaults(table);
+    store.reset();
+    return;
+  }
+  const Snapshot snapshot = attached->snapshot();
+  const Revision now = snapshot.revision();
+  // A record of a later revision than this snapshot's is not good enough either: the snapshot may
+  // be pinned.
+  if (!same || (now != readAt && (now < readAt || snapshot.lastChanged(table.gid) > readAt))) {
+    record = snapshot.byId(table.gid, 0, 0);
+  }
+  readAt = now;
+  store = attached;
+}
+
+// What nCfg_debug_zone points at until a store is attached.
+alignas(64) char privateZone[Zone::kSize];
+[[maybe_unused]] const bool privateZoneReady = [] {
+  StatusArea(privateZone).contentInspection(true);
+  return true;
+}();
+
+}  // namespace
+
+char* nCfg_debug_zone = privateZone;
+
+void cmf_shm_read_lock() {
+  if (readLocks++ > 0) return;
+  try {
+    std::shared_ptr<ConfigStore> store = ConfigStore::attached();
+    if (store == nullptr) return;
+    Snapshot snapshot = store->snapshot();
+    pinned().emplace(Pinned{std::move(store), std::move(snapshot)});
+  } catch (const std::exception& reason) {
+    logFailure("cmf_shm_read_lock", reason);
+  }
+}
+
+void cmf_shm_read_unlock() {
+  if (readLocks > 0 && --readLocks == 0) pinned().reset();
+}
+
+const unsigned int* cmdb_find_root_entity(ngid_t domain, unsigned int id) {
+  for (const Entity& entity : entities()) {
+    if (entity.table->gid != id) continue;
+    // Single records are the system's; lists of any domain are there, if only empty.
+    return entity.kind == CMDB_SHM_T_OBJ && domain != 0 ? nullptr : &entity.shmid;
+  }
+  return nullptr;
+}
+
+void* cmf_ptr_from_shmid(unsigned int shmid, int) {
+  const std::vector<Entity>& list = entities();
+  return shmid == 0 || shmid > list.size() ? nullptr : const_cast<Entity*>(&list[shmid - 1]);
+}
+
+const void* cmf_get_obj_data(void* entity) {
+  thread_local std::unordered_map<const void*, EntityRecord> records;
+  if (entity == nullptr || static_cast<const Entity*>(entity)->kind != CMDB_SHM_T_OBJ)
+    return nullptr;
+  try {
+    EntityRecord& copy = records[entity];
+    copy.refresh(*static_cast<const Entity*>(entity)->table);
+    return copy.record.data();
+  } catch (const std::exception& reason) {
+    logFailure("cmf_get_obj_data", reason);
+    return nullptr;
+  }
+}
