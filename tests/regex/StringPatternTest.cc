@@ -41,6 +41,12 @@ StringPattern listOf(const std::list<StringPattern>& members) {
   return StringPattern(members);
 }
 
+std::string many(std::size_t count, char c, const char* end) {
+  std::string text(count, c);
+  text += end;
+  return text;
+}
+
 TEST(StringPattern, RegularExpressionIsSearchedFor) {
   const struct {
     const char* pattern;
@@ -148,11 +154,6 @@ TEST(StringPattern, MalformedExpressionsAreRefused) {
 }
 
 TEST(StringPattern, RunawaySearchIsStoppedAndLogged) {
-  const auto many = [](std::size_t count, char c, const char* end) {
-    std::string text(count, c);
-    text += end;
-    return text;
-  };
   const struct {
     const char* pattern;
     std::string subject;
@@ -268,7 +269,7 @@ TEST(StringPattern, EmptyListMatchesNothing) {
 }
 
 TEST(StringPattern, ListTellsWhatStoppedAMember) {
-  const std::string subject = std::string(5000, 'a') + "b";
+  const std::string subject = many(5000, 'a', "b");
   const auto runaway = expression("(a+)+$");
   EXPECT_EQ(listOf({runaway, wildcard("x")}).match(subject), MatchResult::kLimit);
   EXPECT_EQ(listOf({runaway, wildcard("*b")}).match(subject), MatchResult::kYes);
