@@ -32,7 +32,7 @@ struct __aps_gw_as_profile {
   unsigned char scan_options;  // 261
   // Bits: 7 greylist.
   unsigned char session_options;  // 262
-  // Bits: 0 bypass-on-authentication, 3 bayesian-user-databases, 4 bayesian-training, 5 cloud-
+  // Bits: 0 bypass-on-authentication, 3 bayesian-option-1, 4 bayesian-option-2, 5 cloud-
   // secondary-check, 6 deep-header, 7 cloud-extended-check.
   unsigned char classifier_options;            // 263
   unsigned char uri_category_check;            // 264

@@ -5,9 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
-
 // A RADIUS server.
 struct __aps_mailauth_radius_server {
   char name[258];                   // 0
@@ -84,13 +81,3 @@ static_assert(offsetof(__aps_mailauth_smtp_server, port) == 322);
 static_assert(offsetof(__aps_mailauth_smtp_server, flags) == 324);
 static_assert(offsetof(__aps_mailauth_smtp_server, option) == 328);
 static_assert(offsetof(__aps_mailauth_smtp_server, option_16) == 329);
-
-namespace Kestrav::Config {
-
-KESTRAV_API extern const RecordType kRadiusServerType;  // __aps_mailauth_radius_server
-KESTRAV_API extern const RecordType kLdapServerType;    // _vxa_mailuser_ldap_server
-KESTRAV_API extern const RecordType kPop3ServerType;    // __aps_mailauth_pop3_server
-KESTRAV_API extern const RecordType kImapServerType;    // __aps_mailauth_imap_server
-KESTRAV_API extern const RecordType kSmtpServerType;    // __aps_mailauth_smtp_server
-
-}  // namespace Kestrav::Config

@@ -18,23 +18,23 @@ namespace Kestrav::Config {
 struct RecordType;
 
 enum class Kind : std::uint8_t {
-  kReserved,   // no meaning; always zero
-  kText,       // char[size], NUL-terminated: at most size - 1 bytes of UTF-8
-  kUnsigned,   // little-endian, `size` bytes: 1, 2, 4 or 8
+  kReserved,  // no meaning; always zero
+  kText,      // char[size], NUL-terminated: at most size - 1 bytes of UTF-8
+  kUnsigned,  // little-endian, `size` bytes: 1, 2, 4 or 8
   kSigned,
-  kFloat,      // IEEE 754, 4 bytes
-  kBool,       // `size` bytes, zero or one
-  kBit,        // bit `bit` of the `size` bytes at `offset`; with choices: words for 0 and 1
-  kEnum,       // unsigned with words (`choices`) for its values
-  kReference,  // 32-bit id of a record of table `target`, 0 for none; written by name
+  kFloat,          // IEEE 754, 4 bytes
+  kBool,           // `size` bytes, zero or one
+  kBit,            // bit `bit` of the `size` bytes at `offset`; with choices: words for 0 and 1
+  kEnum,           // unsigned with words (`choices`) for its values
+  kReference,      // 32-bit id of a record of table `target`, 0 for none; written by name
   kTextReference,  // char[size]: the name of a record of table `target`, empty for none
-  kId,         // the record's own 32-bit id
-  kDomain,     // 32-bit configuration domain id the record belongs to; filled in when it is loaded
+  kId,             // the record's own 32-bit id
+  kDomain,  // 32-bit configuration domain id the record belongs to; filled in when it is loaded
   kConfigurationDomain,  // 32-bit configuration domain that a protected domain owns, 0 for none
-  kAddressMask,  // ip_mask_t, 24 bytes; written as text
-  kStruct,     // an embedded record of type `element`
-  kList,       // 64-bit count at `offset`, pointer to `element`s at `offset + 8`; size is 16
-  kArray,      // 64-bit count at `offset`, up to `capacity` `element`s inline from `offset + 8` on
+  kAddressMask,          // ip_mask_t, 24 bytes; written as text
+  kStruct,               // an embedded record of type `element`
+  kList,   // 64-bit count at `offset`, pointer to `element`s at `offset + 8`; size is 16
+  kArray,  // 64-bit count at `offset`, up to `capacity` `element`s inline from `offset + 8` on
 };
 
 // A word of the text form for a stored value.
@@ -48,28 +48,62 @@ struct Field {
   std::uint32_t offset = 0;
   std::uint32_t size = 0;
   Kind kind = Kind::kReserved;
-  std::uint8_t bit = 0;              // kBit
-  std::int64_t defaultValue = 0;     // numbers, booleans, bits, enumerations; in stored form
-  double defaultFloat = 0;           // kFloat
+  std::uint8_t bit = 0;               // kBit
+  std::int64_t defaultValue = 0;      // numbers, booleans, bits, enumerations; in stored form
+  double defaultFloat = 0;            // kFloat
   std::string_view defaultText = {};  // kText
-  std::int64_t minimum = 0;          // kUnsigned, kSigned
+  std::int64_t minimum = 0;           // kUnsigned, kSigned
   std::int64_t maximum = std::numeric_limits<std::int64_t>::max();
   std::span<const Choice> choices = {};
-  G_CLI_GID target = {};             // kReference, kTextReference
+  G_CLI_GID target = {};                         // kReference, kTextReference
   std::span<const G_CLI_GID> alternatives = {};  // further tables a kTextReference may name
-  const RecordType* element = nullptr;  // kStruct, kList, kArray
-  std::uint32_t capacity = 0;        // kArray; for kList the most entries that are accepted, 0: any number
-  std::string_view unit = {};        // for people: "KiB", "days", "minutes"
-  std::string_view help = {};        // one line: what it does
-  std::string_view syntax = {};      // what a text must be: "pattern", "regex", "email", "email-list", "ip-mask", "host", "domain", "local-part"
-  bool secret = false;               // masked unless asked for
-  bool required = false;             // the text form must give it
+  const RecordType* element = nullptr;           // kStruct, kList, kArray
+  std::uint32_t capacity =
+      0;  // kArray; for kList the most entries that are accepted, 0: any number
+  std::string_view unit = {};    // for people: "KiB", "days", "minutes"
+  std::string_view help = {};    // one line: what it does
+  std::string_view syntax = {};  // what a text must be: "pattern", "regex", "email", "email-list",
+                                 // "ip-mask", "host", "domain", "local-part"
+  bool secret = false;           // masked unless asked for
+  bool required = false;         // the text form must give it
+  bool wordsOnly = false;        // kEnum: a number that has no word is refused
+  std::string_view part =
+      {};  // the criterion of the record whose part it is; not written by itself
+};
+
+// Whom a record applies to, in one value of the text form ("any", "@example.com",
+// "group:partners"), kept in several fields: how it is given, its text or mask, its group.
+struct Criterion {
+  enum FormOf : std::uint8_t {
+    kAny,                   // any
+    kMask,                  // 192.0.2.0/24
+    kGroup,                 // group:NAME
+    kAddress,               // user@example.com
+    kDomain,                // @example.com or example.com
+    kDomainWithSubdomains,  // .example.com
+    kWildcard,              // *@*.example.com
+    kRegex,                 // /text/
+    kExternal,              // external:NAME
+  };
+  struct Form {
+    FormOf form;
+    std::uint32_t value;  // of the field that says how it is given
+  };
+  std::string_view name;
+  // Names of the fields; empty for none.
+  std::string_view kind = {};
+  std::string_view text = {};
+  std::string_view group = {};
+  std::string_view external = {};
+  std::span<const Form> forms = {};
+  std::string_view help = {};
 };
 
 struct RecordType {
-  std::string_view name;     // the struct's name
-  std::uint32_t size = 0;    // bytes of the fixed part
+  std::string_view name;   // the struct's name
+  std::uint32_t size = 0;  // bytes of the fixed part
   std::span<const Field> fields = {};
+  std::span<const Criterion> criteria = {};
 };
 
 // How a table is kept and written.
@@ -85,15 +119,20 @@ struct Table {
   std::string_view singular;  // for people: "antispam profile"
   const RecordType* type;
   Scope scope;
-  std::uint32_t idOffset;     // of the record's 32-bit id; meaningless for kSystemSingle
-  std::uint32_t nameOffset;   // of the record's name or other unique text; kNoName when it has none
+  std::uint32_t idOffset;    // of the record's 32-bit id; meaningless for kSystemSingle
+  std::uint32_t nameOffset;  // of the record's name or other unique text; kNoName when it has none
   std::string_view help;
+  // Of a table whose records the text form writes inside those of another one.
+  G_CLI_GID owner = {};              // the other table; 0 for none
+  std::string_view ownerField = {};  // this record's reference to its owner
+  std::string_view keyInOwner = {};  // in the text form of the owner
 };
 inline constexpr std::uint32_t kNoName = 0xffffffff;
 
 // All tables that the store knows, in the order in which they are written. Declared in Tables.h.
 
-// True when the fields cover every byte of the record, none outside it, and no byte twice except by bits.
+// True when the fields cover every byte of the record, none outside it, and no byte twice except by
+// bits.
 constexpr bool coversEveryByte(const RecordType& type) {
   std::uint32_t next = 0;
   std::uint32_t bitsFrom = 0;  // start of the run of bits being read

@@ -1,0 +1,141 @@
+#include "config/records/DeliveryRecords.h"
+
+#include "config/records/FieldMakers.h"
+
+namespace Kestrav::Config {
+using namespace FieldMakers;
+
+constexpr Choice kKeyTypes[] = {
+    {"s-mime", 0},
+};
+
+constexpr Choice kBindingStatuses[] = {
+    {"unknown", 0}, {"ok", 1}, {"expired", 2}, {"revoked", 3}, {"invalid", 4},
+};
+
+constexpr Choice kEncryptionProtocols[] = {
+    {"s-mime", 0},
+    {"ibe", 1},
+};
+
+constexpr Choice kMessageDistributions[] = {
+    {"push", 0},
+    {"pull", 1},
+};
+
+constexpr Choice kEncryptionFailureActions[] = {
+    {"send-plain", 0},
+    {"reject", 1},
+};
+
+namespace of_vexa_encryption_profile {
+using Record = ::__vexa_encryption_profile;
+constexpr Field kFields[] = {
+    text("name", AT(name)).needed().says("Name by which actions refer to the profile."),
+    words("protocol", AT(protocol), kEncryptionProtocols).says("Protocol."),
+    number("encryption-algorithm", AT(encryption_algorithm))
+        .says("Number of the encryption algorithm."),
+    number("value", AT(value_44)).says("Value that is carried along."),
+    number("action", AT(action)).says("Number of the action."),
+    words("action-on-fail", AT(action_on_fail), kEncryptionFailureActions)
+        .says("What is done when encryption fails."),
+    words("ibe-message-distribution", AT(ibe_message_distribution), kMessageDistributions)
+        .says("How an identity-based encrypted message reaches its recipient."),
+    number("ibe-max-push-size", AT(ibe_max_push_size))
+        .says("Largest identity-based encrypted message that is pushed."),
+    ownId("id", AT(id)),
+};
+}  // namespace of_vexa_encryption_profile
+constexpr RecordType kEncryptionProfileType{"__vexa_encryption_profile",
+                                            sizeof(::__vexa_encryption_profile),
+                                            of_vexa_encryption_profile::kFields};
+static_assert(coversEveryByte(kEncryptionProfileType) && isWellFormed(kEncryptionProfileType));
+
+namespace of_aps_notice_recipient {
+using Record = ::__aps_notice_recipient;
+constexpr Field kFields[] = {
+    text("address", AT(address)).writtenAs("email").says("E-mail address."),
+};
+}  // namespace of_aps_notice_recipient
+constexpr RecordType kNoticeRecipientType{
+    "__aps_notice_recipient", sizeof(::__aps_notice_recipient), of_aps_notice_recipient::kFields};
+static_assert(coversEveryByte(kNoticeRecipientType) && isWellFormed(kNoticeRecipientType));
+
+namespace of_aps_profile_notification {
+using Record = ::__aps_profile_notification;
+constexpr Field kFields[] = {
+    text("name", AT(name)).needed().says("Name by which actions refer to the profile."),
+    boolean("attach-original", AT(attach_original_message)).says("Attach the original message."),
+    reserved("reserved-41", AT(reserved_41)),
+    ownId("id", AT(id)),
+    array("other-recipients", offsetof(Record, other_recipient_count),
+          8 + sizeof(Record::other_recipients), &kNoticeRecipientType, 5)
+        .says("Further recipients; used when the target others is on."),
+    textReference("template", AT(template_name), GID_CUSTOM_MESSAGE)
+        .says("Message template of the notice."),
+    signedNumber("subtype", AT(subtype)).says("Number of the kind of notice."),
+    bit("notify-sender", AT(targets), 0).says("Notify the sender."),
+    bit("notify-recipient", AT(targets), 1).says("Notify the recipient."),
+    bit("notify-others", AT(targets), 2).says("Notify the further recipients."),
+};
+}  // namespace of_aps_profile_notification
+constexpr RecordType kNotificationProfileType{"__aps_profile_notification",
+                                              sizeof(::__aps_profile_notification),
+                                              of_aps_profile_notification::kFields};
+static_assert(coversEveryByte(kNotificationProfileType) && isWellFormed(kNotificationProfileType));
+
+namespace of_aps_cmsg_type {
+using Record = ::__aps_cmsg_type;
+constexpr Field kFields[] = {
+    text("name", AT(name)).needed().says("Name of the template."),
+    ownId("id", AT(id)),
+    number("type", AT(type)).says("Number of the kind of message."),
+    text("subject", AT(subject)).writtenAs("header-value").says("Subject of the message."),
+    text("text", AT(text)).says("Body in plain text."),
+    text("html", AT(html)).says("Body in HTML."),
+};
+}  // namespace of_aps_cmsg_type
+constexpr RecordType kCustomMessageType{"__aps_cmsg_type", sizeof(::__aps_cmsg_type),
+                                        of_aps_cmsg_type::kFields};
+static_assert(coversEveryByte(kCustomMessageType) && isWellFormed(kCustomMessageType));
+
+namespace of_vexa_certificate_binding {
+using Record = ::__vexa_certificate_binding;
+constexpr Field kFields[] = {
+    ownId("id", AT(id)),
+    text("owner", AT(owner))
+        .needed()
+        .writtenAs("pattern")
+        .says("Pattern of the owners' addresses."),
+    words("key-type", AT(key_type), kKeyTypes).says("Type of the key."),
+    bit("encryption", AT(key_usage), 0).byDefault(1).says("The key pair encrypts and decrypts."),
+    bit("signing", AT(key_usage), 1).byDefault(1).says("The key pair signs."),
+    text("name", AT(name)).needed().says("Name of the binding."),
+    text("private-key", AT(private_key))
+        .keptSecret()
+        .says("Private key, or the absolute path of a file that holds it."),
+    text("certificate", AT(certificate)).says("Certificate."),
+    text("pass-phrase", AT(pass_phrase)).keptSecret().says("Pass phrase of the private key."),
+    words("status", AT(status), kBindingStatuses).says("Outcome of the latest verification."),
+};
+}  // namespace of_vexa_certificate_binding
+constexpr RecordType kCertificateBindingType{"__vexa_certificate_binding",
+                                             sizeof(::__vexa_certificate_binding),
+                                             of_vexa_certificate_binding::kFields};
+static_assert(coversEveryByte(kCertificateBindingType) && isWellFormed(kCertificateBindingType));
+
+namespace of_aps_attachment_signature {
+using Record = ::__aps_attachment_signature;
+constexpr Field kFields[] = {
+    number("type", AT(type)).says("Number of the hash type."),
+    text("hash", AT(hash)).needed().says("Hash in hexadecimal."),
+    text("comment", AT(comment)).says("What the attachment is."),
+    ownId("id", AT(id)),
+};
+}  // namespace of_aps_attachment_signature
+constexpr RecordType kAttachmentSignatureType{"__aps_attachment_signature",
+                                              sizeof(::__aps_attachment_signature),
+                                              of_aps_attachment_signature::kFields};
+static_assert(coversEveryByte(kAttachmentSignatureType) && isWellFormed(kAttachmentSignatureType));
+
+}  // namespace Kestrav::Config
