@@ -114,7 +114,11 @@ bool selectOutgoingPolicy(const char* sender, const char* recipient,
 
 int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* record) {
   using Kestrav::IPAddress;
-  return Kestrav::Config::selectIpPolicy(IPAddress(server), IPAddress(client), record) ? 0 : -1;
+  try {
+    return Kestrav::Config::selectIpPolicy(IPAddress(server), IPAddress(client), record) ? 0 : -1;
+  } catch (const Kestrav::Exception&) {
+    return -1;  // no address, no policy
+  }
 }
 
 int cfg_get_incoming_policy(const char* sender, const char* recipient,
