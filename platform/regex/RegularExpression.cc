@@ -20,8 +20,8 @@ namespace {
 constexpr std::uint32_t kMatchLimit = 100'000;
 constexpr std::uint32_t kDepthLimit = 20'000;
 constexpr std::uint32_t kHeapLimitKib = 8 * 1024;
-constexpr std::size_t kJitStackStart = 32 * 1024;
-constexpr std::size_t kJitStackMost = 1024 * 1024;
+constexpr std::size_t kJitStackStart = 32'768;
+constexpr std::size_t kJitStackMost = 1'048'576;
 
 // That limit alone bounds little: generated code counts one step for a whole run of a repeated
 // character, which may try the rest of the subject, and counting starts afresh at every place. So a
@@ -181,9 +181,7 @@ struct RegularExpression::State {
   mutable std::unique_ptr<const Reading> bytes;
 
   const Reading& asBytes() const {
-    // An expression may not ask for UTF-8 here: it would be run on what is none.
-    std::call_once(bytesOnce,
-                   [this] { bytes = std::make_unique<Reading>(text, options | PCRE2_NEVER_UTF); });
+    std::call_once(bytesOnce, [this] { bytes = std::make_unique<Reading>(text, options); });
     return *bytes;
   }
 };

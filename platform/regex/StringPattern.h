@@ -39,7 +39,7 @@ class KESTRAV_API StringPattern {
   // Code of the Exception that a malformed pattern raises.
   static constexpr int kDoesNotCompile = 101;
 
-  static constexpr std::size_t kMaxSubject = 64 * 1024;
+  static constexpr std::size_t kMaxSubject = 65'536;
 
   // The null pattern; matches nothing.
   StringPattern();
