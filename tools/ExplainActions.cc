@@ -1,0 +1,111 @@
+#include <nlohmann/json.hpp>
+
+#include "Action.h"
+#include "ProfileFactory.h"
+#include "tools/ExplainModel.h"
+
+namespace Kestrav::Tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+namespace Types = ActionTypes;
+
+std::string quoted(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+// The rewriter is a template: what it does is shown on an address.
+std::string rewritten(const EmailAddressRewriter& rewriter) {
+  const EmailAddress example = EmailAddress::rfc5321Parse("local@domain.example", false);
+  try {
+    return rewriter(example).address();
+  } catch (const Exception& error) {
+    return error.message();
+  }
+}
+
+std::string named(const Names& names, G_CLI_GID gid, ngid_t domain, std::uint32_t id) {
+  const auto found = names.find(gid, domain, id);
+  return found ? quoted(found->name) : "#" + std::to_string(id) + ", which does not exist";
+}
+
+// The parameters of one action, and the sentence that says what it does.
+Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
+  Json document = {{"type", action.type()}};
+  const auto say = [&](const char* kind, std::string sentence, Json parameters = Json::object()) {
+    document["kind"] = kind;
+    document.update(parameters);
+    document["text"] = std::move(sentence);
+    return document;
+  };
+  switch (action.type()) {
+    case Types::kHeaderTag:
+      return say("header", "insert the header " + quoted(action.headerTag().asString()),
+                 {{"name", action.headerTag().name()}, {"value", action.headerTag().value()}});
+    case Types::kSubjectTag:
+      return say("subject", "tag the subject with " + quoted(action.subjectTag()),
+                 {{"tag", action.subjectTag()}});
+    case Types::kRewriteAddress:
+      return say("rewrite-recipient",
+                 "rewrite the recipient: local@domain.example becomes " +
+                     rewritten(action.addressRewriter()),
+                 {{"example", rewritten(action.addressRewriter())}});
+    case Types::kSystemQuarantine: {
+      const std::uint32_t id = action.systemquarantineFolderId();
+      return say("system-quarantine",
+                 "quarantine it in the folder " + named(names, GID_QUARANTINE_FOLDER, 0, id),
+                 {{"folder", id}});
+    }
+    case Types::kEncrypt: {
+      const std::uint32_t id = action.encryptionProfileId();
+      return say("encrypt",
+                 "encrypt it with the profile " + named(names, GID_ENCRYPTION_PROFILE, domain, id),
+                 {{"profile", id}});
+    }
+    case Types::kAlternateHost:
+      return say("alternate-host", "deliver it to the host " + quoted(action.alternateHost()),
+                 {{"host", action.alternateHost()}});
+    case Types::kBlindCopy: {
+      Json recipients = Json::array();
+      std::string list;
+      for (const EmailAddress& address : action.bcc()) {
+        recipients.push_back(address.address());
+        list += (list.empty() ? "" : ", ") + address.address();
+      }
+      return say("blind-copy", "send a blind copy to " + list, {{"recipients", recipients}});
+    }
+    case Types::kArchive:
+      return say("archive",
+                 "archive it for the account #" + std::to_string(action.archiveRecipientId()),
+                 {{"recipient", action.archiveRecipientId()}});
+    case Types::kNotify: {
+      const std::uint32_t id = action.notificationProfileId();
+      return say("notify",
+                 "notify by the profile " + named(names, GID_NOTIFICATION_PROFILE, domain, id),
+                 {{"profile", id}});
+    }
+    case Types::kDisposition1:
+      return say("disposition-1", "discard it");
+    case Types::kDisposition2:
+      return say("disposition-2", "reject it");
+    case Types::kDisposition4:
+      return say("disposition-4", "quarantine it for the recipient");
+    default: {
+      char value[16];
+      std::snprintf(value, sizeof value, "0x%x", action.type());
+      return say("other", std::string("do what the daemons do for action ") + value);
+    }
+  }
+}
+
+}  // namespace
+
+nlohmann::ordered_json actionsDocument(const ActionContainer& actions, ngid_t domain,
+                                       const Names& names) {
+  Json list = Json::array();
+  for (const Action& action : actions.actions())
+    list.push_back(actionDocument(action, domain, names));
+  return list;
+}
+
+}  // namespace Kestrav::Tool

@@ -1,0 +1,108 @@
+#include "tools/Render.h"
+
+#include <nlohmann/json.hpp>
+
+#include "config/records/FieldAccess.h"
+
+namespace Kestrav::Tool {
+namespace {
+
+using Config::Field;
+using Config::Kind;
+using Json = nlohmann::ordered_json;
+
+// JSON holds UTF-8 only; a stored text may hold anything.
+std::string jsonText(const Json& value) {
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json choiceOr(const Field& field, std::int64_t value) {
+  for (const Config::Choice& choice : field.choices) {
+    if (choice.value == value) return std::string(choice.word);
+  }
+  return value;
+}
+
+Json valueDocument(const Field& field, const void* record, ngid_t domain, const Names& names,
+                   const RenderOptions& options) {
+  switch (field.kind) {
+    case Kind::kText:
+    case Kind::kTextReference:
+      return std::string(Config::readText(field, record));
+    case Kind::kFloat:
+      return Config::readReal(field, record);
+    case Kind::kBool:
+      return Config::readNumber(field, record) != 0;
+    case Kind::kBit:
+      if (field.choices.empty()) return Config::readNumber(field, record) != 0;
+      return choiceOr(field, Config::readNumber(field, record));
+    case Kind::kReference: {
+      const auto id = static_cast<std::uint32_t>(Config::readNumber(field, record));
+      if (id == 0) return nullptr;
+      return names.nameOf(field.target, domain, id);
+    }
+    case Kind::kAddressMask:
+      return Config::readMask(field, record);
+    case Kind::kStruct:
+      return recordDocument(*field.element, Config::readStruct(field, record), domain, names,
+                            options);
+    case Kind::kList:
+    case Kind::kArray: {
+      Json list = Json::array();
+      const Config::Entries entries = Config::readEntries(field, record);
+      for (std::uint64_t i = 0; i < entries.count; ++i) {
+        list.push_back(recordDocument(*field.element, entries.at(i), domain, names, options));
+      }
+      return list;
+    }
+    default:
+      return choiceOr(field, Config::readNumber(field, record));
+  }
+}
+
+}  // namespace
+
+nlohmann::ordered_json recordDocument(const Config::RecordType& type, const void* record,
+                                      ngid_t domain, const Names& names,
+                                      const RenderOptions& options) {
+  Json document = Json::object();
+  for (const Field& field : type.fields) {
+    if (field.kind == Kind::kReserved) continue;
+    if (!options.defaults && field.kind != Kind::kId && Config::holdsDefault(type, field, record))
+      continue;
+    const bool masked = field.secret && !options.secrets;
+    document[std::string(field.name)] =
+        masked ? Json(kMasked) : valueDocument(field, record, domain, names, options);
+  }
+  return document;
+}
+
+std::vector<FieldChange> fieldChanges(const Config::RecordType& type, const void* before,
+                                      const void* after, ngid_t domain, const Names& names,
+                                      const RenderOptions& options) {
+  std::vector<FieldChange> changes;
+  for (const Field& field : type.fields) {
+    if (field.kind == Kind::kReserved || Config::sameField(field, before, after)) continue;
+    if (field.secret && !options.secrets) {
+      changes.push_back({std::string(field.name), kMasked, kMasked});
+      continue;
+    }
+    changes.push_back({std::string(field.name),
+                       jsonText(valueDocument(field, before, domain, names, options)),
+                       jsonText(valueDocument(field, after, domain, names, options))});
+  }
+  return changes;
+}
+
+std::string recordName(const Config::Table& table, const void* record, std::uint32_t id) {
+  if (table.nameOffset != Config::kNoName) {
+    for (const Field& field : table.type->fields) {
+      if (field.offset == table.nameOffset && field.kind == Kind::kText) {
+        return std::string(Config::readText(field, record));
+      }
+    }
+  }
+  return "#" + std::to_string(id);
+}
+
+}  // namespace Kestrav::Tool

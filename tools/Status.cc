@@ -1,0 +1,72 @@
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "config/store/StatusArea.h"
+#include "tools/OpenStore.h"
+#include "tools/Switches.h"
+
+namespace Kestrav::Tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json statusDocument(const Context& context, Config::ConfigStore& store) {
+  const auto statistics = store.statistics();
+  Json document = {
+      {"store", context.store.string()},
+      {"revision", statistics.revision},
+      {"usedBytes", statistics.usedBytes},
+      {"mapBytes", statistics.mapBytes},
+      {"journal",
+       {{"entries", statistics.journalEntries},
+        {"oldestRevision", statistics.oldestJournalRevision}}},
+      {"readers", {{"inUse", statistics.readersInUse}, {"slots", statistics.readerSlots}}},
+      {"switches", Json::object()},
+      {"processes", Json::array()}};
+  for (const Switch& entry : switches()) {
+    document["switches"][entry.name] = entry.get(store.status());
+  }
+  for (const auto& process : store.processes()) {
+    const Config::Revision lag =
+        statistics.revision > process.applied ? statistics.revision - process.applied : 0;
+    document["processes"].push_back(
+        {{"pid", process.pid}, {"name", process.name}, {"applied", process.applied}, {"lag", lag}});
+  }
+  return document;
+}
+
+void print(const Json& document, std::ostream& out) {
+  out << "store      " << document["store"].get<std::string>() << "\n"
+      << "revision   " << document["revision"] << "\n"
+      << "size       " << document["usedBytes"] << " bytes used of " << document["mapBytes"] << "\n"
+      << "journal    " << document["journal"]["entries"] << " changes, from revision "
+      << document["journal"]["oldestRevision"] << " on\n"
+      << "readers    " << document["readers"]["inUse"] << " of " << document["readers"]["slots"]
+      << " slots\n"
+      << "switches\n";
+  for (const auto& [name, on] : document["switches"].items()) {
+    out << "  " << name << std::string(24 - std::min<std::size_t>(name.size(), 23), ' ')
+        << (on.get<bool>() ? "on" : "off") << "\n";
+  }
+  out << "processes\n";
+  if (document["processes"].empty()) out << "  none\n";
+  for (const Json& process : document["processes"]) {
+    out << "  " << process["pid"] << "  " << process["name"].get<std::string>() << "  applied "
+        << process["applied"] << ", " << process["lag"] << " behind\n";
+  }
+}
+
+}  // namespace
+
+int status(const Context& context, bool json) {
+  const auto store = openStore(context, IfMissing::kRefuse);
+  const Json document = statusDocument(context, *store);
+  if (json) {
+    context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  } else {
+    print(document, context.out);
+  }
+  return kDone;
+}
+
+}  // namespace Kestrav::Tool

@@ -1,0 +1,41 @@
+#include "tools/Switches.h"
+
+namespace Kestrav::Tool {
+namespace {
+
+using Config::StatusArea;
+
+template <std::uint32_t kBit>
+bool dirty(const StatusArea& status) {
+  return (status.dirtyFlags() & kBit) != 0;
+}
+
+template <std::uint32_t kBit>
+void setDirty(StatusArea& status, bool on) {
+  if (on) {
+    status.setDirty(kBit);
+  } else {
+    status.clearDirty(kBit);
+  }
+}
+
+constexpr Switch kSwitches[] = {
+    {"content-inspection", "policies carry inspection profiles",
+     [](const StatusArea& status) { return status.contentInspection(); },
+     [](StatusArea& status, bool on) { status.contentInspection(on); }},
+    {"antispam-dirty", "the next request drops the antispam profiles",
+     dirty<Config::Zone::kAntispamDirty>, setDirty<Config::Zone::kAntispamDirty>},
+    {"content-dirty", "the next request drops the content profiles",
+     dirty<Config::Zone::kContentDirty>, setDirty<Config::Zone::kContentDirty>},
+    {"disclaimer-reload", "the next lookup drops the disclaimers",
+     [](const StatusArea& status) { return status.disclaimerReload(); },
+     [](StatusArea& status, bool on) { status.disclaimerReload(on); }},
+};
+
+}  // namespace
+
+std::span<const Switch> switches() {
+  return kSwitches;
+}
+
+}  // namespace Kestrav::Tool

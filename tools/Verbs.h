@@ -1,0 +1,84 @@
+// The verbs of vexactl, one source each. main.cc reads the command line; a verb does the work.
+#pragma once
+
+#include <filesystem>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace Kestrav::Tool {
+
+// Exit codes: what scripts rely on.
+inline constexpr int kDone = 0;
+inline constexpr int kNo = 1;        // the answer is no
+inline constexpr int kBadInput = 2;  // wrong use or bad input
+
+// What every verb is given.
+struct Context {
+  std::filesystem::path store;
+  std::ostream& out;
+  std::ostream& err;
+  bool colour = false;    // out is a terminal
+  bool progress = false;  // err is a terminal
+};
+
+using Files = std::vector<std::filesystem::path>;
+
+// check: reads files as `load` would and says every mistake; no store is needed.
+int check(const Context& context, const Files& files);
+
+struct LoadOptions {
+  Files files;
+  bool dryRun = false;
+};
+// load: makes the store hold what the files say, in one revision, or changes nothing.
+int load(const Context& context, const LoadOptions& options);
+
+// dump: the whole configuration as YAML that loads back.
+int dump(const Context& context, bool secrets);
+
+struct GetOptions {
+  std::string table;
+  std::string name;    // empty: list the table
+  std::string domain;  // a protected domain's name or a number; empty: the system
+  bool json = false;
+  bool secrets = false;
+};
+int get(const Context& context, const GetOptions& options);
+
+struct ExplainOptions {
+  std::string client;
+  std::string server;
+  std::string sender;  // empty or "<>": the null sender
+  std::vector<std::string> recipients;
+  bool json = false;
+  bool secrets = false;
+};
+int explain(const Context& context, const ExplainOptions& options);
+
+struct DiffOptions {
+  std::string from;  // a file, a folder of files or a store's folder
+  std::string to;    // empty: the store of --store
+  bool json = false;
+  bool secrets = false;
+};
+// diff: done (0) when both hold the same, no (1) when they differ.
+int diff(const Context& context, const DiffOptions& options);
+
+struct WatchOptions {
+  bool json = false;
+  bool secrets = false;
+  int changes = 0;  // end after so many revisions; 0: until interrupted
+};
+int watch(const Context& context, const WatchOptions& options);
+
+int status(const Context& context, bool json);
+
+// set: turns a switch of the status area on or off.
+int set(const Context& context, const std::string& name, const std::string& value);
+
+enum class SchemaOf { kConfiguration, kExplain };
+int schema(const Context& context, SchemaOf of);
+int records(const Context& context);
+
+}  // namespace Kestrav::Tool
