@@ -1,17 +1,17 @@
 // The compiled policy lists of one table, one a configuration domain, made when first asked for and
 // dropped when the table or the groups that it names change.
 //
-// Any thread may ask; the event thread drops. A list whose making began before a drop answers the
-// question it was made for and is not kept.
+// Any thread may ask; the event thread drops. A list made from a revision older than the one being
+// delivered answers the question it was made for and is not kept.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
 
+#include "config/Event.h"
 #include "config/match/PolicyList.h"
 
 namespace Kestrav::Config {
@@ -30,19 +30,18 @@ class PolicyLists {
       const auto found = lists_.find(domain);
       if (found != lists_.end()) return found->second;
     }
-    const std::uint64_t drops = drops_.load();
     const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
     if (!store) return nullptr;
-    auto list = std::make_shared<const List>(gid_, domain, store->snapshot());
+    const Snapshot snapshot = store->snapshot();
+    auto list = std::make_shared<const List>(gid_, domain, snapshot);
     std::unique_lock lock(mutex_);
-    if (drops_.load() != drops) return list;
+    if (snapshot.revision() < dispatcher_->delivering()) return list;
     return lists_.try_emplace(domain, std::move(list)).first->second;
   }
 
   void drop(ngid_t domain) {
     std::shared_ptr<const List> dropped;  // destroyed after the lock is released
     std::unique_lock lock(mutex_);
-    ++drops_;
     const auto found = lists_.find(domain);
     if (found == lists_.end()) return;
     dropped = std::move(found->second);
@@ -52,7 +51,6 @@ class PolicyLists {
   void dropAll() {
     Map dropped;
     std::unique_lock lock(mutex_);
-    ++drops_;
     dropped.swap(lists_);
   }
 
@@ -60,9 +58,9 @@ class PolicyLists {
   using Map = std::unordered_map<ngid_t, std::shared_ptr<const List>>;
 
   const G_CLI_GID gid_;
+  const CMF::Event::Dispatcher dispatcher_ = CMF::Event::Dispatcher::instance("", false, false);
   std::shared_mutex mutex_;  // guards lists_
   Map lists_;
-  std::atomic<std::uint64_t> drops_{0};
 };
 
 }  // namespace Kestrav::Config
