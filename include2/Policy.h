@@ -1,0 +1,69 @@
+// Which profiles and settings apply to one path of a message.
+//
+// A handle: copies share one implementation, which is immutable but for one remembered answer. Any
+// number of threads may read it. Policies are chosen by PolicyIPAddress and PolicyRecipient; this
+// is what both have in common. A policy keeps answering with the configuration it was built from.
+#pragma once
+
+#include <cstdint>
+
+#include "ProfSessionDelivery.h"
+#include "ProfSessionReceive.h"
+#include "ProfileAntiSpam.h"
+#include "ProfileAntiVirus.h"
+#include "ProfileContent.h"
+#include "ProfileDLP.h"
+#include "VexaRefcounted.h"
+#include "common/Export.h"
+#include "config/records/Gid.h"
+
+namespace Kestrav {
+
+// Carried from the policy's record to the daemons; their meaning is theirs.
+struct KESTRAV_API AuthenticationAndAccess {
+  bool authFlag1 = false;
+  bool authFlag2 = false;
+  bool authFlag3 = false;
+  std::uint32_t authValue = 0;
+};
+
+class PolicyImpl;
+
+extern template class KESTRAV_API RefCounted<PolicyImpl>;
+extern template class KESTRAV_API Ref<PolicyImpl>;
+
+// Every accessor throws Exception with its full signature as the message, code 1, on a null policy.
+// What the others return by reference lives as long as any handle to the policy does. Any of the
+// profiles may be null.
+class KESTRAV_API Policy : public Ref<PolicyImpl> {
+ public:
+  // The null policy.
+  Policy() = default;
+
+  // The record's id; 0 for a policy that was derived rather than chosen.
+  int id() const;
+
+  // The configuration domain of the policy's record.
+  ngid_t ngid() const;
+
+  const ProfileAntiSpam& antispamProfile() const;
+  const ProfileAntiVirus& antivirusProfile() const;
+  const ProfileContent& contentProfile() const;
+  const ProfSessionReceive& receiveProfile() const;
+  const ProfSessionDelivery& deliveryProfile() const;
+  const ProfileDLP& dlpProfile() const;
+  const AuthenticationAndAccess& authenticationAndAccess() const;
+
+  // Whether the antispam or the content profile needs the message's parts. A yes is remembered by
+  // all copies of the policy; a no only by a policy made for a further recipient.
+  bool messageParsingRequired() const;
+
+ protected:
+  // Adopts `impl`, which was just made.
+  explicit Policy(PolicyImpl* impl) : Ref(impl) {}
+
+  // Adopts `impl` in place of what is held; null makes a null policy.
+  void adopt(PolicyImpl* impl);
+};
+
+}  // namespace Kestrav

@@ -1,0 +1,67 @@
+// The policy for one recipient of a message, chosen by its envelope sender and that recipient.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Policy.h"
+#include "PolicyIPAddress.h"
+#include "common/Export.h"
+#include "parser/EmailAddress.h"
+
+namespace Kestrav {
+
+// What a caller keeps about how a recipient matched. The fields mean what the caller makes of them.
+class KESTRAV_API PolicyRecipientMatch {
+ public:
+  PolicyRecipientMatch() = default;
+  PolicyRecipientMatch(const PolicyRecipientMatch&) = default;
+  PolicyRecipientMatch& operator=(const PolicyRecipientMatch&) = default;
+  virtual ~PolicyRecipientMatch();
+
+  std::string text;
+  std::uint32_t value1 = 0;
+  std::uint32_t value2 = 0;
+  std::uint32_t value3 = 0;
+};
+
+class KESTRAV_API PolicyRecipient : public Policy {
+ public:
+  // Values of direction().
+  static constexpr int kIncoming = 1;
+  static constexpr int kOutgoing = 2;
+
+  // The null policy.
+  PolicyRecipient() = default;
+
+  // The profiles and access settings of the connection's policy, for this recipient. Null when the
+  // recipient or the policy is null.
+  PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient,
+                  const PolicyIPAddress& ipPolicy);
+
+  // The first enabled recipient policy that matches, among the incoming ones when the recipient's
+  // domain is protected, otherwise among the outgoing ones. Null when none does or the recipient is
+  // null. With `noPolicy` none is asked for: the result only knows its direction, which is outgoing
+  // unless `lookupDirection` is set.
+  PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient, bool noPolicy,
+                  bool lookupDirection);
+
+  // The policy of another recipient of the same message, for a further one. Null when either is.
+  PolicyRecipient(const EmailAddress& recipient, const PolicyRecipient& other);
+
+  // On a null policy these throw Exception "PolicyRecipient", code 1.
+
+  // May be the null address.
+  const EmailAddress& sender() const;
+  const EmailAddress& recipient() const;
+  int direction() const;
+
+  // The recipient's domain, when it is protected and an incoming policy was chosen; otherwise
+  // empty.
+  const std::string& policyDomain() const;
+
+  // Both null, or both of one implementation.
+  bool operator==(const PolicyRecipient& other) const;
+};
+
+}  // namespace Kestrav

@@ -1,0 +1,15 @@
+// What to scan a message for, and what to do with an infected one. A profile handle.
+#pragma once
+
+#include "Profile.h"
+#include "common/Export.h"
+
+namespace Kestrav {
+
+class KESTRAV_API ProfileAntiVirus : public Profile {
+ public:
+  // The null profile.
+  ProfileAntiVirus() = default;
+};
+
+}  // namespace Kestrav

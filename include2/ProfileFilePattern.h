@@ -1,0 +1,15 @@
+// A file type, told by file names and MIME types. A profile handle.
+#pragma once
+
+#include "Profile.h"
+#include "common/Export.h"
+
+namespace Kestrav {
+
+class KESTRAV_API ProfileFilePattern : public Profile {
+ public:
+  // The null profile.
+  ProfileFilePattern() = default;
+};
+
+}  // namespace Kestrav

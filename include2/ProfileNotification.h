@@ -1,0 +1,15 @@
+// Whom to tell about what was done with a message, and how. A profile handle.
+#pragma once
+
+#include "Profile.h"
+#include "common/Export.h"
+
+namespace Kestrav {
+
+class KESTRAV_API ProfileNotification : public Profile {
+ public:
+  // The null profile.
+  ProfileNotification() = default;
+};
+
+}  // namespace Kestrav

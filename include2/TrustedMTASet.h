@@ -1,0 +1,80 @@
+// The mail transfer agents that the gateway trusts, by IP address: those whose word on where a
+// message came from is believed, and those whose spam verdict is.
+//
+// One pair of sets per process, filled by initializeTrustedMTASet() and kept up to date by the
+// profile factory's event handlers. Any number of threads may read and change the sets; each
+// operation is atomic on its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <set>
+
+#include "VexaRefcounted.h"
+#include "common/Export.h"
+#include "common/IPAddress.h"
+#include "common/IPAddressMask.h"
+#include "common/Mutex.h"
+
+namespace Kestrav {
+
+// An ordered set of address masks without duplicates.
+class KESTRAV_API TrustedAddresses : public NonCopyable {
+ public:
+  void insert(const IPAddressMask& mask);
+  void erase(const IPAddressMask& mask);
+
+  // Counts what insert and erase were called for. A set that was read from the store is put in only
+  // if nothing has changed since: take the count, read the store, then add or assign with that
+  // count. Both do nothing and return false when it is outdated.
+  std::uint64_t changes() const;
+  [[nodiscard]] bool add(const std::set<IPAddressMask>& masks, std::uint64_t changes);
+  [[nodiscard]] bool assign(std::set<IPAddressMask> masks, std::uint64_t changes);
+
+  // Whether `mask` itself is an element.
+  bool contains(const IPAddressMask& mask) const;
+  // Whether any element covers `address`.
+  bool matches(const IPAddress& address) const;
+  std::size_t size() const;
+  // In the order of IPAddressMask.
+  std::list<IPAddressMask> list() const;
+
+ private:
+  mutable Mutex mutex_;
+  // Guarded by mutex_.
+  std::set<IPAddressMask> masks_;
+  std::uint64_t changes_ = 0;
+};
+
+class KESTRAV_API TrustedMTASet : public virtual RefImpl, public NonCopyable {
+ public:
+  ~TrustedMTASet() override;
+
+  TrustedAddresses& trustedMTAs() { return trustedMTAs_; }
+  const TrustedAddresses& trustedMTAs() const { return trustedMTAs_; }
+  TrustedAddresses& trustedAntispamMTAs() { return trustedAntispamMTAs_; }
+  const TrustedAddresses& trustedAntispamMTAs() const { return trustedAntispamMTAs_; }
+
+ private:
+  TrustedAddresses trustedMTAs_;
+  TrustedAddresses trustedAntispamMTAs_;
+};
+
+extern template class KESTRAV_API RefCounted<TrustedMTASet>;
+extern template class KESTRAV_API Ref<TrustedMTASet>;
+
+class KESTRAV_API TrustedMTASetRef : public Ref<TrustedMTASet> {
+ public:
+  // The process's sets, empty at first. The argument makes no difference.
+  static TrustedMTASetRef instance(bool unused = false);
+
+ private:
+  explicit TrustedMTASetRef(TrustedMTASet* set) : Ref(set) {}
+};
+
+// Adds every address of the two tables to the sets. A text that is no address is logged and passed
+// over.
+KESTRAV_API void initializeTrustedMTASet();
+
+}  // namespace Kestrav

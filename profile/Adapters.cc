@@ -1,0 +1,43 @@
+#include "profile/Adapters.h"
+
+#include "common/IPAddress.h"
+#include "common/IPAddressMask.h"
+#include "common/Strings.h"
+
+namespace Kestrav {
+
+void adapter(StringContainer& out, int count, const __aps_hideheader_list_t* list) {
+  for (int i = 0; i < count; ++i) {
+    if (list[i].name[0] == '\0') continue;
+    out.add(std::string(boundedText(list[i].name)));
+  }
+}
+
+void adapter(std::list<std::string>& out, int count, const aps_fqdn_t* list) {
+  for (int i = 0; i < count; ++i) {
+    if (list[i].name[0] == '\0') continue;
+    out.emplace_back(boundedText(list[i].name));
+  }
+}
+
+void adapter(PatternContainer& out, int count, const aps_bounded_string* list) {
+  for (int i = 0; i < count; ++i) {
+    if (list[i].text[0] == '\0') continue;
+    std::string entry(boundedText(list[i].text));
+    stringLeftTrim(entry);
+    stringRightTrim(entry);
+    if (entry.empty()) continue;
+
+    if (IPAddressMask::isValidIPAddressMask(entry)) {
+      if (!IPAddress::isValidIPAddress(entry)) entry += ".*";
+      out.add(entry);
+    } else if (entry.find('@') != std::string::npos) {
+      out.add(entry);
+    } else {
+      out.add("*@" + entry);
+      out.add("*@*." + entry);
+    }
+  }
+}
+
+}  // namespace Kestrav

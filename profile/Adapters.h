@@ -1,0 +1,27 @@
+// Turn the fixed-size text lists of configuration records into the containers that profiles use.
+#pragma once
+
+#include <list>
+#include <string>
+
+#include "common/Export.h"
+#include "config/records/SharedRecords.h"
+#include "regex/PatternContainer.h"
+#include "regex/StringContainer.h"
+
+namespace Kestrav {
+
+// Each adds the first `count` entries of `list` in order, passing over empty ones; a count below 1
+// adds nothing. An entry without an end ends with its bytes.
+
+KESTRAV_API void adapter(StringContainer& out, int count, const __aps_hideheader_list_t* list);
+KESTRAV_API void adapter(std::list<std::string>& out, int count, const aps_fqdn_t* list);
+
+// Entries stand for addresses and hosts; white space around them does not count:
+//   an IP address                        that address
+//   a mask or a part of an IP address    the entry and ".*"
+//   a text with an at sign               that pattern
+//   anything else, a domain              every address in the domain and in its subdomains
+KESTRAV_API void adapter(PatternContainer& out, int count, const aps_bounded_string* list);
+
+}  // namespace Kestrav

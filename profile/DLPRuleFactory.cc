@@ -1,0 +1,21 @@
+#include "DLPRuleFactory.h"
+
+#include <atomic>
+
+namespace Kestrav {
+
+DLPRuleFactory* DLPRuleFactory::s_instance = nullptr;
+
+DLPRuleFactory::~DLPRuleFactory() = default;
+
+void DLPRuleFactory::clearDLPRules() {}
+
+DLPRuleFactory* DLPRuleFactory::instance() {
+  static DLPRuleFactory base;
+  // Atomic, so that first calls of several threads agree with each other.
+  std::atomic_ref<DLPRuleFactory*> installed(s_instance);
+  DLPRuleFactory* factory = nullptr;
+  return installed.compare_exchange_strong(factory, &base) ? &base : factory;
+}
+
+}  // namespace Kestrav

@@ -1,0 +1,94 @@
+#include "EmailAddressRewriter.h"
+
+#include <ctemplate/template.h>
+#include <ctemplate/template_dictionary.h>
+
+#include <boost/smart_ptr/make_shared.hpp>
+#include <memory>
+
+#include "common/Exception.h"
+#include "common/Mutex.h"
+#include "common/Strings.h"
+#include "common/Synchronized.h"
+#include "config/records/SharedRecords.h"
+#include "profile/NullHandle.h"
+
+namespace Kestrav {
+
+namespace {
+
+// Makes "%%" the marker on both sides. The blank behind the tag reaches the rewritten text; the
+// address parser passes over it.
+constexpr const char* kMarkers = "{{=%% %%=}} ";
+
+// Kinds of a modification.
+constexpr std::uint32_t kPutBefore = 1;
+constexpr std::uint32_t kPutBehind = 2;
+constexpr std::uint32_t kReplace = 3;
+
+std::string modified(const std::string& part, const cfg_as_email_address_modification_& change) {
+  const std::string text(boundedText(change.text));
+  switch (change.kind) {
+    case kPutBefore:
+      return text + part;
+    case kPutBehind:
+      return part + text;
+    case kReplace:
+      return text;
+    default:
+      return part;
+  }
+}
+
+}  // namespace
+
+class _EmailAddressRewriter {
+ public:
+  explicit _EmailAddressRewriter(const std::string& pattern)
+      : template_(
+            ctemplate::Template::StringToTemplate(kMarkers + pattern, ctemplate::DO_NOT_STRIP)),
+        dictionary_("") {
+    if (template_ == nullptr) {
+      throw Exception("The pattern of an address rewriter does not compile.", Exception::kBadText,
+                      "EmailAddressRewriter", 1)
+          .stringParameter(pattern);
+    }
+  }
+
+  EmailAddress rewrite(const EmailAddress& address) {
+    EmailAddress result;
+    Synchronized guard(mutex_);
+    if (address.isNull()) return result;
+    // The dictionary only points at these texts.
+    const std::string local = address.local();
+    const std::string domain = address.domain();
+    dictionary_.SetValueWithoutCopy("LOCAL", local);
+    dictionary_.SetValueWithoutCopy("DOMAIN", domain);
+    std::string text;
+    template_->Expand(&text, &dictionary_);
+    result = EmailAddress::rfc5321Parse(text, false);
+    return result;
+  }
+
+ private:
+  const std::unique_ptr<ctemplate::Template> template_;
+  ctemplate::TemplateDictionary dictionary_;  // guarded by mutex_
+  Mutex mutex_;
+};
+
+EmailAddressRewriter::EmailAddressRewriter(const std::string& pattern)
+    : rewriter_(boost::make_shared<_EmailAddressRewriter>(pattern)) {}
+
+EmailAddress EmailAddressRewriter::operator()(const EmailAddress& address) const {
+  if (address.isNull()) return EmailAddress();
+  if (rewriter_ == nullptr) throwNullHandle("EmailAddressRewriter");
+  return rewriter_->rewrite(address);
+}
+
+EmailAddressRewriter EmailAddressRewriter::adapter(
+    const cfg_as_email_address_modification_& local,
+    const cfg_as_email_address_modification_& domain) {
+  return EmailAddressRewriter(modified("%%LOCAL%%", local) + "@" + modified("%%DOMAIN%%", domain));
+}
+
+}  // namespace Kestrav

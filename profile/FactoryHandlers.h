@@ -1,0 +1,169 @@
+// What keeps the profile factory's caches, and the sets of trusted MTAs, true to the configuration:
+// one handler for each table that profiles are made from, directly or not.
+//
+// Called on the configuration library's event thread. Handlers that drop single profiles forget the
+// whole kind when changes were missed; the others forget all of it anyway.
+#pragma once
+
+#include "ProfileFactory.h"
+#include "config/Event.h"
+
+struct __aps_acl_ruleset;
+struct __aps_antispam_action;
+struct __aps_cmsg_type;
+struct __aps_content_action;
+struct __aps_fasmilter;
+struct __aps_ip_mask_string;
+struct __aps_vip_map;
+struct __vexa_bounce_profile;
+struct __vexa_dictionary;
+struct __vexa_dictionary_group;
+struct __vexa_dictionary_group_item;
+struct __vexa_dictionary_item;
+struct aps_antivirus_action;
+
+namespace Kestrav {
+
+// The way of event handlers into the factory.
+class FactoryEvents {
+ public:
+  // The factory, also while it is still registering its handlers.
+  static ProfileFactory& factory();
+
+  // Kinds that callers have no reason to clear.
+  static void clearEncryptionProfiles(ProfileFactory& factory);
+  static void clearQuarantineFolders(ProfileFactory& factory);
+};
+
+// Register the factory's handlers with the dispatcher: all but the one for quarantine folders, and
+// that one, which comes last.
+void registerFactoryHandlers();
+void registerQuarantineFolderHandler();
+
+}  // namespace Kestrav
+
+namespace Kestrav::CMF::Event {
+
+// Drops the one profile whose record changed.
+template <class Rec, unsigned int GID>
+class ProfileHandler : public HandlerTemplate<Rec, GID> {
+ public:
+  using HandlerTemplate<Rec, GID>::message;
+  void message(unsigned int domain, const Rec* oldRecord, const Rec* newRecord) override;
+  void resync() override;
+};
+
+class DeepheaderHandler : public HandlerTemplate<__aps_fasmilter, GID_DEEP_HEADER> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_fasmilter*, const __aps_fasmilter*) override;
+};
+
+class QV_DICTIONARY_GROUP : public HandlerTemplate<__vexa_dictionary_group, GID_DICTIONARY_GROUP> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __vexa_dictionary_group*,
+               const __vexa_dictionary_group*) override;
+};
+
+class QV_DICTIONARY_GDEFINE
+    : public HandlerTemplate<__vexa_dictionary_group_item, GID_DICTIONARY_GROUP_ITEM> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __vexa_dictionary_group_item*,
+               const __vexa_dictionary_group_item*) override;
+};
+
+class QV_DICTIONARY : public HandlerTemplate<__vexa_dictionary, GID_DICTIONARY> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __vexa_dictionary*, const __vexa_dictionary*) override;
+};
+
+// Spelled so on purpose: the name is known outside.
+class QV_DICTIONAY_ITEM : public HandlerTemplate<__vexa_dictionary_item, GID_DICTIONARY_ITEM> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __vexa_dictionary_item*, const __vexa_dictionary_item*) override;
+};
+
+class AntiSpamActionHandler : public HandlerTemplate<__aps_antispam_action, GID_ANTISPAM_ACTION> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_antispam_action*, const __aps_antispam_action*) override;
+};
+
+class AntiVirusActionHandler : public HandlerTemplate<aps_antivirus_action, GID_ANTIVIRUS_ACTION> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const aps_antivirus_action*, const aps_antivirus_action*) override;
+};
+
+class ContentActionHandler : public HandlerTemplate<__aps_content_action, GID_CONTENT_ACTION> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_content_action*, const __aps_content_action*) override;
+};
+
+class FilePatternHandler : public HandlerTemplate<__attachment_file_pattern, GID_FILE_PATTERN> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __attachment_file_pattern*,
+               const __attachment_file_pattern*) override;
+};
+
+class CustomMessageHandler : public HandlerTemplate<__aps_cmsg_type, GID_CUSTOM_MESSAGE> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_cmsg_type*, const __aps_cmsg_type*) override;
+};
+
+class MailSettingHandler : public HandlerTemplate<__aps_mailserver, GID_MAIL_SERVER> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_mailserver*, const __aps_mailserver* newRecord) override;
+  void resync() override;
+};
+
+class SessionAddressMapHandler : public HandlerTemplate<__aps_vip_map, GID_ADDRESS_MAP> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_vip_map*, const __aps_vip_map*) override;
+};
+
+class SessionACLHandler : public HandlerTemplate<__aps_acl_ruleset, GID_ACL_RULESET> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_acl_ruleset*, const __aps_acl_ruleset*) override;
+};
+
+class BounceRulesHandler : public HandlerTemplate<__vexa_bounce_profile, GID_BOUNCE_PROFILE> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __vexa_bounce_profile*, const __vexa_bounce_profile*) override;
+};
+
+class WebFilterHandler : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_as_wf_profile*, const __aps_as_wf_profile*) override;
+};
+
+class AntiSpamTrustedMTAHandler : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_MTA> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_ip_mask_string* oldRecord,
+               const __aps_ip_mask_string* newRecord) override;
+  void resync() override;
+};
+
+class AntiSpamTrustedAntiSpamMTAHandler
+    : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_ANTISPAM_MTA> {
+ public:
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_ip_mask_string* oldRecord,
+               const __aps_ip_mask_string* newRecord) override;
+  void resync() override;
+};
+
+}  // namespace Kestrav::CMF::Event

@@ -1,0 +1,79 @@
+#include "PolicyIPAddress.h"
+
+#include <memory>
+
+#include "ProfileFactory.h"
+#include "config/client/cmf.h"
+#include "config/records/PolicyRecords.h"
+#include "profile/InspectionSwitches.h"
+#include "profile/NullHandle.h"
+#include "profile/PolicyIPAddressImpl.h"
+
+namespace Kestrav {
+
+namespace {
+
+// Bits of __qv_ip_policy::flags.
+constexpr unsigned char kExclusive = 0x1;
+constexpr unsigned char kAuthFlag1 = 0x2;
+constexpr unsigned char kAuthFlag2 = 0x4;
+
+// IP policies are the system's, and so are their profiles.
+constexpr ngid_t kSystemDomain = 0;
+
+std::unique_ptr<PolicyIPAddressImpl> fromRecord(__qv_ip_policy& record) {
+  auto impl = std::make_unique<PolicyIPAddressImpl>();
+  impl->initialize(record);
+  return impl;
+}
+
+}  // namespace
+
+PolicyIPAddressImpl::~PolicyIPAddressImpl() = default;
+
+void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
+  const ProfileFactory* factory = ProfileFactory::instance();
+  id = record.id;
+  ngid = record.ngid;
+  exclusive = (record.flags & kExclusive) != 0;
+
+  // While inspection is off the session profiles stay null, too.
+  if (contentInspectionOn()) {
+    // Asked for even when the id is 0, which names no profile.
+    antispam =
+        factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), kSystemDomain);
+  }
+
+  access.authFlag1 = (record.flags & kAuthFlag1) != 0;
+  access.authFlag2 = (record.flags & kAuthFlag2) != 0;
+  access.authFlag3 = record.auth_flag_3 != 0;
+  access.authValue = record.auth_value;
+}
+
+PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& server) {
+  if (client.isNull() || server.isNull()) return;
+  __qv_ip_policy record{};
+  if (cfg_ip_policy_match(server.asIpAddr(), client.asIpAddr(), &record) != 0) return;
+  adopt(fromRecord(record).release());
+}
+
+PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) {
+  adopt(fromRecord(record).release());
+}
+
+const IPAddress& PolicyIPAddress::ipClient() const {
+  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 40);
+  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipClient;
+}
+
+const IPAddress& PolicyIPAddress::ipServer() const {
+  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 50);
+  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipServer;
+}
+
+bool PolicyIPAddress::exclusive() const {
+  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 60);
+  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).exclusive;
+}
+
+}  // namespace Kestrav

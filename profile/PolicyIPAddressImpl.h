@@ -1,0 +1,24 @@
+// The implementation behind PolicyIPAddress.
+#pragma once
+
+#include "common/IPAddress.h"
+#include "profile/PolicyImpl.h"
+
+struct __qv_ip_policy;
+
+namespace Kestrav {
+
+class PolicyIPAddressImpl : public virtual PolicyImpl {
+ public:
+  ~PolicyIPAddressImpl() override;
+
+  // Takes over what `record` says, with its profiles.
+  void initialize(__qv_ip_policy& record);
+
+  // Never filled, on purpose.
+  IPAddress ipServer;
+  IPAddress ipClient;
+  bool exclusive = false;
+};
+
+}  // namespace Kestrav

@@ -1,0 +1,133 @@
+#include "profile/PolicyRecipientImpl.h"
+
+#include <memory>
+
+#include "PolicyIPAddress.h"
+#include "PolicyRecipient.h"
+#include "ProfileFactory.h"
+#include "common/Exception.h"
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "config/ServerCache.h"
+#include "config/client/cmf.h"
+#include "config/records/DomainRecords.h"
+#include "config/records/PolicyRecords.h"
+#include "profile/InspectionSwitches.h"
+
+namespace Kestrav {
+
+namespace {
+
+// Of __vexa_recipient_policy::auth_flags.
+constexpr unsigned char kAuthFlag1 = 0x4;
+
+constexpr ngid_t kSystemDomain = 0;
+
+CMF::RefApsGwServer protectedDomain(const EmailAddress& recipient) {
+  return CMF::RefApsGwServerCache::instance(false).find(recipient.domain());
+}
+
+int directionTo(const EmailAddress& recipient) {
+  return protectedDomain(recipient).isNull() ? PolicyRecipient::kOutgoing
+                                             : PolicyRecipient::kIncoming;
+}
+
+void logFailure(const Exception& failure) {
+  Logger::instance(false).log(LogCode::kRecipientPolicyFailed, "%s", failure.asString().c_str());
+}
+
+// Takes over the profiles that `record` names; those it does not name stay null.
+void fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
+                  ngid_t domain) {
+  const ProfileFactory* factory = ProfileFactory::instance();
+  if (record.antispam_profile != 0) {
+    policy.antispam =
+        factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
+  }
+}
+
+void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& record) {
+  access.authFlag1 = (record.auth_flags & kAuthFlag1) != 0;
+  access.authFlag2 = record.auth_flag_2 != 0;
+  access.authFlag3 = record.auth_flag_3 != 0;
+  access.authValue = record.auth_value;
+}
+
+}  // namespace
+
+PolicyRecipientImpl::~PolicyRecipientImpl() = default;
+
+PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
+                                                 const EmailAddress& recipient) try {
+  ProfileFactory::instance();
+  const CMF::RefApsGwServer domain = protectedDomain(recipient);
+  const bool incoming = !domain.isNull();
+
+  const char* senderText = sender.isNull() ? nullptr : sender.address().c_str();
+  const char* recipientText = recipient.address().c_str();
+  __vexa_recipient_policy record{};
+  const int result = incoming ? cfg_get_incoming_policy(senderText, recipientText, &record)
+                              : cfg_get_outgoing_policy(senderText, recipientText, &record);
+  if (result != 0) return nullptr;
+
+  auto policy = std::make_unique<PolicyRecipientImpl>(sender, recipient);
+  policy->id = record.id;
+  policy->ngid = record.ngid;
+  policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
+  if (incoming) policy->policyDomain = recipient.domain();
+  if (contentInspectionOn()) {
+    fillProfiles(*policy, record, incoming ? domain->configuration_domain : kSystemDomain);
+  }
+  fillAccess(policy->access, record);
+  return policy.release();
+} catch (const Exception& failure) {
+  logFailure(failure);
+  return nullptr;
+}
+
+PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
+                                                 const EmailAddress& recipient,
+                                                 const PolicyIPAddress& ipPolicy) try {
+  auto policy = std::make_unique<PolicyRecipientImpl>(sender, recipient);
+  if (contentInspectionOn()) {
+    policy->antispam = ipPolicy.antispamProfile();
+    policy->antivirus = ipPolicy.antivirusProfile();
+    policy->content = ipPolicy.contentProfile();
+    policy->dlp = ipPolicy.dlpProfile();
+  }
+  policy->access = ipPolicy.authenticationAndAccess();
+  // Ids, session profiles and the policy domain stay unset, on purpose, also for incoming mail.
+  policy->direction = directionTo(recipient);
+  return policy.release();
+} catch (const Exception& failure) {
+  logFailure(failure);
+  return nullptr;
+}
+
+PolicyRecipientImpl* PolicyRecipientImpl::createNoPolicy(const EmailAddress& sender,
+                                                         const EmailAddress& recipient,
+                                                         bool lookupDirection) try {
+  auto policy = std::make_unique<PolicyRecipientImpl>(sender, recipient);
+  policy->direction = lookupDirection ? directionTo(recipient) : PolicyRecipient::kOutgoing;
+  return policy.release();
+} catch (const Exception& failure) {
+  logFailure(failure);
+  return nullptr;
+}
+
+PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& recipient,
+                                                 const PolicyRecipient& other) {
+  auto policy = std::make_unique<PolicyRecipientImpl>(other.sender(), recipient);
+  policy->direction = other.direction();
+  policy->antispam = other.antispamProfile();
+  policy->antivirus = other.antivirusProfile();
+  policy->content = other.contentProfile();
+  policy->dlp = other.dlpProfile();
+  policy->receive = other.receiveProfile();
+  policy->delivery = other.deliveryProfile();
+  policy->access = other.authenticationAndAccess();
+  policy->parsingState = other.messageParsingRequired() ? kRequired : kNotRequired;
+  return policy.release();
+}
+
+}  // namespace Kestrav

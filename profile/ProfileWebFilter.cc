@@ -1,0 +1,45 @@
+#include "ProfileWebFilter.h"
+
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <iterator>
+
+#include "common/Strings.h"
+#include "config/client/cmf.h"
+#include "profile/NullHandle.h"
+#include "profile/ProfileWebFilterImpl.h"
+
+namespace Kestrav {
+
+ProfileWebFilterImpl::ProfileWebFilterImpl(const __aps_as_wf_profile* record)
+    : ProfileImpl(Profile::kWebFilter) {
+  if (record == nullptr) return;
+  name = boundedText(record->name);
+  // The record has room for so many; a larger count is a damaged one.
+  const std::uint64_t count =
+      std::min<std::uint64_t>(record->category_id_count, std::size(record->category_ids));
+  for (std::uint64_t i = 0; i < count; ++i) {
+    cmf_query* table = nCfg_query(GID_WEB_CATEGORY);
+    if (table == nullptr) continue;
+    const std::uint32_t category = record->category_ids[i];
+    if (category == 0) continue;
+    if (cmf_query_do_get_by_gid(table, category) != 0) continue;
+    const auto* found = static_cast<const __aps_wcf_category*>(cmf_query_update(table));
+    if (found == nullptr) continue;
+    // A number that is there already keeps its first record.
+    categories.emplace(found->number, boost::make_shared<const __aps_wcf_category>(*found));
+  }
+}
+
+ProfileWebFilterImpl::~ProfileWebFilterImpl() = default;
+
+ProfileWebFilter::ProfileWebFilter(const void* record)
+    : Profile(new ProfileWebFilterImpl(static_cast<const __aps_as_wf_profile*>(record))) {}
+
+bool ProfileWebFilter::isSpam(unsigned char category) const {
+  if (isNull()) throwNullHandle("ProfileWebFilter");
+  const auto& categories = static_cast<const ProfileWebFilterImpl*>(holder_->impl())->categories;
+  return categories.find(category) != categories.end();
+}
+
+}  // namespace Kestrav

@@ -1,0 +1,81 @@
+#include "TrustedMTASet.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "common/Synchronized.h"
+#include "profile/TrustedMTATables.h"
+
+namespace Kestrav {
+
+template class RefCounted<TrustedMTASet>;
+template class Ref<TrustedMTASet>;
+
+void TrustedAddresses::insert(const IPAddressMask& mask) {
+  Synchronized guard(mutex_);
+  ++changes_;
+  masks_.insert(mask);
+}
+
+void TrustedAddresses::erase(const IPAddressMask& mask) {
+  Synchronized guard(mutex_);
+  ++changes_;
+  masks_.erase(mask);
+}
+
+std::uint64_t TrustedAddresses::changes() const {
+  Synchronized guard(mutex_);
+  return changes_;
+}
+
+bool TrustedAddresses::add(const std::set<IPAddressMask>& masks, std::uint64_t changes) {
+  Synchronized guard(mutex_);
+  if (changes != changes_) return false;
+  masks_.insert(masks.begin(), masks.end());
+  return true;
+}
+
+bool TrustedAddresses::assign(std::set<IPAddressMask> masks, std::uint64_t changes) {
+  Synchronized guard(mutex_);
+  if (changes != changes_) return false;
+  masks_.swap(masks);
+  return true;
+}
+
+bool TrustedAddresses::contains(const IPAddressMask& mask) const {
+  Synchronized guard(mutex_);
+  return masks_.find(mask) != masks_.end();
+}
+
+bool TrustedAddresses::matches(const IPAddress& address) const {
+  Synchronized guard(mutex_);
+  return std::any_of(masks_.begin(), masks_.end(),
+                     [&](const IPAddressMask& mask) { return mask.matches(address); });
+}
+
+std::size_t TrustedAddresses::size() const {
+  Synchronized guard(mutex_);
+  return masks_.size();
+}
+
+std::list<IPAddressMask> TrustedAddresses::list() const {
+  Synchronized guard(mutex_);
+  return std::list<IPAddressMask>(masks_.begin(), masks_.end());
+}
+
+TrustedMTASet::~TrustedMTASet() = default;
+
+TrustedMTASetRef TrustedMTASetRef::instance(bool) {
+  static const TrustedMTASetRef sets(new TrustedMTASet);
+  return sets;
+}
+
+void initializeTrustedMTASet() {
+  static Mutex mutex;
+  Synchronized guard(mutex);
+  TrustedMTASetRef sets = TrustedMTASetRef::instance(false);
+  addTrusted<GID_TRUSTED_MTA>(sets->trustedMTAs());
+  addTrusted<GID_TRUSTED_ANTISPAM_MTA>(sets->trustedAntispamMTAs());
+}
+
+}  // namespace Kestrav

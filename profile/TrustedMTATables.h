@@ -1,0 +1,63 @@
+// Between the two tables of trusted addresses and the sets that are filled from them.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "TrustedMTASet.h"
+#include "common/Exception.h"
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "common/Strings.h"
+#include "config/CMF.h"
+#include "config/records/AntispamRecords.h"
+
+namespace Kestrav {
+
+// The addresses that a record of table `table` means. A text that is no address is logged, and
+// means none.
+inline std::optional<IPAddressMask> trustedAddresses(unsigned int table,
+                                                     const __aps_ip_mask_string& record) {
+  try {
+    return IPAddressMask(boundedText(record.text));
+  } catch (const Exception& failure) {
+    Logger::instance(false).log(LogCode::kStoreRecordSkipped, "%u\x01%u\x01%s", table, record.id,
+                                failure.asString().c_str());
+    return std::nullopt;
+  }
+}
+
+template <unsigned int GID>
+std::set<IPAddressMask> readTrusted() {
+  std::set<IPAddressMask> masks;
+  CMF::TableQuery<__aps_ip_mask_string, GID> table;
+  for (auto at = table.begin(); at != table.end(); ++at) {
+    const __aps_ip_mask_string* record = at.operator->();
+    if (record == nullptr) continue;
+    if (auto mask = trustedAddresses(GID, *record)) masks.insert(*mask);
+  }
+  return masks;
+}
+
+// Adds the whole table. Read again when a change came in meanwhile: the change may have taken out
+// what an older revision still holds.
+template <unsigned int GID>
+void addTrusted(TrustedAddresses& out) {
+  for (;;) {
+    const std::uint64_t changes = out.changes();
+    if (out.add(readTrusted<GID>(), changes)) return;
+  }
+}
+
+// Makes the set what the table holds.
+template <unsigned int GID>
+void replaceTrusted(TrustedAddresses& out) {
+  for (;;) {
+    const std::uint64_t changes = out.changes();
+    if (out.assign(readTrusted<GID>(), changes)) return;
+  }
+}
+
+}  // namespace Kestrav
