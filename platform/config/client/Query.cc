@@ -7,68 +7,66 @@
 
 namespace Kestrav::Config::Client {
 
-// The snapshot that one call reads from: the query's own, or one that lasts for the call. None
-// without a store.
+namespace {
+
+Snapshot newest(const std::shared_ptr<ConfigStore>& store) {
+  return store != nullptr ? store->snapshot() : ConfigStore::emptySnapshot();
+}
+
+}  // namespace
+
+// The snapshot that one call reads from: the query's own, or one that lasts for the call.
 class Query::Reading {
  public:
   explicit Reading(Query& query) {
-    if (!query.shared()) {
-      query.open();
-      if (query.snapshot_) snapshot_ = &*query.snapshot_;
-      return;
-    }
-    store_ = ConfigStore::attached();
-    if (store_ != nullptr) {
-      own_.emplace(store_->snapshot());
+    if (query.shared()) {
+      const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
+      own_.emplace(newest(store));
+      query.follow(*own_, store);
       snapshot_ = &*own_;
+    } else {
+      query.open();
+      snapshot_ = &*query.snapshot_;
     }
-    query.follow(*this);
   }
 
-  explicit operator bool() const { return snapshot_ != nullptr; }
+  const Snapshot& operator*() const { return *snapshot_; }
   const Snapshot* operator->() const { return snapshot_; }
-  const std::shared_ptr<ConfigStore>& store() const { return store_; }
 
  private:
-  std::shared_ptr<ConfigStore> store_;
   std::optional<Snapshot> own_;
   const Snapshot* snapshot_ = nullptr;
 };
 
 Query::Query(unsigned int gid, ngid_t domain, Life life)
     : cmf_query{{0, 0, 0, 0}, -1},
-      table_(findTable(static_cast<G_CLI_GID>(gid))),
+      gid_(static_cast<G_CLI_GID>(gid)),
       domain_(domain),
       life_(life) {}
 
 void Query::open() {
-  if (opened_) return;
+  if (snapshot_) return;
   std::shared_ptr<ConfigStore> store = ConfigStore::attached();
-  if (store != nullptr) {
-    snapshot_.emplace(store->snapshot());
-    revision_ = snapshot_->revision();
-    store_ = std::move(store);
-  }
-  opened_ = true;
+  snapshot_.emplace(newest(store));
+  revision_ = snapshot_->revision();
+  store_ = std::move(store);
 }
 
-const TableIndex* Query::index(const Reading& reading) {
-  if (index_ == nullptr && reading && table_ != nullptr)
-    index_ = reading->index(table_->gid, domain_);
-  return index_.get();
+const TableIndex& Query::index(const Snapshot& snapshot) {
+  if (index_ == nullptr) index_ = snapshot.index(gid_, domain_);
+  return *index_;
 }
 
-// Brings a shared query's row up to the snapshot, after a refresh or another store was attached.
-void Query::follow(const Reading& reading) {
-  const std::shared_ptr<ConfigStore>& store = reading.store();
+// Brings a shared query's row up to the snapshot, after a refresh or after another store was
+// attached.
+void Query::follow(const Snapshot& snapshot, const std::shared_ptr<ConfigStore>& store) {
   if (seen_.owner_before(store) || store.owner_before(seen_)) {
     seen_ = store;
     moveTo(domain_);
   }
-  revision_ = reading ? reading->revision() : 0;
-  if (index_ != nullptr || single() || index(reading) == nullptr) return;
-  if (placedId_ == 0) return;
-  current_row = index_->indexOf(placedId_);
+  revision_ = snapshot.revision();
+  if (index_ != nullptr || !place_) return;
+  current_row = index(snapshot).indexOf(*place_);
   if (current_row < 0) leave();
 }
 
@@ -86,7 +84,7 @@ void Query::moveTo(ngid_t domain) {
 
 void Query::leave() {
   current_row = -1;
-  placedId_ = 0;
+  place_.reset();
   nowhere_ = true;
   cached(false);
 }
@@ -97,74 +95,49 @@ void Query::cached(bool on) {
 }
 
 int Query::size() {
-  const Reading reading(*this);
-  if (single()) return domain_ == 0 ? 1 : 0;
-  return reading && table_ != nullptr ? reading->size(table_->gid, domain_) : 0;
+  return Reading(*this)->size(gid_, domain_);
 }
 
 bool Query::place(int row) {
   const Reading reading(*this);
-  std::uint32_t id = 0;
-  bool found = false;
-  if (single()) {
-    found = row == 0 && domain_ == 0;
-  } else if (const TableIndex* order = index(reading); order != nullptr) {
-    found = row >= 0 && row < order->size();
-    if (found) id = order->idAt(row);
-  }
-  if (!found) {
+  const TableIndex& order = index(*reading);
+  if (row < 0 || row >= order.size()) {
     leave();
     return false;
   }
   if (current_row != row) cached(false);
   current_row = row;
-  placedId_ = id;
+  place_ = order.idAt(row);
   nowhere_ = false;
   return true;
 }
 
 bool Query::placeById(std::uint32_t id) {
-  return place(single() ? 0 : indexOf(id)) && record() != nullptr;
+  return place(indexOf(id)) && record() != nullptr;
 }
 
 int Query::indexOf(std::uint32_t id) {
+  const Table* table = findTable(gid_);
+  const bool single = table != nullptr && table->scope == Scope::kSystemSingle;
   const Reading reading(*this);
-  if (single()) return domain_ == 0 ? 0 : -1;
-  const TableIndex* order = index(reading);
-  return order == nullptr ? -1 : order->indexOf(id);
+  return index(*reading).indexOf(single ? 0 : id);  // a single record answers to any id
 }
 
 int Query::indexOf(std::string_view name) {
   const Reading reading(*this);
-  if (table_ == nullptr || table_->nameOffset == kNoName || single() || !reading) return -1;
-  std::size_t room = table_->type->size - table_->nameOffset;
-  for (const Field& field : table_->type->fields) {
-    if (field.offset == table_->nameOffset) room = field.size;
+  const Table* table = findTable(gid_);
+  if (table == nullptr || table->nameOffset == kNoName) return -1;
+  std::size_t room = table->type->size - table->nameOffset;
+  for (const Field& field : table->type->fields) {
+    if (field.offset == table->nameOffset) room = field.size;
   }
-  int row = 0;
-  bool found = false;
-  reading->walk(table_->gid, domain_, [&](const StoredRecord& record) {
-    const char* text = static_cast<const char*>(record.data()) + table_->nameOffset;
-    found = std::string_view(text, ::strnlen(text, room)) == name;
-    if (!found) ++row;
+  std::optional<std::uint32_t> found;
+  reading->walk(gid_, domain_, [&](const StoredRecord& record) {
+    const char* text = static_cast<const char*>(record.data()) + table->nameOffset;
+    if (std::string_view(text, ::strnlen(text, room)) == name) found = record.id();
     return !found;
   });
-  return found ? row : -1;
-}
-
-void Query::load(const Reading& reading) {
-  if (table_ == nullptr) {
-    record_ = StoredRecord();
-  } else if (single()) {
-    record_ = reading ? reading->byId(table_->gid, 0, 0) : RowCodec::defaults(*table_);
-  } else if (const TableIndex* order = index(reading);
-             order == nullptr || current_row >= order->size()) {
-    record_ = StoredRecord();
-  } else {
-    // By id: a shared query's order may be that of an earlier snapshot.
-    record_ = reading->byId(table_->gid, domain_, order->idAt(current_row));
-  }
-  cached(static_cast<bool>(record_));
+  return found ? index(*reading).indexOf(*found) : -1;
 }
 
 void* Query::record() {
@@ -174,20 +147,30 @@ void* Query::record() {
       nowhere_ = false;
       return nullptr;
     }
-    load(Reading(*this));
+    load(*Reading(*this));
   }
   return const_cast<void*>(record_.data());
 }
 
+void Query::load(const Snapshot& snapshot) {
+  const TableIndex& order = index(snapshot);
+  record_ = StoredRecord();
+  // By id: a shared query's order may be that of an earlier snapshot.
+  if (current_row >= 0 && current_row < order.size()) {
+    record_ = snapshot.byId(gid_, domain_, order.idAt(current_row));
+  }
+  cached(static_cast<bool>(record_));
+}
+
 bool Query::put(const void* data) {
   const Reading reading(*this);
-  if (table_ == nullptr || data == nullptr || current_row < 0) return false;
+  const Table* table = findTable(gid_);
   const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
-  if (store == nullptr) return false;
+  if (table == nullptr || store == nullptr || data == nullptr || current_row < 0) return false;
   // A record that was erased meanwhile stays erased.
-  if (!single() && indexOf(RowCodec::idOf(*table_, data)) < 0) return false;
+  if (index(*reading).indexOf(RowCodec::idOf(*table, data)) < 0) return false;
   ChangeSet changes;
-  changes.put(table_->gid, domain_, data);
+  changes.put(gid_, domain_, data);
   store->commit(std::move(changes));
   cached(false);
   return true;

@@ -39,28 +39,26 @@ class Query : public cmf_query {
   bool put(const void* data);
 
  private:
-  class Reading;  // the snapshot that one call reads from
+  class Reading;
 
   void open();
-  bool single() const { return table_ != nullptr && table_->scope == Scope::kSystemSingle; }
-  const TableIndex* index(const Reading& reading);
-  void follow(const Reading& reading);
-  void load(const Reading& reading);
+  const TableIndex& index(const Snapshot& snapshot);
+  void follow(const Snapshot& snapshot, const std::shared_ptr<ConfigStore>& store);
+  void load(const Snapshot& snapshot);
   void leave();
   bool cached() const { return (header[3] & CMF_QUERY_CACHED) != 0; }
   void cached(bool on);
 
-  const Table* table_;  // null: there is no such table
+  const G_CLI_GID gid_;
   ngid_t domain_;
-  Life life_;
-  std::weak_ptr<ConfigStore> seen_;     // shared: the store that row and index are of
+  const Life life_;
   std::shared_ptr<ConfigStore> store_;  // own: keeps the store open under the snapshot
   std::optional<Snapshot> snapshot_;    // own
-  bool opened_ = false;                 // own
+  std::weak_ptr<ConfigStore> seen_;     // shared: the store that row and index are of
   Revision revision_ = 0;
   std::shared_ptr<const TableIndex> index_;
-  bool nowhere_ = false;        // a placing failed
-  std::uint32_t placedId_ = 0;  // shared: id of the record at current_row
+  std::optional<std::uint32_t> place_;  // id of the record that the query was last placed on
+  bool nowhere_ = false;                // the last placing failed
   StoredRecord record_;
 };
 

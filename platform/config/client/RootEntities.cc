@@ -10,7 +10,6 @@
 #include "config/client/cmf.h"
 #include "config/records/Tables.h"
 #include "config/store/ConfigStore.h"
-#include "config/store/RowCodec.h"
 #include "config/store/StatusArea.h"
 
 using namespace Kestrav::Config;
@@ -68,12 +67,8 @@ struct EntityRecord {
 void EntityRecord::refresh(const Table& table) {
   const std::shared_ptr<ConfigStore> attached = ConfigStore::attached();
   const bool same = record && !store.owner_before(attached) && !attached.owner_before(store);
-  if (attached == nullptr) {
-    if (!same) record = RowCodec::defaults(table);
-    store.reset();
-    return;
-  }
-  const Snapshot snapshot = attached->snapshot();
+  const Snapshot snapshot =
+      attached != nullptr ? attached->snapshot() : ConfigStore::emptySnapshot();
   const Revision now = snapshot.revision();
   // A record of a later revision than this snapshot's is not good enough either: the snapshot may
   // be pinned.
@@ -84,16 +79,14 @@ void EntityRecord::refresh(const Table& table) {
   store = attached;
 }
 
-// What nCfg_debug_zone points at until a store is attached.
-alignas(64) char privateZone[Zone::kSize];
-[[maybe_unused]] const bool privateZoneReady = [] {
-  StatusArea(privateZone).contentInspection(true);
+[[maybe_unused]] const bool followsZone = [] {
+  onZoneChange([](char* zone) { __atomic_store_n(&nCfg_debug_zone, zone, __ATOMIC_RELEASE); });
   return true;
 }();
 
 }  // namespace
 
-char* nCfg_debug_zone = privateZone;
+char* nCfg_debug_zone = nullptr;  // set before main
 
 void cmf_shm_read_lock() {
   if (readLocks++ > 0) return;

@@ -1,0 +1,85 @@
+// Copies of system-wide settings that readers use without touching the store.
+//
+// A snapshot is never changed: a change of the table puts a new one in its place, and whoever holds
+// the old one keeps it. Take instance() once for an operation and read everything from that one.
+// Any thread may call instance() at any time.
+#pragma once
+
+#include "VexaRefcounted.h"
+#include "common/Export.h"
+#include "common/Mutex.h"
+#include "config/CMF.h"
+#include "config/Event.h"
+#include "config/records/AntispamRecords.h"
+#include "config/records/OwnedRecord.h"
+#include "config/records/SessionRecords.h"
+#include "config/records/SystemRecords.h"
+#include "config/records/WebFilterRecords.h"
+
+namespace Kestrav::CMF {
+
+// One record with its lists, copied.
+template <class Rec>
+class KESTRAV_API ApsSysClientSideCache : public virtual RefImpl, public NonCopyable {
+ public:
+  explicit ApsSysClientSideCache(const Rec& record);
+
+  const Rec& record() const { return *copy_.template as<Rec>(); }
+
+ private:
+  const Config::OwnedRecord copy_;
+};
+
+template <class Rec, unsigned int GID>
+class KESTRAV_API RefApsSysClientSideCache : public Ref<ApsSysClientSideCache<Rec>> {
+ public:
+  RefApsSysClientSideCache() = default;
+  explicit RefApsSysClientSideCache(const Rec& record);
+
+  // The current snapshot; the first call makes it and registers for the table's changes. Throws
+  // Exception when the store cannot be read. The flag is accepted for the callers' sake and makes
+  // no difference.
+  static RefApsSysClientSideCache instance(bool);
+
+  // Reads the record again and makes a snapshot of it the current one, unless the current one was
+  // read from a later revision.
+  static void reload();
+  // As reload, of a store whose revisions are not comparable with the snapshot's, and only if there
+  // is a snapshot.
+  static void reset();
+
+ private:
+  struct Current;
+  static Current& current();
+  static RefApsSysClientSideCache read(Config::Revision& revision);
+  static void replace(bool evenNewer);
+};
+
+// Keeps the snapshot up to date, whatever the change was.
+template <class Rec, unsigned int GID>
+class KESTRAV_API ApsSysClientSideCacheHandler : public Event::HandlerTemplate<Rec, GID> {
+ public:
+  using Event::HandlerTemplate<Rec, GID>::message;
+  void message(unsigned int, const Rec*, const Rec*) override;
+  void resync() override;
+};
+
+// All there are, with the constant that describes the record. They are made in one library, so that
+// a process has one snapshot of each.
+#define KESTRAV_CLIENT_SIDE_CACHES(DO)                              \
+  DO(__aps_mailserver, GID_MAIL_SERVER, kMailServerType)            \
+  DO(__aps_sys_global, GID_SYSTEM_GLOBAL, kSystemGlobalType)        \
+  DO(__aps_sys_antispam, GID_SYSTEM_ANTISPAM, kSystemAntispamType)  \
+  DO(__aps_vip_map, GID_ADDRESS_MAP, kAddressMapType)               \
+  DO(__aps_acl_ruleset, GID_ACL_RULESET, kAclRulesetType)           \
+  DO(__vexa_bounce_profile, GID_BOUNCE_PROFILE, kBounceProfileType) \
+  DO(__aps_as_wf_profile, GID_WEB_FILTER_PROFILE, kWebFilterProfileType)
+
+#define KESTRAV_EXTERN_CACHE(Rec, GID, Type)                            \
+  extern template class KESTRAV_API ApsSysClientSideCache<Rec>;         \
+  extern template class KESTRAV_API RefApsSysClientSideCache<Rec, GID>; \
+  extern template class KESTRAV_API ApsSysClientSideCacheHandler<Rec, GID>;
+KESTRAV_CLIENT_SIDE_CACHES(KESTRAV_EXTERN_CACHE)
+#undef KESTRAV_EXTERN_CACHE
+
+}  // namespace Kestrav::CMF
