@@ -1,10 +1,11 @@
-// EmailAddress::rfc5322ParseSet. The list is cut at its commas and groups here, so that an entry
-// which the mail library would pass over in silence can be named; each entry is then the library's
-// to read.
+// EmailAddress::rfc5322ParseSet. The address-list parser of GMime is no help here: it passes over
+// bad entries in silence, rewrites domains and, over some malformed entries, loses memory. So the
+// list is taken apart here, the addresses are rfc5321Parse's, and GMime decodes the display names.
 #include <gmime/gmime.h>
 
-#include <memory>
+#include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "common/Strings.h"
 #include "parser/EmailAddress.h"
@@ -15,52 +16,84 @@
 namespace Kestrav {
 namespace {
 
-constexpr std::size_t kLongestEntry = 8192;  // octets; a name, comments and one address
+bool isBlank(char c) {
+  return c == ' ' || c == '\t';
+}
 
-struct FreeOptions {
-  void operator()(GMimeParserOptions* options) const { g_mime_parser_options_free(options); }
-};
-struct Unreference {
-  void operator()(InternetAddressList* list) const { g_object_unref(list); }
+bool isBlank(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return isBlank(c); });
+}
+
+// One entry of the list, each comment in it a blank.
+struct Entry {
+  std::string before;    // the angle bracket; everything when there is none
+  std::string brackets;  // what stands between them
+  std::string after;
+  bool hasBrackets = false;
 };
 
-// The nesting that hides a comma, colon or semicolon from the list's own syntax.
-class Nesting {
- public:
-  // True when `c` stands outside of quotes, comments and brackets and is none of their delimiters.
-  bool isOutside(char c) {
-    if (escaped_) return escaped_ = false;
-    if (c == '\\' && (quoted_ || comments_ > 0 || literal_)) {
-      escaped_ = true;
-      return false;
+// Calls `visit` with the index of each character and what opened the quoted string or domain
+// literal that it belongs to, 0 outside. The delimiters belong to what they enclose.
+template <typename Visit>
+void visitCharacters(std::string_view text, Visit visit) {
+  char opened = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (opened == 0) {
+      opened = c == '"' || c == '[' ? c : 0;
+      visit(i, opened);
+      continue;
     }
-    if (comments_ > 0) {
-      comments_ += c == '(' ? 1 : c == ')' ? -1 : 0;
-      return false;
+    visit(i, opened);
+    if (c == '\\' && i + 1 < text.size()) {
+      visit(++i, opened);
+    } else if (c == (opened == '"' ? '"' : ']')) {
+      opened = 0;
     }
-    if (quoted_) {
-      quoted_ = c != '"';
-      return false;
-    }
-    if (literal_) {
-      literal_ = c != ']';
-      return false;
-    }
-    if (c == '"') return !(quoted_ = true);
-    if (c == '(') return !(comments_ = 1);
-    if (c == '[') return !(literal_ = true);
-    if (c == '<') return !(angle_ = true);
-    if (c == '>') return angle_ = false;
-    return !angle_;
   }
+}
 
- private:
-  bool escaped_ = false;
-  bool quoted_ = false;
-  bool literal_ = false;
-  bool angle_ = false;
-  long comments_ = 0;
-};
+// Words, quoted strings and dots (RFC 5322 phrase, with the dots that everybody writes).
+bool isPhrase(std::string_view text) {
+  bool valid = true;
+  visitCharacters(text, [&](std::size_t i, char opened) {
+    const char c = text[i];
+    const bool isWord = isBlank(c) || c == '.' || isAtomOctet(static_cast<unsigned char>(c));
+    valid = valid && (opened == '"' || (opened == 0 && isWord));
+  });
+  return valid;
+}
+
+// Blanks may stand around an address and around its dots and its @.
+std::string withoutBlanks(std::string_view text) {
+  std::string out;
+  bool pending = false;
+  visitCharacters(text, [&](std::size_t i, char opened) {
+    const char c = text[i];
+    if (opened == 0 && isBlank(c)) {
+      pending = true;
+      return;
+    }
+    const bool joins = (opened == 0 && (c == '.' || c == '@')) || out.empty() ||
+                       out.back() == '.' || out.back() == '@';
+    if (pending && !joins) out += ' ';
+    pending = false;
+    out += c;
+  });
+  return out;
+}
+
+std::string displayName(const std::string& phrase) {
+  ensureGMime();
+  std::string text = phrase;
+  g_mime_utils_unquote_string(text.data());
+  char* decoded = g_mime_utils_header_decode_phrase(nullptr, text.c_str());
+  std::string name = printableUtf8(decoded ? decoded : "");
+  g_free(decoded);
+  std::replace(name.begin(), name.end(), '\t', ' ');
+  stringTrim(name);
+  return name;
+}
 
 class AddressListParser {
  public:
@@ -74,97 +107,139 @@ class AddressListParser {
       if (isControl(c) && c != '\t')
         throw invalidAddress("the list holds a control character", text_);
     }
-    ensureGMime();
-    options_.reset(g_mime_parser_options_new());
-    g_mime_parser_options_set_address_compliance_mode(options_.get(), GMIME_RFC_COMPLIANCE_STRICT);
-    g_mime_parser_options_set_warning_callback(options_.get(), noteWarning, this);
-    split();
+    while (pos_ < text_.size()) readCharacter();
+    if (place_ == Place::kBrackets) invalid("an angle bracket is not closed");
+    endEntry();
+    if (inGroup_) invalid("a group is not closed by a semicolon");
     if (result_.empty()) throw invalidAddress("the list holds no address", text_);
     return std::move(result_);
   }
 
  private:
-  static void noteWarning(gint64, GMimeParserWarning, const gchar*, gpointer self) {
-    static_cast<AddressListParser*>(self)->warned_ = true;
+  enum class Place { kBefore, kBrackets, kAfter };
+
+  std::string& section() {
+    return place_ == Place::kBefore     ? entry_.before
+           : place_ == Place::kBrackets ? entry_.brackets
+                                        : entry_.after;
   }
 
-  void split() {
-    Nesting nesting;
-    std::size_t start = 0;
-    bool inGroup = false;
-    bool afterGroup = false;  // only blanks may follow until the next comma
-    for (std::size_t i = 0; i < text_.size(); ++i) {
-      const char c = text_[i];
-      if (!nesting.isOutside(c)) continue;
-      const std::string_view entry = text_.substr(start, i - start);
-      if (c == ':' && !inGroup && !afterGroup) {
-        inGroup = true;
-        if (!acceptGroups_) invalid("groups are not accepted here", entry);
-      } else if (c == ';' && inGroup) {
-        add(entry, inGroup, false);
-        inGroup = false;
-        afterGroup = true;
-      } else if (c == ',') {
-        add(entry, inGroup, afterGroup);
-        afterGroup = false;
-      } else {
-        continue;
-      }
-      start = i + 1;
+  void readCharacter() {
+    const char c = text_[pos_];
+    if (c == '"') return copyThrough('"', "a quoted string has no end");
+    if (c == '[') return copyThrough(']', "a domain literal has no end");
+    if (c == '(') return skipComment();
+    ++pos_;
+    if (c == '<') {
+      if (place_ != Place::kBefore) return invalid("there are two angle brackets in one entry");
+      entry_.hasBrackets = true;
+      place_ = Place::kBrackets;
+    } else if (c == '>') {
+      if (place_ != Place::kBrackets) return invalid("an angle bracket is closed but not opened");
+      place_ = Place::kAfter;
+    } else if (place_ != Place::kBrackets && c == ',') {
+      endEntry();
+      afterGroup_ = false;
+    } else if (place_ != Place::kBrackets && c == ':') {
+      beginGroup();
+    } else if (place_ != Place::kBrackets && c == ';') {
+      endGroup();
+    } else {
+      section() += c;
     }
-    add(text_.substr(start), inGroup, afterGroup);
-    if (inGroup) invalid("a group is not closed by a semicolon", text_);
   }
 
-  void add(std::string_view entry, bool inGroup, bool afterGroup) {
-    if (entry.find_first_not_of(" \t") == std::string_view::npos) return;
-    if (afterGroup) return invalid("something other than a comma follows a group", entry);
-    if (inGroup && !acceptGroups_) return;
-    if (entry.size() > kLongestEntry) return invalid("an entry of the list is too long", entry);
+  void copyThrough(char closing, const char* reason) {
+    const std::size_t start = pos_++;
+    while (pos_ < text_.size() && text_[pos_] != closing) pos_ += text_[pos_] == '\\' ? 2 : 1;
+    if (pos_ >= text_.size()) {
+      pos_ = text_.size();
+      return invalid(reason);
+    }
+    ++pos_;
+    section() += text_.substr(start, pos_ - start);
+  }
+
+  void skipComment() {
+    std::size_t depth = 0;
+    for (; pos_ < text_.size(); ++pos_) {
+      const char c = text_[pos_];
+      if (c == '\\') ++pos_;
+      if (c == '(') ++depth;
+      if (c == ')' && --depth == 0) break;
+    }
+    if (pos_ >= text_.size()) {
+      pos_ = text_.size();
+      return invalid("a comment has no end");
+    }
+    ++pos_;
+    section() += ' ';
+  }
+
+  void beginGroup() {
+    if (inGroup_ || afterGroup_) return invalid("a group is inside of a group");
+    if (entry_.hasBrackets || isBlank(entry_.before) || !isPhrase(entry_.before)) {
+      invalid("the name of a group is missing or malformed");
+    } else if (!acceptGroups_) {
+      invalid("groups are not accepted here");
+    }
+    startEntry();
+    inGroup_ = true;
+  }
+
+  void endGroup() {
+    if (!inGroup_) return invalid("a semicolon does not close a group");
+    endEntry();
+    inGroup_ = false;
+    afterGroup_ = true;
+  }
+
+  void startEntry() {
+    entry_ = Entry();
+    place_ = Place::kBefore;
+    malformed_ = false;
+    start_ = pos_;
+  }
+
+  void endEntry() {
+    const bool isEmpty = !entry_.hasBrackets && isBlank(entry_.before);
+    if (!isEmpty && afterGroup_) invalid("something other than a comma follows a group");
+    if (!isEmpty && !malformed_ && (acceptGroups_ || !inGroup_)) add();
+    startEntry();
+  }
+
+  void add() {
     try {
-      result_.insert(mailbox(std::string(entry)));
+      if (!entry_.hasBrackets) {
+        result_.insert(EmailAddress::rfc5321Parse(withoutBlanks(entry_.before), false));
+        return;
+      }
+      if (!isBlank(entry_.after)) return invalid("something follows the angle brackets");
+      if (!isPhrase(entry_.before)) return invalid("the display name needs quotes");
+      const auto address = EmailAddress::rfc5321Parse(withoutBlanks(entry_.brackets), false);
+      std::string name = displayName(entry_.before);
+      result_.insert(name.empty() ? address : MailboxBuilder::named(address, std::move(name)));
     } catch (const Exception&) {
       if (!skipInvalid_) throw;
     }
   }
 
-  void invalid(const std::string& reason, std::string_view entry) const {
-    if (!skipInvalid_) throw invalidAddress(reason, entry);
-  }
-
-  EmailAddress mailbox(const std::string& entry) {
-    warned_ = false;
-    const std::unique_ptr<InternetAddressList, Unreference> list(
-        internet_address_list_parse(options_.get(), entry.c_str()));
-    if (!list || warned_ || internet_address_list_length(list.get()) != 1) {
-      throw invalidAddress("an entry of the list is no mailbox", entry);
-    }
-    InternetAddress* address = internet_address_list_get_address(list.get(), 0);
-    if (!INTERNET_ADDRESS_IS_MAILBOX(address)) {
-      throw invalidAddress("an entry of the list is no mailbox", entry);
-    }
-    const EmailAddress bare = EmailAddress::rfc5321Parse(written(entry, address), false);
-    const char* name = internet_address_get_name(address);
-    std::string shown = printableUtf8(name ? name : "");
-    stringTrim(shown);
-    return shown.empty() ? bare : MailboxBuilder::named(bare, std::move(shown));
-  }
-
-  // The library offers an address with its "xn--" labels decoded, and with its other labels
-  // encoded: the one that was written is the one meant.
-  static std::string written(const std::string& entry, InternetAddress* address) {
-    auto* mailbox = INTERNET_ADDRESS_MAILBOX(address);
-    const bool encoded = stringToLower(entry).find("xn--") != std::string::npos;
-    const char* text = encoded ? internet_address_mailbox_get_idn_addr(mailbox)
-                               : internet_address_mailbox_get_addr(mailbox);
-    return text ? text : "";
+  // The current entry does not count.
+  void invalid(const char* reason) {
+    malformed_ = true;
+    if (!skipInvalid_) throw invalidAddress(reason, text_.substr(start_));
   }
 
   std::string_view text_;
   bool acceptGroups_;
   bool skipInvalid_;
-  bool warned_ = false;
-  std::unique_ptr<GMimeParserOptions, FreeOptions> options_;
+  std::size_t pos_ = 0;
+  std::size_t start_ = 0;  // of the current entry
+  Entry entry_;
+  Place place_ = Place::kBefore;
+  bool malformed_ = false;  // the current entry
+  bool inGroup_ = false;
+  bool afterGroup_ = false;  // only blanks may follow until the next comma
   std::set<EmailAddress> result_;
 };
 

@@ -56,6 +56,12 @@ TEST(AddressList, AcceptsListsOfMailboxesAndGroupsOnly) {
       {"c@d.example, \"Our team\": a@b.example;", "a@b.example c@d.example"},
       {"Team:;, c@d.example", "c@d.example"},
       {"One: a@b.example; , Two: Name <c@d.example>;", "a@b.example c@d.example"},
+      {"(only a comment), a@b.example", "a@b.example"},
+      {"a (x) @ (y) b . (z) example", "a@b.example"},
+      {"J. Doe <(x) a @ b.example (y)> (z)", "a@b.example"},
+      {"\"a @ . b\" @ c.example", "\"a @ . b\"@c.example"},
+      {"a@b.example (" + string(9000, 'x') + ")", "a@b.example"},
+      {string(100, '(') + string(100, ')') + "a@b.example", "a@b.example"},
       // Refused.
       {"", ""},
       {" ", ""},
@@ -90,7 +96,23 @@ TEST(AddressList, AcceptsListsOfMailboxesAndGroupsOnly) {
       {"Team: bad;", ""},
       {"mailto:a@b.example", ""},
       {string(65, 'a') + "@b.example", ""},
-      {"a@b.example (" + string(9000, 'x') + ")", ""},
+      {"a@b.example.", ""},
+      {"a b@c.example", ""},
+      {"a@b.example>", ""},
+      {"a@b.example>x", ""},
+      {"c@d.example <a@b.example>", ""},
+      {"a@b.example <>", ""},
+      {"<a@b.example> <c@d.example>", ""},
+      {"<@a.example,@b.example:c@d.example>", ""},
+      {"<@ple:c,j@d.example>{", ""},
+      {"\"N\"[x] <a@b.example>", ""},
+      {"N: <a@b.example>", ""},
+      {"N\\ <a@b.example>", ""},
+      {":a@b.example;", ""},
+      {"<x>: a@b.example;", ""},
+      {"Team: a@b.example;;", ""},
+      {"\"a\\", ""},
+      {"(a\\", ""},
       {"a@b.example\n", ""},
       {"a@b.example,\r\n c@d.example", ""},
       {string("a@b.example\0", 12), ""},
@@ -150,12 +172,18 @@ TEST(AddressList, KeepsTheDisplayName) {
   EXPECT_EQ(stringForm("\"Smith, John\" <a@b.example>"), "\"Smith, John\" <a@b.example>");
   EXPECT_EQ(stringForm("\"J. \\\"Q\\\"\" <a@b.example>"), "\"J. \\\"Q\\\"\" <a@b.example>");
   EXPECT_EQ(stringForm("=?utf-8?Q?J=C3=B6rg?= <a@b.example>"), "Jörg <a@b.example>");
-  EXPECT_EQ(stringForm("a@b.example"), "a@b.example");
+  EXPECT_EQ(stringForm("=?iso-8859-1?Q?J=F6rg?= M. <a@b.example>"), "\"Jörg M.\" <a@b.example>");
+  EXPECT_EQ(stringForm("N (comment) <a@b.example>"), "N <a@b.example>");
+  EXPECT_EQ(stringForm("a@b.example (comment)"), "a@b.example");
 }
 
 TEST(AddressList, ADisplayNameCannotSmuggleLineBreaks) {
   EXPECT_EQ(stringForm("=?utf-8?Q?a=0D=0AX=3A_y?= <a@b.example>").find_first_of("\r\n"),
             string::npos);
+}
+
+TEST(AddressList, ATabInADisplayNameIsABlank) {
+  EXPECT_EQ(stringForm("a\tb <a@b.example>"), "a b <a@b.example>");
 }
 
 TEST(AddressList, TheDisplayNameDoesNotCountInComparison) {
