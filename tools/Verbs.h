@@ -77,8 +77,9 @@ int status(const Context& context, bool json);
 // set: turns a switch of the status area on or off.
 int set(const Context& context, const std::string& name, const std::string& value);
 
-enum class SchemaOf { kConfiguration, kExplain };
-int schema(const Context& context, SchemaOf of);
+// schema: the JSON schema of the YAML form.
+int schema(const Context& context);
+// records: what every field of every record means, as Markdown.
 int records(const Context& context);
 
 }  // namespace Kestrav::Tool

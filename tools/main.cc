@@ -107,14 +107,8 @@ int main(int argc, char** argv) {
   setVerb->add_option("VALUE", switchValue, "on or off")->required();
   setVerb->callback([&] { verb = [&] { return set(context, switchName, switchValue); }; });
 
-  bool schemaOfExplain = false;
   auto* schemaVerb = app.add_subcommand("schema", "Print the JSON schema of the YAML form");
-  schemaVerb->add_flag("--explain", schemaOfExplain, "The schema of what `explain --json` prints");
-  schemaVerb->callback([&] {
-    verb = [&] {
-      return schema(context, schemaOfExplain ? SchemaOf::kExplain : SchemaOf::kConfiguration);
-    };
-  });
+  schemaVerb->callback([&] { verb = [&] { return schema(context); }; });
 
   auto* recordsVerb = app.add_subcommand("records", "Print what every field of every record means");
   recordsVerb->callback([&] { verb = [&] { return records(context); }; });

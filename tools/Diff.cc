@@ -1,0 +1,42 @@
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "config/text/Text.h"
+#include "tools/Compare.h"
+#include "tools/Scratch.h"
+
+namespace Kestrav::Tool {
+namespace {
+
+bool isStore(const std::filesystem::path& path) {
+  return std::filesystem::exists(path / "data.mdb");
+}
+
+}  // namespace
+
+int diff(const Context& context, const DiffOptions& options) {
+  Scratch scratch;
+  const auto side = [&](const std::filesystem::path& path) -> std::shared_ptr<Config::ConfigStore> {
+    if (path == context.store || isStore(path)) {
+      Config::ConfigStore::Options existing;
+      existing.create = false;
+      return Config::ConfigStore::open(path, existing);
+    }
+    return scratch.load(context, {path});
+  };
+  const auto from = side(options.from);
+  const auto to = side(options.to.empty() ? context.store : std::filesystem::path(options.to));
+  if (!from || !to) return kBadInput;
+  const RenderOptions render{options.secrets, false};
+  const std::vector<Difference> differences = compare(from->snapshot(), to->snapshot(), render);
+  if (options.json) {
+    context.out << differencesDocument(differences)
+                       .dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+                << "\n";
+  } else {
+    printDifferences(differences, context.out);
+  }
+  return differences.empty() ? kDone : kNo;
+}
+
+}  // namespace Kestrav::Tool

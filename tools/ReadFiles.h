@@ -1,0 +1,14 @@
+// Reading configuration files for a verb.
+#pragma once
+
+#include <optional>
+
+#include "config/text/Configuration.h"
+#include "tools/Verbs.h"
+
+namespace Kestrav::Tool {
+
+// Empty when there are mistakes; each has been printed then, with file, line and column.
+std::optional<Config::Text::Configuration> readFiles(const Context& context, const Files& files);
+
+}  // namespace Kestrav::Tool
