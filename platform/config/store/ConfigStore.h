@@ -1,12 +1,13 @@
-// The configuration store: one LMDB environment plus a small mapped status file, in one folder (0700,
-// files 0600). Several processes open it; any number read, writers take turns.
+// The configuration store: one LMDB environment plus a small mapped status file, in one folder
+// (0700, files 0600). Several processes open it; any number read, writers take turns.
 //
-// The rows: a row's key sorts by table, domain, position, id. Iteration is in table order, the order in which
-// the configuration lists the records. Change sets are atomic: readers see a revision whole or not at
-// all. Not to be used across fork: a child that calls into a store opened by its parent gets an
-// Exception.
+// The rows: a row's key sorts by table, domain, position, id. Iteration is in table order, the
+// order in which the configuration lists the records. Change sets are atomic: readers see a
+// revision whole or not at all. Not to be used across fork: a child that calls into a store opened
+// by its parent gets an Exception.
 //
-// Threads: every operation may be called from any thread; a Snapshot belongs to the thread that took it.
+// Threads: every operation may be called from any thread; a Snapshot belongs to the thread that
+// took it.
 #pragma once
 
 #include <cstddef>
@@ -29,24 +30,27 @@ using Revision = std::uint64_t;
 
 // Failures carry these codes in Exception::code().
 namespace StoreError {
-inline constexpr int kCannotOpen = 20;       // missing, no permission, not a folder
-inline constexpr int kForeignFile = 21;      // truncated, or not a store
-inline constexpr int kNewerSchema = 22;      // written by a newer schema; the message gives both numbers
-inline constexpr int kNoReaderSlot = 23;     // all reader slots taken; the message names the limit
-inline constexpr int kFull = 24;             // the map cannot grow any further
-inline constexpr int kForked = 25;           // used in a child of the process that opened it
-inline constexpr int kBadRecord = 26;        // a record that its field table does not describe
+inline constexpr int kCannotOpen = 20;   // missing, no permission, not a folder
+inline constexpr int kForeignFile = 21;  // truncated, or not a store
+inline constexpr int kNewerSchema =
+    22;  // written by a newer schema; the message gives both numbers
+inline constexpr int kNoReaderSlot = 23;  // all reader slots taken; the message names the limit
+inline constexpr int kFull = 24;          // the map cannot grow any further
+inline constexpr int kForked = 25;        // used in a child of the process that opened it
+inline constexpr int kBadRecord = 26;     // a record that its field table does not describe
 inline constexpr int kInternal = 29;
 }  // namespace StoreError
 
-// A record taken out of the store: its fixed part with list pointers set, in memory of its own. The bytes
-// stay where they are when the object is moved.
+// A record taken out of the store: its fixed part with list pointers set, in memory of its own. The
+// bytes stay where they are when the object is moved.
 class KESTRAV_API StoredRecord {
  public:
   StoredRecord() = default;
   const void* data() const { return bytes_.get(); }
   template <class Rec>
-  const Rec* as() const { return static_cast<const Rec*>(data()); }
+  const Rec* as() const {
+    return static_cast<const Rec*>(data());
+  }
   explicit operator bool() const { return bytes_ != nullptr; }
   G_CLI_GID gid() const { return gid_; }
   ngid_t domain() const { return domain_; }
@@ -70,8 +74,8 @@ class KESTRAV_API TableIndex {
   virtual int indexOf(std::uint32_t id) const = 0;  // -1 when there is none
 };
 
-// One revision of the store, pinned. Nested snapshots of one thread share the outermost one's revision.
-// A process without a store sees empty tables and default settings.
+// One revision of the store, pinned. Nested snapshots of one thread share the outermost one's
+// revision. A process without a store sees empty tables and default settings.
 class KESTRAV_API Snapshot {
  public:
   Snapshot(Snapshot&&) noexcept;
@@ -80,12 +84,13 @@ class KESTRAV_API Snapshot {
 
   Revision revision() const;
   int size(G_CLI_GID gid, ngid_t domain) const;
-  // Null record when there is none. For a single-record table id and index are ignored, and a record that was
-  // never written is answered with its defaults.
+  // Null record when there is none. For a single-record table id and index are ignored, and a
+  // record that was never written is answered with its defaults.
   StoredRecord byId(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const;
   StoredRecord at(G_CLI_GID gid, ngid_t domain, int index) const;
   std::shared_ptr<const TableIndex> index(G_CLI_GID gid, ngid_t domain) const;
-  // Calls for each record of a table in order; `visit` returns false to stop. The record is valid during the call.
+  // Calls for each record of a table in order; `visit` returns false to stop. The record is valid
+  // during the call.
   void walk(G_CLI_GID gid, ngid_t domain,
             const std::function<bool(const StoredRecord&)>& visit) const;
   // Domains that hold at least one record of the table, ascending.
@@ -97,10 +102,16 @@ class KESTRAV_API Snapshot {
   friend class ConfigStore;
   struct Pin;
   explicit Snapshot(std::unique_ptr<Pin>);
+  const class Reading* reading() const;
   std::unique_ptr<Pin> pin_;
 };
 
-// Differences to be committed as one revision. Not shared between threads.
+// Differences to be committed as one revision, made one after the other. Not shared between
+// threads.
+//
+// All functions throw Exception kBadRecord for a table that does not exist and for a table of the
+// system in another domain than 0. A single-record table always holds its record: the first put
+// changes it, and erasing it puts back its defaults.
 class KESTRAV_API ChangeSet {
  public:
   ChangeSet();
@@ -108,26 +119,33 @@ class KESTRAV_API ChangeSet {
   ChangeSet& operator=(ChangeSet&&) noexcept;
   ~ChangeSet();
 
-  // Adds or replaces one record; `record` is the struct with its lists' pointers set, copied whole. The id is
-  // taken from the record. A new record goes to the end of its table; an existing one keeps its place.
-  // Throws Exception kBadRecord when the record does not fit its field table (id 0 in a list, a
-  // count larger than its list's limit, a null list pointer with a non-zero count).
+  // Adds or replaces one record; `record` is the struct with its lists' pointers set, copied whole.
+  // The id is taken from the record. A new record goes to the end of its table; an existing one
+  // keeps its place. Throws Exception kBadRecord when the record does not fit its field table (id 0
+  // in a list, a count larger than its list's limit, a null list pointer with a non-zero count).
   void put(G_CLI_GID gid, ngid_t domain, const void* record);
   // As put, but placed right before the record `beforeId` of the same table, or at the end for 0.
+  // The commit throws kBadRecord when there is no record `beforeId`.
   void putBefore(G_CLI_GID gid, ngid_t domain, const void* record, std::uint32_t beforeId);
+  // No difference when there is no such record.
   void erase(G_CLI_GID gid, ngid_t domain, std::uint32_t id);
-  // The table's records in this domain are to be exactly these ids in this order; ids not named are erased.
+  // The table's records in this domain are to be exactly these ids in this order; ids not named are
+  // erased. The commit throws kBadRecord for an id that is named twice or that no record has by
+  // then.
   void order(G_CLI_GID gid, ngid_t domain, std::vector<std::uint32_t> ids);
   bool empty() const;
 
  private:
   friend class ConfigStore;
+  friend class Committer;
   struct Changes;
+  Changes& changes();
+  void add(bool placed, G_CLI_GID gid, ngid_t domain, const void* record, std::uint32_t beforeId);
   std::unique_ptr<Changes> changes_;
 };
 
-// One change as the journal keeps it. `before` is null for an added record, `after` for an erased one; both
-// are given and equal when only the record's place in its table changed.
+// One change as the journal keeps it. `before` is null for an added record, `after` for an erased
+// one; both are given and equal when only the record's place in its table changed.
 struct KESTRAV_API JournalEntry {
   Revision revision = 0;
   G_CLI_GID gid{};
@@ -142,23 +160,28 @@ class StatusArea;
 class KESTRAV_API ConfigStore {
  public:
   struct Options {
-    bool create = true;                          // make the folder and the files when they are missing
-    std::size_t initialMapSize = 64u << 20;      // grows by doubling
+    bool create = true;  // make the folder and the files when they are missing
+    // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
+    // until no thread of this process holds a snapshot; the default is large enough for that not to
+    // happen.
+    std::size_t initialMapSize = 16ull << 30;
     std::size_t maximumMapSize = 64ull << 30;
-    unsigned readerSlots = 1022;                 // threads reading at once, all processes together
-    std::size_t journalEntries = 100'000;        // kept at least; more while a live process still needs them,
+    unsigned readerSlots = 1022;  // threads reading at once, all processes together
+    std::size_t journalEntries =
+        100'000;  // kept at least; more while a live process still needs them,
     std::size_t journalEntriesHard = 1'000'000;  // never more than this
   };
 
-  // Opens the store in `folder`. A process opens one folder once: a second open of the same folder yields the
-  // same object.
-  static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder, const Options& options);
+  // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
+  // yields the same object.
+  static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder,
+                                           const Options& options);
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {
     return open(folder, Options());
   }
 
-  // The store that the cmf_* functions of this process answer from; null until attached. Attach before
-  // the first use of the library; attaching another one is for tests.
+  // The store that the cmf_* functions of this process answer from; null until attached. Attach
+  // before the first use of the library; attaching another one is for tests.
   static void attach(std::shared_ptr<ConfigStore> store);
   static std::shared_ptr<ConfigStore> attached();
 
@@ -167,25 +190,32 @@ class KESTRAV_API ConfigStore {
   ConfigStore& operator=(const ConfigStore&) = delete;
 
   const std::filesystem::path& folder() const;
+  // Throws Exception kNoReaderSlot when all reader slots are taken by threads that read.
   Snapshot snapshot();
+  // What a process without a store sees.
+  static Snapshot emptySnapshot();
 
-  // Commits the real differences only and returns the revision that holds them: the present one, unraised,
-  // when there are none. Wakes waiting processes.
+  // Commits the real differences only and returns the revision that holds them: the present one,
+  // unraised, when there are none. Wakes waiting processes. Throws Exception, and commits nothing,
+  // when the changes cannot be made.
   Revision commit(ChangeSet changes);
 
   // The newest committed revision, from the status area: no transaction.
   Revision revision() const;
-  // Waits until revision() > `seen` or `timeoutMs` has passed; re-reads the store itself at least once a
-  // second, in case a writer died between commit and wake. Returns the revision.
+  // Waits until revision() > `seen` or `timeoutMs` has passed; re-reads the store itself at least
+  // once a second, in case a writer died between commit and wake. Returns the revision.
   Revision waitForRevision(Revision seen, int timeoutMs);
 
-  // Journal entries of all revisions in (after, upTo], in commit order. False, with none visited, when the
-  // journal no longer reaches back to `after`.
-  bool journal(Revision after, Revision upTo, const std::function<void(const JournalEntry&)>& visit);
+  // Journal entries of all revisions in (after, upTo], in commit order. False, with none visited,
+  // when the journal no longer reaches back to `after`. A single-record table's entries always give
+  // both records.
+  bool journal(Revision after, Revision upTo,
+               const std::function<void(const JournalEntry&)>& visit);
 
   // This process's slot in the status area; the journal is kept for registered live processes.
+  // It counts as having applied the present revision. At most 31 bytes of the name are kept.
   void registerProcess(std::string_view name);
-  void applied(Revision revision);  // published for others to see
+  void applied(Revision revision);  // published for others to see; nothing before registerProcess
   struct Process {
     int pid;
     std::string name;

@@ -1,5 +1,6 @@
-// The shared, mapped status file beside the store: switches and flags that processes read without asking the
-// store. Its first bytes are the zone that nCfg_debug_zone points at, with fixed offsets.
+// The shared, mapped status file beside the store: switches and flags that processes read without
+// asking the store. Its first bytes are the zone that nCfg_debug_zone points at, with fixed
+// offsets.
 //
 // All accesses are atomic on naturally aligned words (the reload byte: on its byte).
 #pragma once
@@ -12,10 +13,12 @@
 namespace Kestrav::Config {
 
 namespace Zone {
-inline constexpr std::size_t kDirtyFlags = 300400;         // 32-bit; bit 0 antispam, bit 1 content profiles are stale
-inline constexpr std::size_t kContentInspection = 300776;  // 32-bit; 0: policies carry no inspection profiles
-inline constexpr std::size_t kDisclaimerReload = 300784;   // byte
-inline constexpr std::size_t kSize = 303104;               // 74 pages
+inline constexpr std::size_t kDirtyFlags =
+    300400;  // 32-bit; bit 0 antispam, bit 1 content profiles are stale
+inline constexpr std::size_t kContentInspection =
+    300776;  // 32-bit; 0: policies carry no inspection profiles
+inline constexpr std::size_t kDisclaimerReload = 300784;  // byte
+inline constexpr std::size_t kSize = 303104;              // 74 pages
 inline constexpr std::uint32_t kAntispamDirty = 1u << 0;
 inline constexpr std::uint32_t kContentDirty = 1u << 1;
 }  // namespace Zone
@@ -38,5 +41,19 @@ class KESTRAV_API StatusArea {
  private:
   char* zone_;
 };
+
+// Sets what differs from zero in a new zone.
+void initialiseZone(char* zone);
+
+// The zone of the store attached to this process, or one private to the process while there is
+// none. A zone that was ever returned stays mapped until the process ends.
+KESTRAV_API char* currentZone();
+// For ConfigStore::attach; null is the private zone.
+void currentZone(char* zone);
+
+// Called with the current zone at once, and again whenever it becomes another one. Must not call
+// back.
+using ZoneListener = void (*)(char* zone);
+KESTRAV_API void onZoneChange(ZoneListener listener);
 
 }  // namespace Kestrav::Config

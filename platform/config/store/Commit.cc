@@ -1,0 +1,116 @@
+// Commits: one write transaction for a change set, its journal entries and the new revision.
+
+#include <map>
+#include <memory>
+
+#include "common/Exception.h"
+#include "config/store/Changes.h"
+#include "config/store/Journal.h"
+#include "config/store/StoreImpl.h"
+#include "config/store/TableEditor.h"
+
+namespace Kestrav::Config {
+namespace {
+
+// How often a writer looks for readers that died: each of them keeps the pages of its revision from
+// being used again.
+constexpr std::chrono::seconds kReaderCheckInterval{10};
+
+}  // namespace
+
+class Committer {
+ public:
+  Committer(StoreCore& core, const ChangeSet::Changes& changes) : core_(core), changes_(changes) {}
+
+  // REQUIRES: the write mutex held. Throws MapFull with nothing written.
+  Revision run() {
+    Transaction transaction(core_.env->beginWrite());
+    txn_ = transaction.get();
+    editors_.clear();
+    byTable_.clear();
+    for (const auto& change : changes_.list) apply(change);
+
+    const unsigned meta = core_.env->db(LmdbEnv::kMeta);
+    const auto stored = get(txn_, meta, Key('r'));
+    const Revision present = stored ? fromBytes<Revision>(*stored) : 0;
+    const Revision revision = present + 1;
+    std::uint32_t number = 0;
+    for (const auto& editor : editors_) {
+      const auto differences = editor->differences();
+      for (const auto& difference : differences) {
+        append(txn_, core_.env->db(LmdbEnv::kJournal), journalKey(revision, number++),
+               encodeEntry({editor->table().gid, editor->domain(), difference.id, difference.before,
+                            difference.after}));
+      }
+      editor->finish(revision, !differences.empty());
+    }
+    if (number == 0) return present;
+    trimJournal(txn_, core_, revision);
+    put(txn_, meta, Key('r'), asBytes(revision));
+    transaction.commit();
+    return revision;
+  }
+
+ private:
+  void apply(const ChangeSet::Changes::Change& change) {
+    using Operation = ChangeSet::Changes::Operation;
+    TableEditor& editor = editorFor(*change.table, change.domain);
+    switch (change.operation) {
+      case Operation::kPut:
+        editor.put(change.id, change.row);
+        break;
+      case Operation::kPutBefore:
+        editor.putBefore(change.id, change.row, change.beforeId);
+        break;
+      case Operation::kErase:
+        editor.erase(change.id);
+        break;
+      case Operation::kOrder:
+        editor.order(change.ids);
+        break;
+    }
+  }
+
+  TableEditor& editorFor(const Table& table, ngid_t domain) {
+    TableEditor*& editor = byTable_[{table.gid, domain}];
+    if (editor == nullptr) {
+      editors_.push_back(std::make_unique<TableEditor>(txn_, *core_.env, table, domain));
+      editor = editors_.back().get();
+    }
+    return *editor;
+  }
+
+  StoreCore& core_;
+  const ChangeSet::Changes& changes_;
+  MDB_txn* txn_ = nullptr;
+  std::vector<std::unique_ptr<TableEditor>> editors_;  // in the order of their first changes
+  std::map<std::pair<unsigned, ngid_t>, TableEditor*> byTable_;
+};
+
+Revision ConfigStore::commit(ChangeSet changes) {
+  StoreCore& core = *impl_->core;
+  core.checkProcess();
+  if (changes.empty()) return refreshRevision(impl_->core);
+  std::scoped_lock lock(core.env->writeMutex());
+  const auto now = std::chrono::steady_clock::now();
+  if (now - core.readersChecked > kReaderCheckInterval) {
+    core.readersChecked = now;
+    core.env->clearDeadReaders();
+  }
+  Committer committer(core, changes.changes());
+  for (bool cleared = false;;) {
+    try {
+      const Revision revision = committer.run();
+      core.status->publish(revision);
+      return revision;
+    } catch (const MapFull&) {
+      if (!cleared && core.env->clearDeadReaders() > 0) {
+        cleared = true;
+      } else {
+        core.env->grow();
+      }
+    }
+  }
+}
+
+}  // namespace Kestrav::Config

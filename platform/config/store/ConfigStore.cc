@@ -1,0 +1,130 @@
+#include "config/store/ConfigStore.h"
+
+#include <chrono>
+
+#include "common/Exception.h"
+#include "config/store/Keys.h"
+#include "config/store/SnapshotPin.h"
+#include "config/store/StatusArea.h"
+#include "config/store/StoreImpl.h"
+
+namespace Kestrav::Config {
+namespace {
+
+// A waiting process looks at the store itself at least this often.
+constexpr int kLongestWaitMs = 1000;
+
+struct Attachment {
+  std::mutex mutex;
+  std::shared_ptr<ConfigStore> store;
+  // Whoever took the zone's address may go on using it.
+  std::vector<std::shared_ptr<StatusFile>> everAttached;
+};
+
+Attachment& attachment() {
+  static auto* state = new Attachment;  // used until the process is gone
+  return *state;
+}
+
+}  // namespace
+
+ConfigStore::ConfigStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+ConfigStore::~ConfigStore() = default;
+
+void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
+  std::shared_ptr<ConfigStore> former;  // destroyed after the mutex is released
+  std::scoped_lock lock(attachment().mutex);
+  auto& kept = attachment().everAttached;
+  if (store != nullptr) {
+    const auto& status = store->impl_->core->status;
+    if (std::find(kept.begin(), kept.end(), status) == kept.end()) kept.push_back(status);
+  }
+  former = std::exchange(attachment().store, std::move(store));
+  const auto& current = attachment().store;
+  currentZone(current != nullptr ? current->impl_->core->status->zone() : nullptr);
+}
+
+std::shared_ptr<ConfigStore> ConfigStore::attached() {
+  std::scoped_lock lock(attachment().mutex);
+  return attachment().store;
+}
+
+const std::filesystem::path& ConfigStore::folder() const {
+  return impl_->core->folder;
+}
+
+Snapshot ConfigStore::snapshot() {
+  auto pin = std::make_unique<Snapshot::Pin>();
+  pin->reading.emplace(impl_->core, Reading::kShared);
+  return Snapshot(std::move(pin));
+}
+
+Snapshot ConfigStore::emptySnapshot() {
+  return Snapshot(std::make_unique<Snapshot::Pin>());
+}
+
+Revision ConfigStore::revision() const {
+  impl_->core->checkProcess();
+  return impl_->core->status->revision();
+}
+
+Revision ConfigStore::waitForRevision(Revision seen, int timeoutMs) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::milliseconds(std::max(timeoutMs, 0));
+  for (;;) {
+    const Revision now = revision();
+    if (now > seen) return now;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    const int wait = static_cast<int>(std::clamp<std::int64_t>(left, 0, kLongestWaitMs));
+    if (wait > 0 && impl_->core->status->wait(now, wait)) continue;
+    const Revision stored = refreshRevision(impl_->core);
+    if (stored > seen || Clock::now() >= end) return stored;
+  }
+}
+
+void ConfigStore::registerProcess(std::string_view name) {
+  StoreCore& core = *impl_->core;
+  const Revision present = refreshRevision(impl_->core);
+  core.checkProcess();
+  static std::mutex registering;
+  std::scoped_lock lock(registering);
+  const int former = core.processSlot.load();
+  if (former >= 0) core.status->release(former);
+  core.processSlot.store(core.status->claim(name, present));
+}
+
+void ConfigStore::applied(Revision revision) {
+  impl_->core->checkProcess();
+  const int slot = impl_->core->processSlot.load();
+  if (slot >= 0) impl_->core->status->applied(slot, revision);
+}
+
+std::vector<ConfigStore::Process> ConfigStore::processes() const {
+  return impl_->core->status->processes();
+}
+
+StatusArea& ConfigStore::status() {
+  return impl_->core->area;
+}
+
+ConfigStore::Statistics ConfigStore::statistics() {
+  const Reading reading(impl_->core, Reading::kNewest);
+  const LmdbEnv& env = *impl_->core->env;
+  Statistics figures{};
+  figures.revision = reading.revision();
+  figures.usedBytes = env.usedBytes();
+  figures.mapBytes = env.mapBytes();
+  figures.journalEntries = entries(reading.txn(), env.db(LmdbEnv::kJournal));
+  Cursor cursor(reading.txn(), env.db(LmdbEnv::kJournal));
+  if (cursor.first()) figures.oldestJournalRevision = bigEndian(cursor.key().substr(0, 8));
+  figures.readersInUse = env.readersInUse();
+  figures.readerSlots = env.readerLimit();
+  return figures;
+}
+
+int ConfigStore::clearDeadReaders() {
+  impl_->core->checkProcess();
+  return impl_->core->env->clearDeadReaders();
+}
+
+}  // namespace Kestrav::Config

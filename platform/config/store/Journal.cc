@@ -1,0 +1,120 @@
+#include "config/store/Journal.h"
+
+#include <algorithm>
+
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "config/store/Keys.h"
+#include "config/store/RowCodec.h"
+#include "config/store/StoreImpl.h"
+
+namespace Kestrav::Config {
+namespace {
+
+constexpr unsigned char kHasBefore = 1;
+constexpr unsigned char kHasAfter = 2;
+constexpr unsigned char kSame = 4;  // only the place differs: the row is written once
+
+struct Head {
+  std::uint32_t gid, domain, id;
+  std::uint32_t flags;
+  std::uint32_t beforeSize;
+};
+
+// A revision's entries are numbered from 0 on, without gaps.
+std::size_t entriesOf(MDB_txn* txn, unsigned db, Revision revision) {
+  Cursor cursor(txn, db);
+  if (!cursor.before(journalKey(revision + 1, 0))) return 0;
+  if (bigEndian(cursor.key().substr(0, 8)) != revision) return 0;
+  return bigEndian(cursor.key().substr(8)) + 1;
+}
+
+void skipped(const JournalRows& rows, const char* reason) {
+  Logger::instance().log(LogCode::kStoreRecordSkipped, "%u\x01%u\x01%s",
+                         static_cast<unsigned>(rows.gid), rows.id, reason);
+}
+
+}  // namespace
+
+std::string encodeEntry(const JournalRows& entry) {
+  const bool same = entry.before && entry.after && *entry.before == *entry.after;
+  Head head{entry.gid, entry.domain, entry.id, 0, 0};
+  if (entry.before) head.flags |= kHasBefore;
+  if (entry.after) head.flags |= kHasAfter;
+  if (same) head.flags |= kSame;
+  head.beforeSize = static_cast<std::uint32_t>(entry.before ? entry.before->size() : 0);
+  std::string bytes(asBytes(head));
+  if (entry.before) bytes.append(*entry.before);
+  if (entry.after && !same) bytes.append(*entry.after);
+  return bytes;
+}
+
+std::optional<JournalRows> decodeEntry(std::string_view bytes) {
+  if (bytes.size() < sizeof(Head)) return {};
+  const auto head = fromBytes<Head>(bytes.substr(0, sizeof(Head)));
+  bytes.remove_prefix(sizeof(Head));
+  if (head.beforeSize > bytes.size()) return {};
+  JournalRows rows{static_cast<G_CLI_GID>(head.gid), head.domain, head.id, {}, {}};
+  if ((head.flags & kHasBefore) != 0) rows.before = bytes.substr(0, head.beforeSize);
+  if ((head.flags & kSame) != 0) {
+    rows.after = rows.before;
+  } else if ((head.flags & kHasAfter) != 0) {
+    rows.after = bytes.substr(head.beforeSize);
+  }
+  return rows;
+}
+
+void trimJournal(MDB_txn* txn, StoreCore& core, Revision newest) {
+  const unsigned db = core.env->db(LmdbEnv::kJournal);
+  std::size_t count = entries(txn, db);
+  const std::size_t keep = core.options.journalEntries;
+  const std::size_t hard = std::max(core.options.journalEntriesHard, keep);
+  if (count <= keep) return;
+  const Revision needed = core.status->lowestApplied().value_or(newest);
+  Revision cut = 0;
+  Cursor cursor(txn, db);
+  bool more = cursor.first();
+  while (more) {
+    const Revision oldest = bigEndian(cursor.key().substr(0, 8));
+    const bool over = count > hard;
+    if (!over && (oldest > needed || count - entriesOf(txn, db, oldest) < keep)) break;
+    const Key prefix = Key().u64(oldest);
+    while (more && cursor.under(prefix)) {
+      cursor.eraseCurrent();
+      --count;
+      more = cursor.first();
+    }
+    cut = oldest;
+  }
+  if (cut != 0) put(txn, core.env->db(LmdbEnv::kMeta), Key('j'), asBytes(cut));
+}
+
+bool ConfigStore::journal(Revision after, Revision upTo,
+                          const std::function<void(const JournalEntry&)>& visit) {
+  const Reading reading(impl_->core, Reading::kNewest);
+  const auto cut = get(reading.txn(), reading.db(LmdbEnv::kMeta), Key('j'));
+  if (cut && after < fromBytes<Revision>(*cut)) return false;
+  Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
+  for (bool more = cursor.seek(journalKey(after + 1, 0)); more; more = cursor.next()) {
+    const Revision revision = bigEndian(cursor.key().substr(0, 8));
+    if (revision > upTo) break;
+    const auto rows = decodeEntry(cursor.value());
+    if (!rows) continue;
+    const Table* table = findTable(rows->gid);
+    if (table == nullptr) {
+      skipped(*rows, "journal: there is no such table");
+      continue;
+    }
+    JournalEntry entry{revision, rows->gid, rows->domain, rows->id, {}, {}};
+    if (rows->before) {
+      entry.before = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->before);
+    }
+    if (rows->after) {
+      entry.after = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->after);
+    }
+    if (entry.before || entry.after) visit(entry);
+  }
+  return true;
+}
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,303 @@
+#include "config/store/LmdbEnv.h"
+
+#include <lmdb.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <utility>
+
+#include "common/Exception.h"
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "config/store/Keys.h"
+
+namespace Kestrav::Config {
+namespace {
+
+constexpr const char* kNames[LmdbEnv::kDbs] = {"rows", "ids", "meta", "journal"};
+// How long a resize waits for this process's readers, and how often a reader follows a resize.
+constexpr std::chrono::seconds kResizePatience{5};
+constexpr int kAttempts = 20;
+constexpr std::size_t kSmallestMap = 1u << 20;
+
+std::size_t wholePages(std::size_t size) {
+  return (size + 4095) & ~std::size_t{4095};
+}
+
+// Whether the process could map that much: a failed resize would leave it without any map.
+bool mappable(std::size_t size) {
+  void* map = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (map == MAP_FAILED) return false;
+  ::munmap(map, size);
+  return true;
+}
+
+}  // namespace
+
+LmdbEnv::LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
+                 std::size_t mapSize)
+    : maximumMapSize_(wholePages(std::max(options.maximumMapSize, kSmallestMap))) {
+  std::size_t size = wholePages(
+      std::max({std::min(options.initialMapSize, maximumMapSize_), mapSize, std::size_t{65536}}));
+  while (size > mapSize && size > kSmallestMap && !mappable(size)) size = wholePages(size / 2);
+  check(mdb_env_create(&env_), "create");
+  try {
+    check(mdb_env_set_maxdbs(env_, kDbs), "create");
+    check(mdb_env_set_maxreaders(env_, options.readerSlots), "create");
+    check(mdb_env_set_mapsize(env_, size), "create");
+    check(mdb_env_open(env_, folder.c_str(), MDB_NOTLS, 0600), "open");
+  } catch (const Exception& failure) {
+    mdb_env_close(env_);
+    throw Exception("Cannot open the store in " + folder.string() + ": " + failure.message(),
+                    failure.code());
+  }
+}
+
+LmdbEnv::~LmdbEnv() {
+  for (const auto& slot : slots_) mdb_txn_abort(slot->txn);
+  mdb_env_close(env_);
+}
+
+void LmdbEnv::openDatabases(const std::filesystem::path& folder, bool create) {
+  const auto foreign = [&folder](const std::string& why) {
+    return Exception((folder / "data.mdb").string() + " is no configuration store: " + why,
+                     StoreError::kForeignFile);
+  };
+  bool empty = false;
+  {
+    MDB_txn* txn = nullptr;
+    check(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn), "open");
+    Transaction reading(txn);
+    for (unsigned i = 0; i < kDbs && !empty; ++i) {
+      const int rc = mdb_dbi_open(txn, kNames[i], 0, &dbs_[i]);
+      if (rc == MDB_NOTFOUND) {
+        MDB_dbi main = 0;
+        check(mdb_dbi_open(txn, nullptr, 0, &main), "open");
+        empty = entries(txn, main) == 0;
+        if (!empty) throw foreign(std::string("it has no part named ") + kNames[i]);
+        if (!create) throw foreign("it is empty");
+      } else if (rc == MDB_INCOMPATIBLE) {
+        throw foreign(std::string("its part ") + kNames[i] + " is of another kind");
+      } else {
+        check(rc, "open");
+      }
+    }
+    if (!empty) {
+      const auto schema = Kestrav::Config::get(txn, dbs_[kMeta], Key('s'));
+      if (!schema || schema->size() != sizeof kSchema) throw foreign("it has no schema number");
+      const auto number = fromBytes<std::uint32_t>(*schema);
+      if (number > kSchema) {
+        throw Exception("The store in " + folder.string() + " was written with schema " +
+                            std::to_string(number) + "; this version knows schemas up to " +
+                            std::to_string(kSchema),
+                        StoreError::kNewerSchema);
+      }
+      if (number == 0) throw foreign("its schema number is 0");
+      reading.commit();  // keeps the sub-databases open
+    }
+  }
+  if (!empty) return;
+  std::scoped_lock lock(writeMutex_);
+  Transaction writing(beginWrite());
+  try {
+    for (unsigned i = 0; i < kDbs; ++i) {
+      check(mdb_dbi_open(writing.get(), kNames[i], MDB_CREATE, &dbs_[i]), "create");
+    }
+    put(writing.get(), dbs_[kMeta], Key('s'), asBytes(kSchema));
+    put(writing.get(), dbs_[kMeta], Key('r'), asBytes(Revision{0}));
+    put(writing.get(), dbs_[kMeta], Key('j'), asBytes(Revision{0}));
+    writing.commit();
+  } catch (const MapFull&) {
+    throw Exception("The store in " + folder.string() + " cannot be made: its map is too small",
+                    StoreError::kFull);
+  }
+}
+
+// ---- Readers.
+
+std::shared_ptr<ReaderSlot> LmdbEnv::addSlot() {
+  auto slot = std::make_shared<ReaderSlot>();
+  std::scoped_lock lock(slotsMutex_);
+  slots_.push_back(slot);
+  return slot;
+}
+
+void LmdbEnv::dropSlot(const std::shared_ptr<ReaderSlot>& slot) {
+  std::scoped_lock lock(slotsMutex_);
+  slots_.erase(std::remove(slots_.begin(), slots_.end(), slot), slots_.end());
+  mdb_txn_abort(std::exchange(slot->txn, nullptr));
+}
+
+// Either the reader sees that a resize is under way, or the resize sees the reader: both write
+// first and then read, in one total order.
+void LmdbEnv::enter(ReaderSlot& slot) {
+  for (;;) {
+    int expected = ReaderSlot::kIdle;
+    if (!slot.state.compare_exchange_strong(expected, ReaderSlot::kActive)) {
+      std::this_thread::yield();  // being reclaimed: a matter of microseconds
+      continue;
+    }
+    if (!resizing_.load()) return;
+    slot.state.store(ReaderSlot::kIdle);
+    std::unique_lock lock(gateMutex_);
+    gate_.notify_all();
+    gate_.wait(lock, [this] { return !resizing_.load(); });
+  }
+}
+
+void LmdbEnv::leave(ReaderSlot& slot) {
+  slot.state.store(ReaderSlot::kIdle);
+  if (!resizing_.load()) return;
+  std::scoped_lock lock(gateMutex_);
+  gate_.notify_all();
+}
+
+void LmdbEnv::beginRead(ReaderSlot& slot) {
+  for (int attempt = 0;; ++attempt) {
+    enter(slot);
+    const int rc = slot.txn != nullptr ? mdb_txn_renew(slot.txn)
+                                       : mdb_txn_begin(env_, nullptr, MDB_RDONLY, &slot.txn);
+    if (rc == MDB_SUCCESS) return;
+    if (slot.txn != nullptr) mdb_txn_abort(std::exchange(slot.txn, nullptr));
+    leave(slot);
+    if (rc == MDB_MAP_RESIZED && attempt < kAttempts) {
+      followMapSize();
+    } else if (rc == MDB_READERS_FULL) {
+      if (attempt < kAttempts && (clearDeadReaders() > 0 || reclaimIdleSlots())) continue;
+      throw Exception("All " + std::to_string(readerLimit()) +
+                          " reader slots of the store are taken: that many threads, of all "
+                          "processes, can read at once",
+                      StoreError::kNoReaderSlot);
+    } else {
+      check(rc, "begin reading");
+    }
+  }
+}
+
+void LmdbEnv::endRead(ReaderSlot& slot) {
+  mdb_txn_reset(slot.txn);
+  leave(slot);
+}
+
+bool LmdbEnv::reclaimIdleSlots() {
+  bool any = false;
+  std::scoped_lock lock(slotsMutex_);
+  for (const auto& slot : slots_) {
+    int expected = ReaderSlot::kIdle;
+    if (!slot->state.compare_exchange_strong(expected, ReaderSlot::kTaken)) continue;
+    if (slot->txn != nullptr) {
+      mdb_txn_abort(std::exchange(slot->txn, nullptr));
+      any = true;
+    }
+    slot->state.store(ReaderSlot::kIdle);
+  }
+  return any;
+}
+
+int LmdbEnv::clearDeadReaders() {
+  int dead = 0;
+  check(mdb_reader_check(env_, &dead), "clear readers");
+  if (dead > 0) Logger::instance().log(LogCode::kStoreReaderCleared, "%d", dead);
+  return dead;
+}
+
+// ---- Writing and the size of the map.
+
+MDB_txn* LmdbEnv::beginWrite() {
+  for (int attempt = 0;; ++attempt) {
+    MDB_txn* txn = nullptr;
+    const int rc = mdb_txn_begin(env_, nullptr, 0, &txn);
+    if (rc == MDB_SUCCESS) return txn;
+    if (rc != MDB_MAP_RESIZED || attempt >= kAttempts) check(rc, "begin writing");
+    resize(0);
+  }
+}
+
+void LmdbEnv::grow() {
+  const std::size_t size = mapBytes();
+  if (size >= maximumMapSize_) {
+    throw Exception(
+        "The store is full: its map has its full size of " + std::to_string(size) + " bytes",
+        StoreError::kFull);
+  }
+  resize(std::min(size * 2, maximumMapSize_));
+}
+
+void LmdbEnv::followMapSize() {
+  std::scoped_lock lock(writeMutex_);
+  resize(0);
+}
+
+void LmdbEnv::resize(std::size_t size) {
+  std::unique_lock gate(gateMutex_);
+  resizing_.store(true);
+  const auto quiet = [this] {
+    std::scoped_lock lock(slotsMutex_);
+    return std::none_of(slots_.begin(), slots_.end(),
+                        [](const auto& slot) { return slot->state.load() == ReaderSlot::kActive; });
+  };
+  const bool drained = gate_.wait_for(gate, kResizePatience, quiet);
+  const bool possible = drained && (size == 0 || mappable(size));
+  const int rc = possible ? mdb_env_set_mapsize(env_, size) : 0;
+  resizing_.store(false);
+  gate_.notify_all();
+  if (!drained) {
+    throw Exception("The store's map cannot be resized: threads of this process hold snapshots",
+                    StoreError::kFull);
+  }
+  if (!possible) {
+    throw Exception("The store's map cannot grow to " + std::to_string(size) +
+                        " bytes: the process has no room for it",
+                    StoreError::kFull);
+  }
+  check(rc, "resize");
+}
+
+// ---- Figures.
+
+std::uint64_t LmdbEnv::lastTransaction() const {
+  std::scoped_lock lock(gateMutex_);  // the map must not move meanwhile
+  MDB_envinfo info{};
+  check(mdb_env_info(env_, &info), "look");
+  return info.me_last_txnid;
+}
+
+std::size_t LmdbEnv::usedBytes() const {
+  std::scoped_lock lock(gateMutex_);  // the map must not move meanwhile
+  MDB_envinfo info{};
+  MDB_stat stat{};
+  check(mdb_env_info(env_, &info), "look");
+  check(mdb_env_stat(env_, &stat), "look");
+  return (info.me_last_pgno + 1) * stat.ms_psize;
+}
+
+std::size_t LmdbEnv::mapBytes() const {
+  std::scoped_lock lock(gateMutex_);  // the map must not move meanwhile
+  MDB_envinfo info{};
+  check(mdb_env_info(env_, &info), "look");
+  return info.me_mapsize;
+}
+
+unsigned LmdbEnv::readersInUse() const {
+  // One call for each line: a headline and a line for each reader, or a word that there are none.
+  unsigned lines = 0;
+  mdb_reader_list(
+      env_,
+      [](const char*, void* count) {
+        ++*static_cast<unsigned*>(count);
+        return 0;
+      },
+      &lines);
+  return lines > 0 ? lines - 1 : 0;
+}
+
+unsigned LmdbEnv::readerLimit() const {
+  unsigned limit = 0;
+  mdb_env_get_maxreaders(env_, &limit);
+  return limit;
+}
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,100 @@
+// The LMDB environment of one store, opened once in this process, and the readers' places in it.
+//
+// A map is resized only while no transaction of this process runs. Reading threads therefore pass a
+// gate: the state of their own slot, which a resize waits for. Thread-safe unless a function says
+// otherwise.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "config/store/ConfigStore.h"
+#include "config/store/Lmdb.h"
+
+namespace Kestrav::Config {
+
+// A place among the readers, used by one thread at a time. Its transaction is kept between uses,
+// which makes reading cheap; it is given back when the thread ends or when others need the place.
+struct ReaderSlot {
+  enum State : int { kIdle, kActive, kTaken };
+  std::atomic<int> state{kIdle};
+  MDB_txn* txn = nullptr;  // touched only by whoever moved `state` away from kIdle
+
+  // The rest belongs to the slot's thread.
+  unsigned depth = 0;
+  std::uint64_t transaction = 0;  // LMDB's number of the one read last; 0 before
+  Revision revision = 0;          // in that transaction
+  bool threadGone = false;
+  struct {
+    std::uint64_t transaction = 0;
+    unsigned gid = 0;
+    ngid_t domain = 0;
+    std::shared_ptr<const TableIndex> index;
+  } lastIndex;
+};
+
+class LmdbEnv {
+ public:
+  enum Db : unsigned { kRows, kIds, kMeta, kJournal };
+  static constexpr unsigned kDbs = 4;
+
+  // Throws Exception. `mapSize` is what the last writer had.
+  LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
+          std::size_t mapSize);
+  ~LmdbEnv();
+  LmdbEnv(const LmdbEnv&) = delete;
+  LmdbEnv& operator=(const LmdbEnv&) = delete;
+
+  // Opens the sub-databases; makes them when the environment is empty and `create` says so. Called
+  // once, before all below.
+  void openDatabases(const std::filesystem::path& folder, bool create);
+  unsigned db(Db which) const { return dbs_[which]; }
+
+  std::shared_ptr<ReaderSlot> addSlot();
+  void dropSlot(const std::shared_ptr<ReaderSlot>& slot);
+  // REQUIRES: the slot is idle and the caller's own.
+  void beginRead(ReaderSlot& slot);
+  void endRead(ReaderSlot& slot);
+
+  // Of the write transaction: taken before it begins and until it has ended. Also held while
+  // resizing.
+  std::mutex& writeMutex() { return writeMutex_; }
+  // REQUIRES: writeMutex() held.
+  MDB_txn* beginWrite();
+  // Doubles the map. REQUIRES: writeMutex() held, no write transaction. Throws Exception kFull when
+  // it has its full size already, or when readers of this process do not let go of their snapshots.
+  void grow();
+
+  int clearDeadReaders();
+  std::uint64_t lastTransaction() const;
+  std::size_t usedBytes() const;
+  std::size_t mapBytes() const;
+  unsigned readersInUse() const;
+  unsigned readerLimit() const;
+
+ private:
+  void enter(ReaderSlot& slot);
+  void leave(ReaderSlot& slot);
+  bool reclaimIdleSlots();
+  void followMapSize();
+  void resize(std::size_t size);  // 0: what the newest transaction says. REQUIRES: writeMutex_ held
+
+  MDB_env* env_ = nullptr;
+  unsigned dbs_[kDbs] = {};
+  std::size_t maximumMapSize_;
+  std::mutex writeMutex_;
+
+  std::atomic<bool> resizing_{false};
+  mutable std::mutex gateMutex_;
+  std::condition_variable gate_;
+
+  mutable std::mutex slotsMutex_;
+  std::vector<std::shared_ptr<ReaderSlot>> slots_;
+};
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,115 @@
+// Reader slots of threads, and what is read when a thread begins to read.
+
+#include <lmdb.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "config/store/Keys.h"
+#include "config/store/StoreCore.h"
+
+namespace Kestrav::Config {
+namespace {
+
+// The slots that a thread has, one for each store it read. They go with the thread.
+struct ThreadSlots {
+  struct Entry {
+    std::uint64_t serial;
+    std::weak_ptr<StoreCore> core;
+    std::shared_ptr<ReaderSlot> slot;
+  };
+  std::vector<Entry> entries;
+
+  ~ThreadSlots();
+};
+
+// Readable after `threadSlots` is gone: other thread-local objects may still read or hold snapshots
+// then.
+thread_local bool threadSlotsGone = false;
+thread_local ThreadSlots threadSlots;
+
+ThreadSlots::~ThreadSlots() {
+  threadSlotsGone = true;
+  for (Entry& entry : entries) {
+    const auto core = entry.core.lock();
+    if (core == nullptr || core->forked()) continue;
+    if (entry.slot->depth > 0) {
+      entry.slot->threadGone = true;
+    } else {
+      core->env->dropSlot(entry.slot);
+    }
+  }
+}
+
+std::shared_ptr<ReaderSlot> temporarySlot(StoreCore& core) {
+  auto slot = core.env->addSlot();
+  slot->threadGone = true;
+  return slot;
+}
+
+std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core) {
+  if (threadSlotsGone) return temporarySlot(*core);
+  auto& entries = threadSlots.entries;
+  for (const auto& entry : entries) {
+    if (entry.serial == core->serial) return entry.slot;
+  }
+  entries.erase(std::remove_if(entries.begin(), entries.end(),
+                               [](const auto& entry) { return entry.core.expired(); }),
+                entries.end());
+  entries.push_back({core->serial, core, core->env->addSlot()});
+  return entries.back().slot;
+}
+
+}  // namespace
+
+Reading::Reading(std::shared_ptr<StoreCore> core, Mode mode) : core_(std::move(core)) {
+  core_->checkProcess();
+  slot_ = threadSlot(core_);
+  if (slot_->depth > 0) {
+    if (mode == kShared) {
+      ++slot_->depth;
+      return;
+    }
+    slot_ = temporarySlot(*core_);
+  }
+  bool reading = false;
+  try {
+    core_->env->beginRead(*slot_);
+    reading = true;
+    readRevision();
+  } catch (...) {
+    if (reading) core_->env->endRead(*slot_);
+    if (slot_->threadGone) core_->env->dropSlot(slot_);
+    throw;
+  }
+  slot_->depth = 1;
+}
+
+void Reading::readRevision() {
+  const std::uint64_t transaction = mdb_txn_id(slot_->txn);
+  if (transaction == slot_->transaction) return;  // what is known of it is still right
+  const auto revision = get(slot_->txn, db(LmdbEnv::kMeta), Key('r'));
+  slot_->revision = revision ? fromBytes<Revision>(*revision) : 0;
+  slot_->transaction = transaction;
+}
+
+Reading::~Reading() {
+  if (core_->forked() || --slot_->depth > 0) return;
+  core_->env->endRead(*slot_);
+  if (slot_->threadGone) core_->env->dropSlot(slot_);
+}
+
+Revision refreshRevision(const std::shared_ptr<StoreCore>& core) {
+  const std::uint64_t transaction = core->env->lastTransaction();
+  {
+    std::scoped_lock lock(core->revisionMutex);
+    if (transaction == core->lastTransaction) return core->status->revision();
+  }
+  const Reading reading(core, Reading::kNewest);
+  core->status->publish(reading.revision());
+  std::scoped_lock lock(core->revisionMutex);
+  core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
+  return core->status->revision();
+}
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,92 @@
+#include "config/store/StatusArea.h"
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace Kestrav::Config {
+namespace {
+
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
+
+std::atomic<std::uint32_t>& word(char* zone, std::size_t offset) {
+  return *reinterpret_cast<std::atomic<std::uint32_t>*>(zone + offset);
+}
+
+std::atomic<std::uint8_t>& byte(char* zone, std::size_t offset) {
+  return *reinterpret_cast<std::atomic<std::uint8_t>*>(zone + offset);
+}
+
+char* privateZone() {
+  alignas(4096) static char zone[Zone::kSize];
+  static const bool ready = [] {
+    initialiseZone(zone);
+    return true;
+  }();
+  (void)ready;
+  return zone;
+}
+
+struct Current {
+  std::mutex mutex;
+  std::atomic<char*> zone{nullptr};  // null: the private one
+  std::vector<ZoneListener> listeners;
+};
+
+Current& current() {
+  static auto* state = new Current;  // read until the process is gone
+  return *state;
+}
+
+}  // namespace
+
+bool StatusArea::contentInspection() const {
+  return word(zone_, Zone::kContentInspection).load(std::memory_order_acquire) != 0;
+}
+
+void StatusArea::contentInspection(bool on) {
+  word(zone_, Zone::kContentInspection).store(on ? 1 : 0, std::memory_order_release);
+}
+
+std::uint32_t StatusArea::dirtyFlags() const {
+  return word(zone_, Zone::kDirtyFlags).load(std::memory_order_acquire);
+}
+
+void StatusArea::setDirty(std::uint32_t bits) {
+  word(zone_, Zone::kDirtyFlags).fetch_or(bits, std::memory_order_acq_rel);
+}
+
+std::uint32_t StatusArea::clearDirty(std::uint32_t bits) {
+  return word(zone_, Zone::kDirtyFlags).fetch_and(~bits, std::memory_order_acq_rel) & bits;
+}
+
+bool StatusArea::disclaimerReload() const {
+  return byte(zone_, Zone::kDisclaimerReload).load(std::memory_order_acquire) != 0;
+}
+
+void StatusArea::disclaimerReload(bool on) {
+  byte(zone_, Zone::kDisclaimerReload).store(on ? 1 : 0, std::memory_order_release);
+}
+
+void initialiseZone(char* zone) {
+  StatusArea(zone).contentInspection(true);
+}
+
+char* currentZone() {
+  char* zone = current().zone.load(std::memory_order_acquire);
+  return zone != nullptr ? zone : privateZone();
+}
+
+void currentZone(char* zone) {
+  std::scoped_lock lock(current().mutex);
+  current().zone.store(zone, std::memory_order_release);
+  for (ZoneListener listener : current().listeners) listener(currentZone());
+}
+
+void onZoneChange(ZoneListener listener) {
+  std::scoped_lock lock(current().mutex);
+  current().listeners.push_back(listener);
+  listener(currentZone());
+}
+
+}  // namespace Kestrav::Config

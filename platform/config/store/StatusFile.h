@@ -1,0 +1,77 @@
+// The status file: the zone that readers see through StatusArea, and behind it the store's control
+// pages: the revision word on which processes wait, and one slot for each process that follows the
+// store.
+//
+// Shared between processes, mapped for as long as the object lives. Any thread may call anything.
+// All accesses are atomic; claiming a slot additionally locks the file.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "config/store/ConfigStore.h"
+#include "config/store/StatusArea.h"
+
+namespace Kestrav::Config {
+
+class StatusFile {
+ public:
+  // Opens the file or makes it. Throws Exception kForeignFile for a file that is something else, or
+  // truncated.
+  static std::shared_ptr<StatusFile> open(const std::filesystem::path& path);
+  ~StatusFile();
+  StatusFile(const StatusFile&) = delete;
+  StatusFile& operator=(const StatusFile&) = delete;
+
+  // Excludes other processes and threads from opening the store and from claiming slots.
+  class Lock {
+   public:
+    explicit Lock(StatusFile& file);
+    ~Lock();
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    std::unique_lock<std::mutex> threads_;  // the file's lock does not tell threads apart
+    int fd_;
+  };
+
+  char* zone() const { return static_cast<char*>(map_); }
+
+  Revision revision() const;
+  // Raises the revision, never lowers it, and wakes everyone who waits. True when it was lower.
+  bool publish(Revision revision);
+  // Replaces `wrong` by `revision`, for a status file that belongs to a later state than the data.
+  void correct(Revision wrong, Revision revision);
+  // Returns when the revision differs from `seen`, when woken, or after `timeoutMs`; false after a
+  // timeout.
+  bool wait(Revision seen, int timeoutMs);
+
+  // A slot of this process; throws kNoReaderSlot when all are taken by live processes.
+  int claim(std::string_view name, Revision applied);
+  void release(int slot);
+  void applied(int slot, Revision revision);
+  std::vector<ConfigStore::Process> processes() const;
+  // The lowest revision applied by a live process; none when no process is registered.
+  std::optional<Revision> lowestApplied() const;
+
+ private:
+  struct Control;
+  struct Slot;
+  StatusFile(int fd, void* map) : fd_(fd), map_(map) {}
+  Control& control() const;
+  static bool alive(const Slot& slot);
+
+  int fd_;
+  void* map_;
+  std::mutex mutex_;  // held by Lock
+};
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,14 @@
+// What a ConfigStore holds.
+#pragma once
+
+#include <memory>
+
+#include "config/store/StoreCore.h"
+
+namespace Kestrav::Config {
+
+struct ConfigStore::Impl {
+  std::shared_ptr<StoreCore> core;
+};
+
+}  // namespace Kestrav::Config

@@ -1,0 +1,157 @@
+// Opening a store: its folder, its files, and that a process opens each folder once.
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <map>
+
+#include "common/Exception.h"
+#include "config/store/DataFile.h"
+#include "config/store/Keys.h"
+#include "config/store/StoreImpl.h"
+
+namespace Kestrav::Config {
+namespace {
+
+using FolderId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
+
+struct Registry {
+  struct Entry {
+    std::weak_ptr<ConfigStore> store;
+    std::weak_ptr<StoreCore> core;  // longer: snapshots may outlive the store
+  };
+  std::mutex mutex;
+  std::condition_variable closed;
+  std::map<FolderId, Entry> entries;  // until the environment is closed
+  std::atomic<unsigned> generation{0};
+};
+
+Registry& registry() {
+  static Registry& state = []() -> Registry& {
+    static auto* made = new Registry;  // used until the process is gone
+    // A fork waits for an opening to end. The child knows none of its parent's stores.
+    ::pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
+                     [] {
+                       registry().entries.clear();
+                       registry().generation.fetch_add(1);
+                       registry().mutex.unlock();
+                     });
+    return *made;
+  }();
+  return state;
+}
+
+std::atomic<std::uint64_t> nextSerial{1};
+
+[[noreturn]] void cannotOpen(const std::filesystem::path& folder, const std::string& why) {
+  throw Exception("Cannot open the store in " + folder.string() + ": " + why,
+                  StoreError::kCannotOpen);
+}
+
+FolderId prepareFolder(const std::filesystem::path& folder, bool create) {
+  struct stat info {};
+  if (::stat(folder.c_str(), &info) != 0) {
+    if (errno != ENOENT || !create) cannotOpen(folder, std::strerror(errno));
+    std::error_code error;
+    if (folder.has_parent_path()) {
+      std::filesystem::create_directories(folder.parent_path(), error);
+    }
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+      cannotOpen(folder, std::strerror(errno));
+    }
+    if (::stat(folder.c_str(), &info) != 0) cannotOpen(folder, std::strerror(errno));
+  }
+  if (!S_ISDIR(info.st_mode)) cannotOpen(folder, "it is no folder");
+  return {info.st_dev, info.st_ino};
+}
+
+}  // namespace
+
+unsigned forkGeneration() {
+  return registry().generation.load(std::memory_order_relaxed);
+}
+
+StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options storeOptions)
+    : folder(std::move(storeFolder)),
+      options(storeOptions),
+      generation(forkGeneration()),
+      serial(nextSerial.fetch_add(1)) {
+  const auto data = folder / "data.mdb";
+  if (!options.create && !inspectDataFile(data).present) cannotOpen(folder, "there is none");
+  status = StatusFile::open(folder / "status");
+  area = StatusArea(status->zone());
+  const StatusFile::Lock lock(*status);  // one process at a time makes the files
+  const DataFileState state = inspectDataFile(data);
+  if (!state.present && status->revision() != 0) {
+    throw Exception(data.string() +
+                        " is missing or empty, but the status file beside it belongs "
+                        "to revision " +
+                        std::to_string(status->revision()) + " of a store",
+                    StoreError::kForeignFile);
+  }
+  env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
+  env->openDatabases(folder, options.create);
+}
+
+StoreCore::~StoreCore() {
+  if (forked()) {
+    // Whatever closing would do, it would do to the parent's files.
+    (void)env.release();
+    static auto* leaked = new std::vector<std::shared_ptr<StatusFile>>;
+    leaked->push_back(status);
+    return;
+  }
+  if (const int slot = processSlot.load(); slot >= 0) status->release(slot);
+  env.reset();
+  if (registered == FolderId{}) return;
+  std::scoped_lock lock(registry().mutex);
+  registry().entries.erase(registered);
+  registry().closed.notify_all();
+}
+
+void StoreCore::checkProcess() const {
+  if (!forked()) return;
+  throw Exception("The store in " + folder.string() +
+                      " was opened by a parent of this process; a child opens it itself",
+                  StoreError::kForked);
+}
+
+std::shared_ptr<ConfigStore> ConfigStore::open(const std::filesystem::path& folder,
+                                               const Options& options) {
+  std::unique_lock lock(registry().mutex);
+  const FolderId id = prepareFolder(folder, options.create);
+  auto& entries = registry().entries;
+  std::shared_ptr<StoreCore> core;
+  for (;;) {
+    const auto entry = entries.find(id);
+    if (entry == entries.end()) break;
+    if (auto store = entry->second.store.lock()) return store;
+    core = entry->second.core.lock();
+    if (core != nullptr) break;
+    registry().closed.wait(lock);  // another thread is closing it
+  }
+  if (core == nullptr) {
+    std::error_code error;
+    auto path = std::filesystem::canonical(folder, error);
+    core = std::make_shared<StoreCore>(error ? folder : path, options);
+    // A status file of a later state than the data: the folder was put back from a copy. The order
+    // of the two reads matters, for others may be committing.
+    const Revision published = core->status->revision();
+    const Reading reading(core, Reading::kNewest);
+    if (published > reading.revision()) core->status->correct(published, reading.revision());
+    core->status->publish(reading.revision());
+    core->registered = id;
+    entries[id].core = core;
+  }
+  auto impl = std::make_unique<Impl>();
+  impl->core = core;
+  std::shared_ptr<ConfigStore> store(new ConfigStore(std::move(impl)));
+  entries[id].store = store;
+  return store;
+}
+
+}  // namespace Kestrav::Config

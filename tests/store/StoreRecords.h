@@ -1,0 +1,88 @@
+// Records and readings that the store's tests share.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/Exception.h"
+#include "config/records/DictionaryRecords.h"
+#include "config/records/PolicyRecords.h"
+#include "config/store/ConfigStore.h"
+
+namespace Kestrav::Config::StoreTesting {
+
+// A system table of small records, and one whose records also belong to domains.
+inline constexpr G_CLI_GID kItems = GID_DICTIONARY_ITEM;
+inline constexpr G_CLI_GID kPolicies = GID_INCOMING_POLICY;
+using Item = __vexa_dictionary_item;
+using Policy = __vexa_recipient_policy;
+
+inline Item item(std::uint32_t id, const std::string& text) {
+  Item record{};
+  record.id = id;
+  std::snprintf(record.text, sizeof record.text, "%s", text.c_str());
+  return record;
+}
+
+inline Policy policy(std::uint32_t id) {
+  Policy record{};
+  record.id = id;
+  return record;
+}
+
+// One revision with these records at the end of the items; their texts are their ids.
+inline Revision putAll(ConfigStore& store, const std::vector<std::uint32_t>& ids) {
+  ChangeSet changes;
+  for (std::uint32_t id : ids) {
+    const Item record = item(id, std::to_string(id));
+    changes.put(kItems, 0, &record);
+  }
+  return store.commit(std::move(changes));
+}
+
+inline std::vector<std::uint32_t> idsOf(const Snapshot& snapshot, G_CLI_GID gid, ngid_t domain) {
+  std::vector<std::uint32_t> ids;
+  snapshot.walk(gid, domain, [&ids](const StoredRecord& record) {
+    ids.push_back(record.id());
+    return true;
+  });
+  return ids;
+}
+
+// Entries of the items as "revision: table/domain/id before after", '-' for no record.
+inline std::vector<std::string> journalOf(ConfigStore& store, Revision after = 0,
+                                          Revision upTo = ~Revision{0}) {
+  std::vector<std::string> lines;
+  const auto text = [](const StoredRecord& record) -> std::string {
+    return record ? record.as<Item>()->text : "-";
+  };
+  EXPECT_TRUE(store.journal(after, upTo, [&](const JournalEntry& entry) {
+    lines.push_back(std::to_string(entry.revision) + ": " + std::to_string(entry.gid) + "/" +
+                    std::to_string(entry.domain) + "/" + std::to_string(entry.id) + " " +
+                    text(entry.before) + " " + text(entry.after));
+  }));
+  return lines;
+}
+
+inline Revision revisionSeenByAnotherThread(ConfigStore& store) {
+  Revision seen = 0;
+  std::thread([&] { seen = store.snapshot().revision(); }).join();
+  return seen;
+}
+
+template <class Call>
+void expectCode(int code, Call call) {
+  try {
+    call();
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const Exception& exception) {
+    EXPECT_EQ(exception.code(), code) << exception.asString();
+  }
+}
+
+}  // namespace Kestrav::Config::StoreTesting
