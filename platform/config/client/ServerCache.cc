@@ -1,0 +1,216 @@
+#include "config/ServerCache.h"
+
+#include <atomic>
+#include <exception>
+#include <shared_mutex>
+#include <thread>
+
+#include "common/Strings.h"
+#include "config/CMF.h"
+#include "config/Event.h"
+#include "config/client/DomainIndex.h"
+#include "config/client/EventLoop.h"
+#include "config/records/Tables.h"
+#include "config/store/ConfigStore.h"
+#include "config/store/RowCodec.h"
+
+namespace Kestrav::CMF {
+
+using Config::Revision;
+using Config::Client::DomainIndex;
+using Config::Client::EventLoop;
+
+namespace {
+
+constexpr int kLongestAliasChain = 8;
+
+struct Build {
+  std::unique_ptr<DomainIndex> index;
+  Revision revision = 0;
+};
+
+Build build() {
+  Build made{std::make_unique<DomainIndex>(), 0};
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  if (store == nullptr) return made;
+  const Config::Snapshot snapshot = store->snapshot();
+  made.revision = snapshot.revision();
+  snapshot.walk(GID_PROTECTED_DOMAIN, 0, [&](const Config::StoredRecord& record) {
+    made.index->put(*record.as<__aps_gw_server>());
+    return true;
+  });
+  return made;
+}
+
+// The same from the newest revision, even when this thread holds an older one.
+Build buildFromNewest() {
+  Build made;
+  std::exception_ptr failure;
+  std::thread([&] {
+    try {
+      made = build();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  }).join();
+  if (failure) std::rethrow_exception(failure);
+  return made;
+}
+
+}  // namespace
+
+// ---- one domain
+
+ApsGwServer::ApsGwServer(Contents contents, std::string aliasKey)
+    : contents_(std::move(contents)), aliasKey_(std::move(aliasKey)) {}
+
+ApsGwServer::~ApsGwServer() = default;
+
+const __aps_gw_server& ApsGwServer::record() const {
+  std::call_once(once_, [this] {
+    auto made = std::make_unique<__aps_gw_server>();
+    std::string reason;
+    const Config::StoredRecord whole =
+        contents_.row.empty() ? Config::StoredRecord()
+                              : Config::RowCodec::decode(*Config::findTable(GID_PROTECTED_DOMAIN),
+                                                         0, contents_.id, contents_.row, reason);
+    if (whole) {
+      *made = *whole.as<__aps_gw_server>();
+    } else {
+      boundedCopy(made->name, contents_.name);
+      boundedCopy(made->alias_of, contents_.aliasOf);
+      made->id = contents_.id;
+      made->disclaimer_mode = contents_.disclaimerMode;
+      made->configuration_domain = contents_.configurationDomain;
+    }
+    record_ = std::move(made);
+  });
+  return *record_;
+}
+
+// ---- all of them
+
+struct ApsGwServerCache::State {
+  std::mutex writer;     // held while the index is built or changed; taken before `lock`
+  Revision builtAt = 0;  // guarded by `writer`
+
+  mutable std::shared_mutex lock;      // guards `index`, held exclusively for single steps only
+  std::unique_ptr<DomainIndex> index;  // null until the first use
+
+  void use(std::unique_ptr<DomainIndex> made) {
+    {
+      const std::unique_lock exclusive(lock);
+      index.swap(made);
+    }
+    // The former one ends here, without the lock.
+  }
+  bool built() const {
+    const std::shared_lock shared(lock);
+    return index != nullptr;
+  }
+  void buildOnce();
+  void apply(const __aps_gw_server* before, const __aps_gw_server* after);
+  void rebuild();
+};
+
+void ApsGwServerCache::State::buildOnce() {
+  const std::scoped_lock writing(writer);
+  if (built()) return;
+  Build made = buildFromNewest();
+  builtAt = made.revision;
+  use(std::move(made.index));
+}
+
+// On the event thread.
+void ApsGwServerCache::State::apply(const __aps_gw_server* before, const __aps_gw_server* after) {
+  const std::scoped_lock writing(writer);
+  if (!built() || EventLoop::instance().delivering() <= builtAt) return;
+  {
+    const std::unique_lock exclusive(lock);
+    if (before != nullptr) index->erase(*before);
+    if (after != nullptr) index->put(*after);
+  }
+  if (index->wasteful()) use(index->compacted());
+}
+
+void ApsGwServerCache::State::rebuild() {
+  const std::scoped_lock writing(writer);
+  if (!built()) return;
+  try {
+    Build made = buildFromNewest();
+    builtAt = made.revision;
+    use(std::move(made.index));
+  } catch (...) {
+    use(nullptr);  // the next use builds it
+    throw;
+  }
+}
+
+// Keeps the index up to date, record by record.
+class ApsGwServerHandler : public Event::HandlerTemplate<__aps_gw_server, GID_PROTECTED_DOMAIN> {
+ public:
+  explicit ApsGwServerHandler(ApsGwServerCache::State& state) : state_(state) {}
+
+  using HandlerTemplate::message;
+  void message(unsigned int domain, const __aps_gw_server* before,
+               const __aps_gw_server* after) override {
+    if (domain == 0) state_.apply(before, after);
+  }
+  void resync() override { state_.rebuild(); }
+
+ private:
+  ApsGwServerCache::State& state_;
+};
+
+ApsGwServerCache::ApsGwServerCache() : state_(std::make_unique<State>()) {}
+ApsGwServerCache::~ApsGwServerCache() = default;
+
+RefApsGwServer ApsGwServerCache::find(const std::string& domain) const {
+  EventLoop::instance().synchroniseIfAttached();
+  for (;;) {
+    {
+      const std::shared_lock shared(state_->lock);
+      if (const DomainIndex* index = state_->index.get(); index != nullptr) {
+        DomainIndex::Contents found;
+        if (!index->find(domain, found)) return {};
+        std::string aliasKey;
+        DomainIndex::Contents target = found;
+        int hops = 0;
+        while (hops < kLongestAliasChain && !target.aliasOf.empty() &&
+               index->find(std::string(target.aliasOf), target)) {
+          ++hops;
+        }
+        if (hops > 0 && hops < kLongestAliasChain) {
+          aliasKey = target.name;
+          found = std::move(target);
+        }
+        return RefApsGwServer(new ApsGwServer(std::move(found), std::move(aliasKey)));
+      }
+    }
+    state_->buildOnce();
+  }
+}
+
+std::size_t ApsGwServerCache::size() const {
+  const std::shared_lock shared(state_->lock);
+  return state_->index != nullptr ? state_->index->size() : 0;
+}
+
+std::size_t ApsGwServerCache::bytes() const {
+  const std::shared_lock shared(state_->lock);
+  return state_->index != nullptr ? state_->index->bytes() : 0;
+}
+
+RefApsGwServerCache RefApsGwServerCache::instance(bool) {
+  EventLoop::instance().synchroniseIfAttached();
+  // Kept until the process is gone: the event thread may outlive static objects.
+  static const auto* const cache = [] {
+    auto* made = new RefApsGwServerCache(new ApsGwServerCache);
+    const Event::RefHandler handler(new ApsGwServerHandler(*(*made)->state_), false);
+    Event::Dispatcher::instance("", false, false)->add(handler, 127, 1);
+    return made;
+  }();
+  return *cache;
+}
+
+}  // namespace Kestrav::CMF
