@@ -12,7 +12,11 @@ namespace {
 
 constexpr std::size_t kLongestQuotedText = 320;  // of an error's string parameter, in octets
 
-const std::string kEmpty;
+// Good before and after main(), too: null addresses live in static objects.
+const std::string& emptyText() {
+  static const auto* const text = new std::string;
+  return *text;
+}
 
 bool isDotString(std::string_view local) {
   if (local.empty() || local.front() == '.' || local.back() == '.') return false;
@@ -40,19 +44,19 @@ bool isPhraseOfAtoms(std::string_view name) {
 EmailAddress::EmailAddress(std::shared_ptr<const Parts> parts) : parts_(std::move(parts)) {}
 
 const std::string& EmailAddress::local() const {
-  return parts_ ? parts_->local : kEmpty;
+  return parts_ ? parts_->local : emptyText();
 }
 
 const std::string& EmailAddress::domain() const {
-  return parts_ ? parts_->domain : kEmpty;
+  return parts_ ? parts_->domain : emptyText();
 }
 
 const std::string& EmailAddress::address() const {
-  return parts_ ? parts_->address : kEmpty;
+  return parts_ ? parts_->address : emptyText();
 }
 
 const std::string& EmailAddress::displayName() const {
-  return parts_ ? parts_->displayName : kEmpty;
+  return parts_ ? parts_->displayName : emptyText();
 }
 
 std::string EmailAddress::asString() const {
