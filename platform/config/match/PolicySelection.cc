@@ -99,7 +99,7 @@ bool selectIncomingPolicy(const char* sender, const char* recipient,
                           __vexa_recipient_policy* record, std::vector<Considered>* considered) {
   const RecipientTraits::Subject subject = envelope(sender, recipient);
   const auto server =
-      CMF::RefApsGwServerCache::instance(false).find(std::string(subject.recipient.domain()));
+      CMF::RefApsGwServerCache::instance(false)->find(std::string(subject.recipient.domain()));
   const ngid_t domain = server.isNull() ? 0 : server->configurationDomain();
   if (domain != 0 && select(all().incoming, domain, subject, record, considered)) return true;
   return select(all().incoming, 0, subject, record, considered);
