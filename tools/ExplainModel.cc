@@ -124,7 +124,7 @@ struct Direction {
 };
 
 Direction directionOf(const EmailAddress& recipient, const Names& names) {
-  const auto server = CMF::RefApsGwServerCache::instance(false).find(recipient.domain());
+  const auto server = CMF::RefApsGwServerCache::instance(false)->find(recipient.domain());
   if (server.isNull())
     return {false, 0, "\"" + recipient.domain() + "\" is not a protected domain"};
   std::string why = "\"" + recipient.domain() + "\" is a protected domain";

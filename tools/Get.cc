@@ -26,7 +26,7 @@ std::optional<std::uint32_t> asNumber(const std::string& text) {
 std::optional<ngid_t> configurationDomain(const std::string& text) {
   if (text.empty()) return 0;
   if (const auto number = asNumber(text)) return number;
-  const auto server = CMF::RefApsGwServerCache::instance(false).find(text);
+  const auto server = CMF::RefApsGwServerCache::instance(false)->find(text);
   if (server.isNull()) return std::nullopt;
   return server->configurationDomain();
 }

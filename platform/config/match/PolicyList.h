@@ -60,8 +60,8 @@ class PolicyList {
       const Outcome what = winner ? Outcome::kNotReached : outcome(policy, subject);
       if (what == Outcome::kWon) winner = &policy.record;
       if (considered) {
-        considered->push_back(
-            {policy.record.id, policy.domain, std::string(boundedText(policy.record.name)), what});
+        considered->push_back({static_cast<std::uint32_t>(policy.record.id), policy.domain,
+                               std::string(boundedText(policy.record.name)), what});
       } else if (winner) {
         break;
       }
@@ -90,7 +90,7 @@ class PolicyList {
     try {
       policy.rules.emplace(record, groups);
     } catch (const Exception& error) {
-      Logger::instance(false).log(LogCode::kPolicyRecordSkipped, "%u\x01%s", policy.record.id,
+      Logger::instance(false).log(LogCode::kPolicyRecordSkipped, "%d\x01%s", policy.record.id,
                                   error.asString().c_str());
       return;
     }
