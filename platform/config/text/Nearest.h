@@ -1,0 +1,18 @@
+// Which known word a mistyped one was meant to be.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kestrav::Config::Text {
+
+// The candidate that takes the fewest changed, missing, superfluous or swapped characters to reach,
+// the first of several; empty when none is near.
+std::string nearest(std::string_view word, std::span<const std::string> candidates);
+
+// "a, b or c".
+std::string alternatives(std::span<const std::string> words);
+
+}  // namespace Kestrav::Config::Text

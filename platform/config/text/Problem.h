@@ -1,0 +1,22 @@
+// A mistake in a configuration text: where it is, what is wrong, what would be right.
+#pragma once
+
+#include <string>
+
+#include "common/Export.h"
+
+namespace Kestrav::Config::Text {
+
+struct KESTRAV_API Problem {
+  std::string file;
+  int line = 0;  // from 1; 0: the file as a whole
+  int column = 0;
+  std::string what;
+  std::string wouldBeRight;
+
+  // "file:line:column: what; what would be right"
+  std::string toString() const;
+  bool operator==(const Problem&) const = default;
+};
+
+}  // namespace Kestrav::Config::Text

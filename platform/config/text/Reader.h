@@ -1,0 +1,159 @@
+// Makes a Configuration of parsed texts: every mistake is noted, none stops the reading.
+//
+// Three steps: readDocument() for each text, then finish(), which resolves names and compares
+// records. Used by one thread.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "config/text/Configuration.h"
+#include "config/text/Problem.h"
+#include "config/text/Syntax.h"
+#include "config/text/YamlTree.h"
+
+namespace Kestrav::Config::Text {
+
+class Reader {
+ public:
+  explicit Reader(std::vector<Problem>& problems) : problems_(problems) {}
+
+  void readDocument(const std::string& file, const YamlNode& root);
+  // The result; worth something only when there are no problems.
+  Configuration finish();
+
+ private:
+  friend class RecordReader;
+
+  struct Place {
+    std::size_t file = 0;
+    int line = 0;
+    int column = 0;
+  };
+
+  // A name whose record is looked up when all texts have been read.
+  struct Reference {
+    std::size_t record;
+    std::vector<Configuration::Step> path;
+    const Field* field;
+    std::string name;
+    Place place;
+  };
+
+  Place placeOf(const YamlNode& node) const { return {file_, node.line, node.column}; }
+  std::string toString(const Place& place) const;
+  void problem(const Place& place, std::string what, std::string right);
+  void problem(const YamlNode& node, std::string what, std::string right) {
+    problem(placeOf(node), std::move(what), std::move(right));
+  }
+  void problem(const YamlNode& node, Mistake mistake) {
+    problem(placeOf(node), std::move(mistake.what), std::move(mistake.wouldBeRight));
+  }
+
+  // Calls visit(key, value) for each pair of a map; keys that occur twice or are no texts are
+  // problems. A null node is an empty map.
+  template <class Visit>
+  void walk(const YamlNode& node, const std::string& what, Visit visit);
+
+  void readTables(const YamlNode& node, std::size_t space);
+  void readTable(const Table& table, const YamlNode& key, const YamlNode& value, std::size_t space);
+  void readList(const Table& table, const YamlNode& value, std::size_t space, std::size_t owner);
+  void readRecord(const Table& table, const YamlNode& node, std::size_t space, std::size_t owner);
+  void readConfiguration(std::size_t domain, const YamlNode* contents);
+  void noteName(std::size_t record, const YamlNode& node);
+
+  // References.cc
+  std::size_t find(G_CLI_GID table, std::size_t space, const std::string& name) const;
+  std::vector<std::string> namesOf(G_CLI_GID table, std::size_t space) const;
+  void resolve(const Reference& reference);
+  bool resolveText(const Reference& reference);
+  void checkIds();
+  void checkAliases();
+  void checkDictionaryNames();
+
+  std::vector<Problem>& problems_;
+  Configuration configuration_;
+  std::vector<std::string> files_;
+  std::size_t file_ = 0;
+  std::vector<Place> places_;  // of each record
+  std::vector<Reference> references_;
+  std::map<std::pair<G_CLI_GID, std::size_t>, std::unordered_map<std::string, std::size_t>> names_;
+  std::map<G_CLI_GID, Place> singles_;  // settings that were given
+};
+
+template <class Visit>
+void Reader::walk(const YamlNode& node, const std::string& what, Visit visit) {
+  if (node.kind == YamlNode::Kind::kNull) return;
+  if (node.kind != YamlNode::Kind::kMap) {
+    problem(node, what + " is a list or a single value", "a map of 'key: value' lines");
+    return;
+  }
+  std::map<std::string_view, const YamlNode*> seen;
+  for (std::size_t i = 0; i + 1 < node.items.size(); i += 2) {
+    const YamlNode& key = node.items[i];
+    if (key.kind != YamlNode::Kind::kScalar || key.binary) {
+      problem(key, "a key that is no word", "a word in front of ':'");
+      continue;
+    }
+    const auto [at, added] = seen.emplace(key.text, &key);
+    if (!added) {
+      problem(key, "the key " + shown(key.text) + " occurs twice",
+              "one of them; the first is in line " + std::to_string(at->second->line));
+      continue;
+    }
+    visit(key, node.items[i + 1]);
+  }
+}
+
+// The fields of one record, its lists and embedded records included.
+class RecordReader {
+ public:
+  using Pair = std::pair<const YamlNode*, const YamlNode*>;
+
+  RecordReader(Reader& reader, std::size_t record) : reader_(reader), record_(record) {}
+
+  // Keys of `extras` are left to the caller: they are returned.
+  std::vector<Pair> read(const YamlNode& node, const Table& table,
+                         const std::vector<std::string>& extras);
+
+ private:
+  using Path = std::vector<Configuration::Step>;
+
+  void readFields(const RecordType& type, void* base, const YamlNode& node, const Path& path,
+                  const std::string& what, std::string_view hidden,
+                  const std::vector<std::string>& extras, std::vector<Pair>* found);
+  void readField(const RecordType& type, const Field& field, void* base, const YamlNode& node,
+                 const Path& path);
+  void readScalar(const RecordType& type, const Field& field, void* base, const YamlNode& node,
+                  const Path& path);
+  void readText(const Field& field, void* base, const YamlNode& node);
+  void readNumber(const Field& field, void* base, const YamlNode& node);
+  void readWord(const Field& field, void* base, const YamlNode& node);
+  void readReference(const Field& field, void* base, const YamlNode& node, const Path& path);
+  void readEntries(const Field& field, void* base, const YamlNode& node, const Path& path);
+  void readCriterion(const RecordType& type, const Criterion& criterion, void* base,
+                     const YamlNode& node, const Path& path);
+  void checkPattern(const RecordType& type, const void* base, const YamlNode& node);
+  OwnedRecord& record() { return reader_.configuration_.records_[record_].record; }
+
+  Reader& reader_;
+  std::size_t record_;
+};
+
+// The fields that the text form writes: neither reserved nor filled in by loading, nor part of a
+// criterion. `hidden` names one more that is left out (the reference to the owner); empty for none.
+std::vector<const Field*> visibleFields(const RecordType& type, std::string_view hidden = {});
+
+// The keys that a record of the table has besides its fields and criteria.
+std::vector<std::string> extraKeys(const Table& table);
+
+// A name as it is compared: domains without regard to case.
+std::string comparable(G_CLI_GID table, std::string_view name);
+
+inline constexpr std::int64_t kGreatestId = 2147483647;
+
+}  // namespace Kestrav::Config::Text

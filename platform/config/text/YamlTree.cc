@@ -1,0 +1,164 @@
+#include "config/text/YamlTree.h"
+
+#include <yaml-cpp/eventhandler.h>
+#include <yaml-cpp/exceptions.h>
+#include <yaml-cpp/mark.h>
+#include <yaml-cpp/parser.h>
+
+#include <sstream>
+#include <utility>
+
+#include "config/text/Text.h"
+#include "parser/Utf8.h"
+
+namespace Kestrav::Config::Text {
+namespace {
+
+struct Stop {
+  Problem problem;
+};
+
+class TreeBuilder : public YAML::EventHandler {
+ public:
+  explicit TreeBuilder(const std::string& file) : file_(file) {}
+
+  YamlNode take() { return std::move(root_); }
+
+  void OnDocumentStart(const YAML::Mark& mark) override {
+    if (documents_++ != 0) stop(mark, "a second document", "one document in each file");
+  }
+  void OnDocumentEnd() override {}
+
+  void OnNull(const YAML::Mark& mark, YAML::anchor_t) override {
+    add(node(mark, YamlNode::Kind::kNull));
+  }
+
+  void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override {
+    stop(mark, "an alias", "the value itself, written out");
+  }
+
+  void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+                const std::string& value) override {
+    YamlNode scalar = node(mark, YamlNode::Kind::kScalar);
+    if (tag == "tag:yaml.org,2002:binary") {
+      scalar.binary = true;
+    } else if (!tag.empty() && tag != "?" && tag != "!" && tag != "tag:yaml.org,2002:str") {
+      stop(mark, "the tag '" + printableUtf8(tag) + "'", "a value without a tag");
+    }
+    scalar.text = value;
+    add(std::move(scalar));
+  }
+
+  void OnSequenceStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+                       YAML::EmitterStyle::value) override {
+    open(mark, tag, YamlNode::Kind::kSequence);
+  }
+  void OnSequenceEnd() override { close(); }
+  void OnMapStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+                  YAML::EmitterStyle::value) override {
+    open(mark, tag, YamlNode::Kind::kMap);
+  }
+  void OnMapEnd() override { close(); }
+
+ private:
+  [[noreturn]] void stop(const YAML::Mark& mark, std::string what, std::string right) const {
+    throw Stop{{file_, mark.line + 1, mark.column + 1, std::move(what), std::move(right)}};
+  }
+
+  YamlNode node(const YAML::Mark& mark, YamlNode::Kind kind) {
+    if (++nodes_ > kMaximumNodes) {
+      stop(mark, "more values than a file may hold",
+           "at most " + std::to_string(kMaximumNodes) + "; split the file");
+    }
+    YamlNode made;
+    made.kind = kind;
+    made.line = mark.line + 1;
+    made.column = mark.column + 1;
+    return made;
+  }
+
+  void open(const YAML::Mark& mark, const std::string& tag, YamlNode::Kind kind) {
+    if (!tag.empty() && tag != "?") {
+      stop(mark, "the tag '" + printableUtf8(tag) + "'", "a value without a tag");
+    }
+    if (open_.size() >= static_cast<std::size_t>(kMaximumDepth)) {
+      stop(mark, "values nested too deep",
+           "at most " + std::to_string(kMaximumDepth) + " lists and maps inside each other");
+    }
+    open_.push_back(node(mark, kind));
+  }
+
+  void close() {
+    YamlNode done = std::move(open_.back());
+    open_.pop_back();
+    add(std::move(done));
+  }
+
+  void add(YamlNode made) {
+    if (open_.empty()) {
+      root_ = std::move(made);
+    } else {
+      open_.back().items.push_back(std::move(made));
+    }
+  }
+
+  const std::string& file_;
+  YamlNode root_;
+  std::vector<YamlNode> open_;  // values whose end has not been seen, outermost first
+  std::size_t nodes_ = 0;
+  int documents_ = 0;
+};
+
+// The place of the first byte that is neither UTF-8 nor a character that YAML takes.
+std::optional<Problem> badCharacter(const std::string& file, const std::string& content) {
+  int line = 1;
+  int column = 1;
+  for (std::size_t pos = 0; pos < content.size();) {
+    const char32_t c = nextCodePoint(content, pos);
+    if (c == kIllFormed) {
+      return Problem{file, line, column, "a byte that is no UTF-8", "text in UTF-8"};
+    }
+    if ((c < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0x7f) {
+      return Problem{file, line, column, "a control character", "an escape in double quotes"};
+    }
+    if (c == '\n') {
+      ++line;
+      column = 1;
+    } else {
+      ++column;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<YamlNode> parseYaml(const std::string& file, const std::string& content,
+                                  std::vector<Problem>& problems) {
+  if (content.size() > kMaximumSource) {
+    problems.push_back({file, 0, 0, "the file is too large",
+                        "at most " + std::to_string(kMaximumSource >> 20) + " MiB; split it"});
+    return std::nullopt;
+  }
+  if (const auto bad = badCharacter(file, content)) {
+    problems.push_back(*bad);
+    return std::nullopt;
+  }
+  try {
+    std::istringstream stream(content);
+    YAML::Parser parser(stream);
+    TreeBuilder builder(file);
+    while (parser.HandleNextDocument(builder)) {
+    }
+    return builder.take();
+  } catch (const Stop& stop) {
+    problems.push_back(stop.problem);
+  } catch (const YAML::Exception& exception) {
+    problems.push_back({file, exception.mark.line + 1, exception.mark.column + 1,
+                        "no valid YAML: " + exception.msg,
+                        "lists and maps by indentation, quotes around special characters"});
+  }
+  return std::nullopt;
+}
+
+}  // namespace Kestrav::Config::Text
