@@ -1,0 +1,169 @@
+#include "dictionary/CompiledItems.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "dictionary/Words.h"
+#include "regex/Characters.h"
+
+namespace Kestrav::Dictionary {
+namespace {
+
+// Expressions that the fast engine cannot take at all cost a slow pass over every text each.
+constexpr std::size_t kMostUnguarded = 32;
+
+bool isInArea(const Item& item, ScanArea area) {
+  return item.scope == 0 || (item.scope & area) != 0;
+}
+
+const ScanHit* findHit(const ScanResult& result, std::size_t item) {
+  const auto hit = std::lower_bound(
+      result.hits.begin(), result.hits.end(), item,
+      [](const ScanHit& candidate, std::size_t wanted) { return candidate.item < wanted; });
+  return hit != result.hits.end() && hit->item == item ? &*hit : nullptr;
+}
+
+}  // namespace
+
+CompiledItems::CompiledItems(Items items, const Report& skipped) : items_(std::move(items)) {
+  std::vector<LiteralSet::Literal> plain;
+  std::vector<LiteralSet::Literal> folded;
+  std::vector<LiteralSet::Literal> spaced;
+  std::vector<ExpressionSet::Expression> expressions;
+  for (std::uint32_t i = 0; i < items_.size(); ++i) {
+    const Item& item = *items_[i];
+    if (item.expression) {
+      expressions.push_back({item.gate, i, !item.caseSensitive});
+      continue;
+    }
+    // Case folding never crosses the border of ASCII, so the engine's own is enough there.
+    const bool ascii = Characters::isAscii(item.literal);
+    const bool oneWord = item.literal.find(' ') == std::string::npos;
+    if (oneWord && (ascii || item.caseSensitive)) {
+      plain.push_back({item.literal, i, !item.caseSensitive});
+    } else if (item.caseSensitive) {
+      spaced.push_back({item.literal, i, false});
+      spacesAscii_ |= ascii;
+    } else {
+      folded.push_back({item.literal, i, false});
+      foldsAscii_ |= ascii;
+    }
+  }
+
+  const auto skip = [&](std::uint32_t item, const std::string& reason) {
+    skipped(*items_[item], reason);
+  };
+  plain_ = LiteralSet(plain, skip);
+  folded_ = LiteralSet(folded, skip);
+  spaced_ = LiteralSet(spaced, skip);
+  expressions_ = ExpressionSet(expressions);
+  for (const std::uint32_t item : expressions_.unsupported()) {
+    if (unguarded_.size() < kMostUnguarded) {
+      unguarded_.push_back(item);
+    } else {
+      skip(item, "one of too many expressions that can only be searched for one by one");
+    }
+  }
+}
+
+void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& result,
+                         const Report& givenUp) const {
+  const bool truncated = text.size() > kLongestText;
+  text = text.substr(0, kLongestText);
+  const bool ascii = Characters::isAscii(text);
+
+  Tallies tallies;
+  if (!plain_.empty()) scanLiterals(plain_, text, area, tallies);
+  // Literals beyond ASCII need not be looked for in ASCII.
+  if (!folded_.empty() && (!ascii || foldsAscii_)) {
+    scanLiterals(folded_, normalised(text, true), area, tallies);
+  }
+  if (!spaced_.empty() && (!ascii || spacesAscii_)) {
+    scanLiterals(spaced_, normalised(text, false), area, tallies);
+  }
+  bool complete = !truncated;
+  if (!expressions_.empty() || !unguarded_.empty()) {
+    const bool readable = ascii || Characters::isUtf8(text);
+    const std::string converted = readable ? std::string() : asUtf8(text);
+    complete &= scanExpressions(readable ? text : converted, area, result, tallies, givenUp);
+  }
+  addTo(result, tallies);
+  result.complete &= complete;
+}
+
+void CompiledItems::scanLiterals(const LiteralSet& set, std::string_view text, ScanArea area,
+                                 Tallies& tallies) const {
+  set.scan(text, [&](std::uint32_t index, std::size_t begin, std::size_t end) {
+    const Item& item = *items_[index];
+    if (!isInArea(item, area)) return;
+    if (item.wholeWords ? !isWholeWord(text, begin, end) : !isWholeCharacters(text, begin, end)) {
+      return;
+    }
+    Tally& tally = tallies[index];
+    if (begin < tally.end || tally.count >= item.mostMatches) return;
+    ++tally.count;
+    tally.end = end;
+  });
+}
+
+bool CompiledItems::scanExpressions(std::string_view text, ScanArea area, const ScanResult& before,
+                                    Tallies& tallies, const Report& givenUp) const {
+  const std::vector<std::uint32_t> found = expressions_.candidates(text);
+  std::vector<std::uint32_t> wanted;
+  std::merge(found.begin(), found.end(), unguarded_.begin(), unguarded_.end(),
+             std::back_inserter(wanted));
+  bool complete = true;
+  for (const std::uint32_t index : wanted) {
+    const Item& item = *items_[index];
+    if (!isInArea(item, area)) continue;
+    const ScanHit* hit = findHit(before, index);
+    const std::uint32_t most = item.mostMatches - (hit ? hit->count : 0);
+    if (most == 0) continue;
+    CountedExpression::Count count;
+    const bool proven = item.gateIsExpression && expressions_.isProof(index);
+    if (proven && most == 1) {
+      count.matches = 1;
+    } else {
+      count = item.expression->count(text, most);
+    }
+    if (count.givenUp) {
+      // However hard a text makes the counting, it cannot hide what the fast search has found.
+      if (proven) count.matches = std::max(count.matches, 1u);
+      complete = false;
+      givenUp(item, count.reason);
+    }
+    if (count.matches > 0) tallies[index].count = count.matches;
+  }
+  return complete;
+}
+
+void CompiledItems::addTo(ScanResult& result, const Tallies& tallies) const {
+  if (tallies.empty()) return;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> counts;  // item, matches
+  counts.reserve(tallies.size());
+  for (const auto& [item, tally] : tallies) counts.emplace_back(item, tally.count);
+  std::sort(counts.begin(), counts.end());
+
+  std::vector<ScanHit> hits;
+  hits.reserve(result.hits.size() + counts.size());
+  auto before = result.hits.begin();
+  std::int64_t score = result.score;
+  for (const auto& [index, matches] : counts) {
+    while (before != result.hits.end() && before->item < index) hits.push_back(*before++);
+    const Item& item = *items_[index];
+    ScanHit hit{index, item.text, 0, 0};
+    if (before != result.hits.end() && before->item == index) hit = *before++;
+    const std::uint32_t more = std::min(matches, item.mostMatches - hit.count);
+    const std::int64_t contribution = std::int64_t{more} * item.score;
+    hit.count += more;
+    hit.contribution += contribution;
+    score += contribution;
+    hits.push_back(std::move(hit));
+  }
+  hits.insert(hits.end(), before, result.hits.end());
+  result.hits = std::move(hits);
+  result.score = score;
+}
+
+}  // namespace Kestrav::Dictionary

@@ -1,0 +1,132 @@
+#include "dictionary/DictionaryFactory.h"
+
+#include <set>
+#include <utility>
+
+#include "common/LogCodes.h"
+#include "common/Logger.h"
+#include "common/Strings.h"
+#include "common/Synchronized.h"
+#include "config/store/ConfigStore.h"
+#include "dictionary/ProfileDictionaryScanner.h"
+
+namespace Kestrav {
+namespace {
+
+using Config::Snapshot;
+using Config::StoredRecord;
+
+constexpr ngid_t kSystemDomain = 0;
+constexpr std::uint32_t kNoId = 0;
+
+// The id of the first record of that name.
+template <class Rec>
+std::uint32_t idByName(const Snapshot& snapshot, G_CLI_GID table, const std::string& name) {
+  std::uint32_t id = kNoId;
+  snapshot.walk(table, kSystemDomain, [&](const StoredRecord& record) {
+    if (boundedText(record.as<Rec>()->name) != name) return true;
+    id = record.as<Rec>()->id;
+    return false;
+  });
+  return id;
+}
+
+void addItems(const Snapshot& snapshot, const std::set<std::uint32_t>& dictionaries,
+              ProfileDictionaryScanner& scanner) {
+  snapshot.walk(GID_DICTIONARY_ITEM, kSystemDomain, [&](const StoredRecord& record) {
+    const auto* item = record.as<__vexa_dictionary_item>();
+    if (dictionaries.contains(item->dictionary_id)) scanner.add_pattern(*item);
+    return true;
+  });
+}
+
+bool fillFromDictionary(const Snapshot& snapshot, const std::string& name,
+                        ProfileDictionaryScanner& scanner) {
+  const auto id = idByName<__vexa_dictionary>(snapshot, GID_DICTIONARY, name);
+  if (id == kNoId) return false;
+  addItems(snapshot, {id}, scanner);
+  return true;
+}
+
+bool fillFromGroup(const Snapshot& snapshot, const std::string& name,
+                   ProfileDictionaryScanner& scanner) {
+  const auto id = idByName<__vexa_dictionary_group>(snapshot, GID_DICTIONARY_GROUP, name);
+  if (id == kNoId) return false;
+  std::set<std::uint32_t> dictionaries;
+  snapshot.walk(GID_DICTIONARY_GROUP_ITEM, kSystemDomain, [&](const StoredRecord& record) {
+    const auto* member = record.as<__vexa_dictionary_group_item>();
+    if (member->group_id == id) dictionaries.insert(member->dictionary_id);
+    return true;
+  });
+  addItems(snapshot, dictionaries, scanner);
+  return true;
+}
+
+}  // namespace
+
+DictionaryFactory& DictionaryFactory::instance() {
+  // Never destroyed: threads may still scan while the process ends.
+  static auto* factory = new DictionaryFactory;
+  return *factory;
+}
+
+Ref<DictionaryScannerImpl> DictionaryFactory::createProfileScanner(const std::string& name) {
+  return create(&DictionaryFactory::profileScanners_, name, &fillFromDictionary,
+                "there is no dictionary of this name");
+}
+
+Ref<DictionaryScannerImpl> DictionaryFactory::createGroupScanner(const std::string& name) {
+  return create(&DictionaryFactory::groupScanners_, name, &fillFromGroup,
+                "there is no dictionary group of this name");
+}
+
+Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory::*kept,
+                                                     const std::string& name, Fill fill,
+                                                     const char* missing) {
+  std::uint64_t generation;
+  {
+    Synchronized guard(mutex_);
+    const auto found = (this->*kept).find(name);
+    if (found != (this->*kept).end()) return found->second;
+    generation = generation_;
+  }
+
+  auto* scanner = new ProfileDictionaryScanner(name);
+  Ref<DictionaryScannerImpl> handle(scanner);
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  Config::Revision revision = 0;
+  bool found = false;
+  if (store) {
+    const Snapshot snapshot = store->snapshot();
+    revision = snapshot.revision();
+    found = fill(snapshot, name, *scanner);
+  }
+  if (!found) {
+    Logger::instance(false).log(LogCode::kDictionaryScanFailed, "%s\x01%s", name.c_str(), missing);
+    return {};
+  }
+  scanner->compile();
+
+  Synchronized guard(mutex_);
+  if (generation != generation_) return handle;
+  // The thread may read a snapshot that it pinned before the change which was cleaned up for.
+  if (store == cleanedStore_.lock() && revision < cleanedRevision_) return handle;
+  // Whoever was first stays: all callers share one.
+  return (this->*kept).emplace(name, handle).first->second;
+}
+
+void DictionaryFactory::clean() {
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  const Config::Revision revision = store ? store->revision() : 0;
+  // Scanners that nobody else holds are destroyed after the lock is gone.
+  Scanners profileScanners;
+  Scanners groupScanners;
+  Synchronized guard(mutex_);
+  ++generation_;
+  cleanedStore_ = store;
+  cleanedRevision_ = revision;
+  profileScanners.swap(profileScanners_);
+  groupScanners.swap(groupScanners_);
+}
+
+}  // namespace Kestrav

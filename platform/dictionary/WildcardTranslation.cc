@@ -1,0 +1,103 @@
+#include "dictionary/WildcardTranslation.h"
+
+#include <vector>
+
+#include "common/Exception.h"
+#include "dictionary/Words.h"
+#include "regex/Characters.h"
+
+namespace Kestrav::Dictionary {
+namespace {
+
+constexpr const char* kBlank = R"([\s\x{85}\p{Z}])";
+constexpr const char* kNoBlank = R"([^\s\x{85}\p{Z}])";
+
+void appendLiteral(std::string& expression, char32_t character) {
+  const bool plain = character >= 0x80 || (character >= '0' && character <= '9') ||
+                     (character >= 'a' && character <= 'z') ||
+                     (character >= 'A' && character <= 'Z');
+  if (plain) {
+    Characters::append(expression, character);
+  } else {
+    // As a number: a NUL or a line feed must not end or break anything.
+    constexpr char kDigits[] = "0123456789abcdef";
+    expression += "\\x";
+    expression += kDigits[character >> 4];
+    expression += kDigits[character & 15];
+  }
+}
+
+// Expressions for the pieces between the stars.
+struct Pieces {
+  std::vector<std::string> pieces{std::string()};
+  bool ownCharacter = false;
+};
+
+Pieces split(std::string_view wildcard) {
+  Pieces result;
+  for (std::size_t position = 0; position < wildcard.size();) {
+    char32_t character = Characters::next(wildcard, position);
+    if (character == '*') {
+      result.pieces.emplace_back();
+      continue;
+    }
+    std::string& piece = result.pieces.back();
+    if (character == '?') {
+      piece += kNoBlank;
+      continue;
+    }
+    if (isWhiteSpace(character)) {
+      for (std::size_t next = position; next < wildcard.size(); position = next) {
+        if (!isWhiteSpace(Characters::next(wildcard, next))) break;
+      }
+      piece += kBlank;
+      piece += '+';
+      continue;
+    }
+    // A backslash at the very end stands for itself.
+    if (character == '\\' && position < wildcard.size()) {
+      character = Characters::next(wildcard, position);
+    }
+    appendLiteral(piece, character);
+    result.ownCharacter = true;
+  }
+  return result;
+}
+
+}  // namespace
+
+TranslatedWildcard translateWildcard(std::string_view wildcard) {
+  if (!Characters::isUtf8(wildcard)) {
+    throw Exception("wildcard is not UTF-8", Exception::kBadText, "WildcardTranslation");
+  }
+  const Pieces split = Dictionary::split(wildcard);
+  if (!split.ownCharacter) {
+    throw Exception("wildcard has no character of its own and would match everything",
+                    Exception::kBadText, "WildcardTranslation");
+  }
+
+  TranslatedWildcard result;
+  result.openStart = split.pieces.front().empty();
+  std::vector<std::string> pieces;
+  for (const std::string& piece : split.pieces) {
+    if (!piece.empty()) pieces.push_back(piece);
+  }
+  const bool openEnd = split.pieces.back().empty();
+
+  const std::string star = std::string(kNoBlank) + "{0," + std::to_string(kLongestStar) + "}?";
+  result.expression = pieces.front();
+  result.gate = pieces.front();
+  for (std::size_t i = 1; i < pieces.size(); ++i) {
+    // The nearest place of a piece is as good as any further one, so it is never given up again;
+    // only the last one may have to move on to where a word ends.
+    const bool last = i + 1 == pieces.size() && !openEnd;
+    result.expression += (last ? "(?:" : "(?>") + star + pieces[i] + ")";
+    result.gate += kNoBlank;
+    result.gate += '*';
+    result.gate += pieces[i];
+  }
+  if (openEnd) result.expression += std::string(kNoBlank) + "*+";
+  return result;
+}
+
+}  // namespace Kestrav::Dictionary

@@ -1,0 +1,185 @@
+// The scanner against a reading of its rules that is as plain as can be, on random texts.
+#include <gtest/gtest.h>
+
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+
+#include <memory>
+#include <random>
+
+#include "dictionary/DictionaryItems.h"
+#include "dictionary/Words.h"
+
+namespace Kestrav {
+namespace {
+
+using Testing::DictionaryItem;
+using Testing::Scanner;
+
+constexpr int kRounds = 300;
+constexpr int kExpressionRounds = 60;  // each compiles anew
+
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine_(seed) {}
+  int below(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(engine_); }
+  std::string pick(const std::vector<std::string>& from) {
+    return from[static_cast<std::size_t>(below(static_cast<int>(from.size())))];
+  }
+  std::string text(const std::vector<std::string>& pieces, int most) {
+    std::string result;
+    for (int i = below(most) + 1; i > 0; --i) result += pick(pieces);
+    return result;
+  }
+
+ private:
+  std::mt19937 engine_;
+};
+
+// Few and alike, so that matches, near misses and overlaps are common.
+const std::vector<std::string> kPieces = {
+    "a",    "b",    "A",        "B", "ab", " ", "-", "1", "\xC3\xA9", "\xC3\x89", "\xE6\xBC\xA2",
+    "\r\n", "\xE9", "\xC2\xA0", "$"};
+
+std::uint32_t plainCount(const __vexa_dictionary_item& item, const std::string& text) {
+  const bool fold = item.case_sensitive == 0;
+  const std::string in = Dictionary::normalised(text, fold);
+  std::string word = Dictionary::normalised(item.text, fold);
+  if (!word.empty() && word.back() == ' ') word.pop_back();
+  if (!word.empty() && word.front() == ' ') word.erase(0, 1);
+  std::uint32_t count = 0;
+  for (std::size_t from = 0; (from = in.find(word, from)) != std::string::npos;) {
+    const std::size_t end = from + word.size();
+    const bool whole = item.whole_words ? Dictionary::isWholeWord(in, from, end)
+                                        : Dictionary::isWholeCharacters(in, from, end);
+    count += whole ? 1 : 0;
+    from = whole ? end : from + 1;
+  }
+  return item.max_count != 0 ? std::min<std::uint32_t>(count, item.max_count) : count;
+}
+
+TEST(DictionaryDifferential, LiteralsOnRandomTexts) {
+  Random random(1);
+  for (int round = 0; round < kRounds; ++round) {
+    std::vector<DictionaryItem> items;
+    while (items.size() < 30) {
+      DictionaryItem item(random.text(kPieces, 4));
+      if (random.below(4) == 0) item.caseSensitive();
+      if (random.below(3) == 0) item.partsOfWords();
+      if (random.below(4) == 0) item.atMost(static_cast<unsigned char>(1 + random.below(3)));
+      if (Dictionary::normalised(item.record().text, false) == " ") continue;
+      items.push_back(item);
+    }
+    const auto scanner = Scanner(items);
+    ASSERT_EQ(scanner->size(), items.size());
+    const std::string text = random.text(kPieces, 200);
+    const ScanResult result = scanner->scan(text);
+    std::vector<std::uint32_t> counts(items.size());
+    for (const ScanHit& hit : result.hits) counts[hit.item] = hit.count;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      ASSERT_EQ(counts[i], plainCount(items[i].record(), text))
+          << "\"" << items[i].record().text << "\" in \"" << text << "\", round " << round;
+    }
+  }
+}
+
+std::uint32_t pcreCount(const __vexa_dictionary_item& item, const std::string& text) {
+  int error = 0;
+  std::size_t offset = 0;
+  const std::unique_ptr<pcre2_code, decltype(&pcre2_code_free)> code(
+      pcre2_compile(reinterpret_cast<PCRE2_SPTR>(item.text), PCRE2_ZERO_TERMINATED,
+                    PCRE2_UTF | (item.case_sensitive ? 0 : PCRE2_CASELESS), &error, &offset,
+                    nullptr),
+      &pcre2_code_free);
+  if (!code) return 0;
+  const std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data(
+      pcre2_match_data_create(1, nullptr), &pcre2_match_data_free);
+  std::uint32_t count = 0;
+  for (std::size_t from = 0; from < text.size(); from = pcre2_get_ovector_pointer(data.get())[1]) {
+    if (pcre2_match(code.get(), reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), from,
+                    PCRE2_NOTEMPTY, data.get(), nullptr) < 0) {
+      break;
+    }
+    ++count;
+  }
+  return count;
+}
+
+TEST(DictionaryDifferential, ExpressionsOnRandomTexts) {
+  const std::vector<std::string> atoms = {"a",
+                                          "b",
+                                          "A",
+                                          "[ab]",
+                                          ".",
+                                          "\\d",
+                                          "\\w",
+                                          "\\s",
+                                          "[^a]",
+                                          "\xC3\xA9",
+                                          "\\p{L}",
+                                          "(a|b1)",
+                                          "(?=a)",
+                                          "(?!b)",
+                                          "(?<=a)",
+                                          "\\b",
+                                          "(?<!\xC3\xA9)",
+                                          "[\\p{Lu}-]",
+                                          "\\x{6f22}",
+                                          "(?i:ab)"};
+  const std::vector<std::string> repeats = {"",  "",    "",      "",   "+", "?",
+                                            "*", "{2}", "{1,3}", "+?", "++"};
+  const std::vector<std::string> pieces = {"a", "b", "A",        "B",        "ab",           " ",
+                                           "-", "1", "\xC3\xA9", "\xC3\x89", "\xE6\xBC\xA2", "\n"};
+  Random random(2);
+  for (int round = 0; round < kExpressionRounds; ++round) {
+    std::vector<DictionaryItem> items;
+    while (items.size() < 20) {
+      std::string expression;
+      for (int i = random.below(4) + 1; i > 0; --i) {
+        const std::string atom = random.pick(atoms);
+        const bool assertion = atom == "\\b" || atom.compare(0, 3, "(?=") == 0 ||
+                               atom.compare(0, 3, "(?!") == 0 || atom.compare(0, 3, "(?<") == 0;
+        expression += atom + (assertion ? "" : random.pick(repeats));
+      }
+      DictionaryItem item = Testing::Regex(expression).partsOfWords();
+      if (random.below(3) == 0) item.caseSensitive();
+      items.push_back(item);
+    }
+    const std::string text = random.text(pieces, 60);
+    const ScanResult result = Scanner(items)->scan(text);
+    std::vector<std::uint32_t> counts(items.size());
+    for (const ScanHit& hit : result.hits) counts[hit.item] = hit.count;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      ASSERT_EQ(counts[i], pcreCount(items[i].record(), text))
+          << items[i].record().text << " in \"" << text << "\", round " << round;
+    }
+  }
+}
+
+TEST(DictionaryDifferential, ThousandWords) {
+  Random random(3);
+  std::vector<DictionaryItem> items;
+  const std::vector<std::string> letters = {"a", "b", "c", "d", "e", "\xC3\xA9", " "};
+  while (items.size() < 1'000) {
+    const std::string word = "x" + random.text(letters, 5) + "y";
+    items.push_back(DictionaryItem(word));
+  }
+  const auto scanner = Scanner(items);
+  std::string text;
+  for (int i = 0; i < 5'000; ++i) {
+    text += random.below(3) == 0
+                ? std::string(random.pick({"x", "y", "X"}))
+                : std::string(items[static_cast<std::size_t>(random.below(1'000))].record().text);
+    text += random.pick({" ", "-", "", "\n"});
+  }
+  const ScanResult result = scanner->scan(text);
+  EXPECT_GT(result.score, 1'000);
+  std::vector<std::uint32_t> counts(items.size());
+  for (const ScanHit& hit : result.hits) counts[hit.item] = hit.count;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    ASSERT_EQ(counts[i], plainCount(items[i].record(), text)) << items[i].record().text;
+  }
+}
+
+}  // namespace
+}  // namespace Kestrav
