@@ -1,0 +1,163 @@
+#include "EmailAddressRewriter.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/Exception.h"
+#include "common/Strings.h"
+#include "config/records/SharedRecords.h"
+
+using namespace Kestrav;
+
+namespace {
+
+EmailAddress address(const std::string& text) {
+  return EmailAddress::rfc5321Parse(text, false);
+}
+
+std::string rewrite(const char* pattern, const std::string& text) {
+  return EmailAddressRewriter(pattern)(address(text)).address();
+}
+
+cfg_as_email_address_modification_ half(std::uint32_t kind, const char* text) {
+  cfg_as_email_address_modification_ made{};
+  made.kind = kind;
+  boundedCopy(made.text, text);
+  return made;
+}
+
+}  // namespace
+
+TEST(EmailAddressRewriter, PutsThePartsOfTheAddressIntoThePattern) {
+  EXPECT_EQ(rewrite("%%LOCAL%%@%%DOMAIN%%", "user@example.com"), "user@example.com");
+  EXPECT_EQ(rewrite("%%LOCAL%%@archive.%%DOMAIN%%", "user@example.com"),
+            "user@archive.example.com");
+  EXPECT_EQ(rewrite("%%DOMAIN%%-%%LOCAL%%@vault.example", "user@example.com"),
+            "example.com-user@vault.example");
+  EXPECT_EQ(rewrite("spam@vault.example", "user@example.com"), "spam@vault.example");
+}
+
+TEST(EmailAddressRewriter, ValuesAreTakenAsTheyAre) {
+  EXPECT_EQ(rewrite("%%LOCAL%%@x.example", "a&b@example.com"), "a&b@x.example");
+  EXPECT_EQ(rewrite("%%LOCAL%%@x.example", "a%%DOMAIN%%b@example.com"), "a%%DOMAIN%%b@x.example");
+  EXPECT_EQ(rewrite("{{LOCAL}}%%LOCAL%%@x.example", "u@example.com"), "{{LOCAL}}u@x.example");
+}
+
+TEST(EmailAddressRewriter, NullAddressStaysNull) {
+  EXPECT_TRUE(EmailAddressRewriter("%%LOCAL%%@archive.example")(EmailAddress()).isNull());
+}
+
+// The blank behind the tag that sets the delimiters is part of the expanded text.
+TEST(EmailAddressRewriter, ExpandedTextStartsWithABlank) {
+  const EmailAddressRewriter noAddress("%%LOCAL%%");
+  try {
+    noAddress(address("user@example.com"));
+    FAIL() << "nothing was thrown";
+  } catch (const Exception& thrown) {
+    EXPECT_EQ(thrown.code(), EmailAddress::kInvalidAddress);
+    EXPECT_EQ(thrown.stringParameter(), " user");
+  }
+}
+
+TEST(EmailAddressRewriter, ResultThatIsNoAddressIsAnError) {
+  const EmailAddressRewriter rewriter("%%LOCAL%%@@%%DOMAIN%%");
+  EXPECT_THROW(rewriter(address("user@example.com")), Exception);
+  // The rewriter stays usable: its lock was released.
+  EXPECT_THROW(rewriter(address("user@example.com")), Exception);
+}
+
+TEST(EmailAddressRewriter, HoldsNothingByDefault) {
+  const EmailAddressRewriter nothing;
+  EXPECT_TRUE(nothing.isNull());
+  EXPECT_FALSE(EmailAddressRewriter("x@example.com").isNull());
+  EXPECT_THROW(nothing(address("user@example.com")), Exception);
+}
+
+TEST(EmailAddressRewriter, UnclosedMarkerIsAnError) {
+  try {
+    const EmailAddressRewriter rewriter("%%LOCAL@%%DOMAIN%%");
+    FAIL() << "nothing was thrown";
+  } catch (const Exception& thrown) {
+    EXPECT_EQ(thrown.code(), Exception::kBadText);
+  }
+}
+
+TEST(EmailAddressRewriter, CopiesRewriteAlike) {
+  const EmailAddressRewriter original("%%LOCAL%%@a.example");
+  EmailAddressRewriter copy;
+  copy = original;
+  EXPECT_EQ(copy(address("u@b.example")), original(address("u@b.example")));
+}
+
+TEST(EmailAddressRewriter, AdapterAppliesEachHalfToItsPart) {
+  struct Case {
+    std::uint32_t localKind;
+    std::uint32_t domainKind;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {0, 0, "user@example.com"},   {1, 0, "Xuser@example.com"},
+      {2, 0, "userX@example.com"},  {3, 0, "X@example.com"},
+      {4, 0, "user@example.com"},   {0xFFFFFFFF, 5, "user@example.com"},
+      {0, 1, "user@y.example.com"}, {1, 1, "Xuser@y.example.com"},
+      {3, 1, "X@y.example.com"},    {2, 4, "userX@example.com"},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.localKind * 10 + row.domainKind);
+    const auto rewriter =
+        EmailAddressRewriter::adapter(half(row.localKind, "X"), half(row.domainKind, "y."));
+    EXPECT_EQ(rewriter(address("user@example.com")).address(), row.expected);
+  }
+}
+
+TEST(EmailAddressRewriter, AdapterAppendsToAndReplacesTheDomain) {
+  EXPECT_EQ(EmailAddressRewriter::adapter(half(0, ""), half(2, ".archive"))(address("u@a.example"))
+                .address(),
+            "u@a.example.archive");
+  EXPECT_EQ(EmailAddressRewriter::adapter(half(0, ""), half(3, "b.example"))(address("u@a.example"))
+                .address(),
+            "u@b.example");
+}
+
+TEST(EmailAddressRewriter, AdapterTextMayNameTheParts) {
+  EXPECT_EQ(EmailAddressRewriter::adapter(half(3, "%%LOCAL%%+%%DOMAIN%%"),
+                                          half(3, "vault.example"))(address("u@a.example"))
+                .address(),
+            "u+a.example@vault.example");
+}
+
+TEST(EmailAddressRewriter, AdapterTextWithoutAnEndEndsWithItsField) {
+  cfg_as_email_address_modification_ endless{};
+  endless.kind = 3;
+  std::memset(endless.text, 'a', sizeof(endless.text));
+  const auto rewriter = EmailAddressRewriter::adapter(half(0, ""), endless);
+  try {
+    rewriter(address("u@a.example"));
+    FAIL() << "a domain of 256 letters is no domain";
+  } catch (const Exception& thrown) {
+    EXPECT_EQ(thrown.code(), EmailAddress::kInvalidAddress);
+  }
+}
+
+TEST(EmailAddressRewriterThreads, CallersOfOneRewriterGetTheirOwnAddresses) {
+  const EmailAddressRewriter shared("%%LOCAL%%@archive.%%DOMAIN%%");
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      const std::string local = "user" + std::to_string(t);
+      const EmailAddress own = address(local + "@d" + std::to_string(t) + ".example");
+      const std::string expected = local + "@archive.d" + std::to_string(t) + ".example";
+      for (int i = 0; i < 500; ++i) {
+        if (shared(own).address() != expected) ++wrong;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}

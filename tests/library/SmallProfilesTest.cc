@@ -1,0 +1,112 @@
+// Web filter and quarantine folder profiles.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Gateway.h"
+#include "ProfileFactory.h"
+#include "ProfileQuarantineFolder.h"
+#include "ProfileWebFilter.h"
+#include "common/Buffer.h"
+
+using namespace Kestrav;
+using namespace Kestrav::Testing;
+
+namespace {
+
+std::vector<int> spamCategories(const ProfileWebFilter& profile) {
+  std::vector<int> found;
+  for (int category = 0; category < 256; ++category) {
+    if (profile.isSpam(static_cast<unsigned char>(category))) found.push_back(category);
+  }
+  return found;
+}
+
+std::string encoded(const char* name) {
+  return ProfileQuarantineFolder(QuarantineFolderRecord(freshId(), name).data()).encodedName();
+}
+
+std::string base64(const char* text) {
+  return Buffer(text).toBase64String();
+}
+
+}  // namespace
+
+TEST(WebFilter, ConfiguredCategoriesAreSpamAndNoOthers) {
+  const std::uint32_t zero = freshId();
+  const std::uint32_t gambling = freshId();
+  const std::uint32_t last = freshId();
+  put(WebCategoryRecord(zero, 0), WebCategoryRecord(gambling, 11), WebCategoryRecord(last, 255),
+      WebCategoryRecord(freshId(), 12));
+  const ProfileWebFilter profile(
+      WebFilterRecord(freshId()).name("strict").categories({last, zero, gambling}).data());
+  EXPECT_EQ(spamCategories(profile), (std::vector<int>{0, 11, 255}));
+  EXPECT_EQ(profile.type(), 8u);
+  EXPECT_EQ(profile.name(), "strict");
+  EXPECT_EQ(profile.messageParseType(), 0u);
+  EXPECT_TRUE(profile.actions().empty());
+}
+
+TEST(WebFilter, ZeroAndUnknownCategoryIdsAreIgnored) {
+  const std::uint32_t known = freshId();
+  put(WebCategoryRecord(known, 33));
+  const ProfileWebFilter profile(
+      WebFilterRecord(freshId()).categories({0, freshId(), known, freshId()}).data());
+  EXPECT_EQ(spamCategories(profile), std::vector<int>{33});
+}
+
+TEST(WebFilter, TwoIdsOfOneCategoryAreOne) {
+  const std::uint32_t first = freshId();
+  const std::uint32_t second = freshId();
+  put(WebCategoryRecord(first, 44), WebCategoryRecord(second, 44));
+  const ProfileWebFilter profile(WebFilterRecord(freshId()).categories({second, first}).data());
+  EXPECT_EQ(spamCategories(profile), std::vector<int>{44});
+}
+
+TEST(WebFilter, WithoutCategoriesNothingIsSpam) {
+  EXPECT_TRUE(spamCategories(ProfileWebFilter(WebFilterRecord(freshId()).data())).empty());
+}
+
+TEST(WebFilter, CountBeyondTheListIsMetWithTheList) {
+  const std::uint32_t known = freshId();
+  put(WebCategoryRecord(known, 55));
+  WebFilterRecord record(freshId());
+  record.categories({known});
+  record->category_id_count = 1'000'000'000'000ull;
+  EXPECT_EQ(spamCategories(ProfileWebFilter(record.data())), std::vector<int>{55});
+}
+
+TEST(WebFilter, ProfileKeepsItsCategoriesWhenTheirRecordsGo) {
+  const std::uint32_t category = freshId();
+  put(WebCategoryRecord(category, 66));
+  const ProfileWebFilter profile(WebFilterRecord(freshId()).categories({category}).data());
+  erase(GID_WEB_CATEGORY, category);
+  EXPECT_EQ(spamCategories(profile), std::vector<int>{66});
+}
+
+TEST(QuarantineFolder, AsciiNameIsEncodedAsItIs) {
+  const ProfileQuarantineFolder folder(QuarantineFolderRecord(freshId(), "Bulk").data());
+  EXPECT_EQ(folder.name(), "Bulk");
+  EXPECT_EQ(folder.encodedName(), "QnVsaw==");
+}
+
+TEST(QuarantineFolder, NameBeyondAsciiTakesTheMailboxForm) {
+  const ProfileQuarantineFolder folder(QuarantineFolderRecord(freshId(), "Entwürfe").data());
+  EXPECT_EQ(folder.name(), "Entwürfe");
+  EXPECT_EQ(folder.encodedName(), base64("Entw&APw-rfe"));
+}
+
+TEST(QuarantineFolder, MailboxFormOfSpecialNames) {
+  EXPECT_EQ(encoded("a&b"), base64("a&-b"));
+  EXPECT_EQ(encoded("台北"), base64("&U,BTFw-"));
+  EXPECT_EQ(encoded("Sub/Folder"), base64("Sub/Folder"));
+  EXPECT_EQ(encoded(""), "");
+}
+
+TEST(QuarantineFolder, NameWithoutAnEndEndsWithItsField) {
+  QuarantineFolderRecord record(freshId(), "");
+  std::memset(record->name, 'q', sizeof(record->name));
+  EXPECT_EQ(ProfileQuarantineFolder(record.data()).name(), std::string(256, 'q'));
+}
