@@ -71,10 +71,15 @@ void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& resul
                          const Report& givenUp) const {
   const bool truncated = text.size() > kLongestText;
   text = text.substr(0, kLongestText);
-  const bool ascii = Characters::isAscii(text);
-
   Tallies tallies;
   if (!plain_.empty()) scanLiterals(plain_, text, area, tallies);
+  const bool literalsOnly = expressions_.empty() && unguarded_.empty();
+  if (folded_.empty() && spaced_.empty() && literalsOnly) {
+    addTo(result, tallies);
+    result.complete &= !truncated;
+    return;
+  }
+  const bool ascii = Characters::isAscii(text);
   // Literals beyond ASCII need not be looked for in ASCII.
   if (!folded_.empty() && (!ascii || foldsAscii_)) {
     scanLiterals(folded_, normalised(text, true), area, tallies);
@@ -83,7 +88,7 @@ void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& resul
     scanLiterals(spaced_, normalised(text, false), area, tallies);
   }
   bool complete = !truncated;
-  if (!expressions_.empty() || !unguarded_.empty()) {
+  if (!literalsOnly) {
     const bool readable = ascii || Characters::isUtf8(text);
     const std::string converted = readable ? std::string() : asUtf8(text);
     complete &= scanExpressions(readable ? text : converted, area, result, tallies, givenUp);

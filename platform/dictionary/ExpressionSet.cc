@@ -250,7 +250,7 @@ std::vector<std::uint32_t> ExpressionSet::candidates(std::string_view text) cons
   const auto onMatch = [](std::uint32_t item, std::size_t, void* context) {
     static_cast<std::vector<std::uint32_t>*>(context)->push_back(item);
   };
-  for (const Database& database : databases_) scanDatabase(*database, text, onMatch, &items);
+  for (const Database& database : databases_) scanDatabase(database, text, onMatch, &items);
   std::sort(items.begin(), items.end());
   items.erase(std::unique(items.begin(), items.end()), items.end());
   return items;

@@ -3,18 +3,15 @@
 #include <hs/hs.h>
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
 #include <new>
+#include <unordered_set>
 
 #include "common/Exception.h"
 
 namespace Kestrav::Dictionary {
 namespace {
-
-// Grows to the largest need of the databases that this thread scans with.
-struct Scratch {
-  ~Scratch() { hs_free_scratch(memory); }
-  hs_scratch_t* memory = nullptr;
-};
 
 void check(hs_error_t error, const char* operation) {
   if (error == HS_SUCCESS) return;
@@ -23,34 +20,71 @@ void check(hs_error_t error, const char* operation) {
                   Exception::kBadText, "Hyperscan");
 }
 
+// A thread's working memory; it grows to the largest need of the databases scanned with.
+class Scratch {
+ public:
+  static Scratch& ofThisThread() {
+    thread_local Scratch scratch;
+    return scratch;
+  }
+  ~Scratch() { hs_free_scratch(memory_); }
+
+  hs_scratch_t* fitting(const Database& database) {
+    // Asking the engine takes some 20 microseconds, a hundred times a short scan.
+    if (fits_.contains(database.serial())) return memory_;
+    if (fits_.size() >= kMostRemembered) fits_.clear();
+    const hs_error_t result = hs_alloc_scratch(database.engine(), &memory_);
+    if (result != HS_SUCCESS) fits_.clear();  // the old memory may be gone
+    check(result, "allocating working memory");
+    fits_.insert(database.serial());
+    return memory_;
+  }
+
+ private:
+  static constexpr std::size_t kMostRemembered = 4'096;
+  hs_scratch_t* memory_ = nullptr;
+  std::unordered_set<std::uint64_t> fits_;  // serials of databases that are known to do with it
+};
+
 struct Forward {
   OnMatch onMatch;
   void* context;
+  std::exception_ptr failure;
 };
 
 int forwardMatch(unsigned int pattern, unsigned long long, unsigned long long end, unsigned int,
                  void* context) {
-  const auto* forward = static_cast<const Forward*>(context);
-  forward->onMatch(pattern, static_cast<std::size_t>(end), forward->context);
-  return 0;
+  auto* forward = static_cast<Forward*>(context);
+  // No exception may pass through the engine: it would leave the working memory marked as in use.
+  try {
+    forward->onMatch(pattern, static_cast<std::size_t>(end), forward->context);
+    return 0;
+  } catch (...) {
+    forward->failure = std::current_exception();
+    return 1;  // ends the scan
+  }
 }
 
 }  // namespace
 
-void FreeDatabase::operator()(hs_database* database) const {
-  hs_free_database(database);
+Database::Database(hs_database* engine) : engine_(engine) {
+  static std::atomic<std::uint64_t> last = 0;
+  serial_ = ++last;
 }
 
-void scanDatabase(const hs_database& database, std::string_view text, OnMatch onMatch,
-                  void* context) {
-  thread_local Scratch scratch;
-  check(hs_alloc_scratch(&database, &scratch.memory), "allocating working memory");
-  Forward forward{onMatch, context};
+void Database::Free::operator()(hs_database* engine) const {
+  hs_free_database(engine);
+}
+
+void scanDatabase(const Database& database, std::string_view text, OnMatch onMatch, void* context) {
+  hs_scratch_t* scratch = Scratch::ofThisThread().fitting(database);
+  Forward forward{onMatch, context, nullptr};
   const auto length = static_cast<unsigned int>(std::min(text.size(), kLongestText));
   // The engine refuses a null text, which an empty view may be.
-  check(hs_scan(&database, text.empty() ? "" : text.data(), length, 0, scratch.memory,
-                &forwardMatch, &forward),
-        "scanning");
+  const hs_error_t result = hs_scan(database.engine(), text.empty() ? "" : text.data(), length, 0,
+                                    scratch, &forwardMatch, &forward);
+  if (forward.failure) std::rethrow_exception(forward.failure);
+  check(result, "scanning");
 }
 
 }  // namespace Kestrav::Dictionary

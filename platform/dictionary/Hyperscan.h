@@ -12,10 +12,22 @@ struct hs_database;
 
 namespace Kestrav::Dictionary {
 
-struct FreeDatabase {
-  void operator()(hs_database* database) const;
+// Owns one database. Movable; empty after that.
+class Database {
+ public:
+  explicit Database(hs_database* engine);
+
+  const hs_database* engine() const { return engine_.get(); }
+  // Differs from that of every other database there ever was.
+  std::uint64_t serial() const { return serial_; }
+
+ private:
+  struct Free {
+    void operator()(hs_database* engine) const;
+  };
+  std::unique_ptr<hs_database, Free> engine_;
+  std::uint64_t serial_;
 };
-using Database = std::unique_ptr<hs_database, FreeDatabase>;
 
 // Ends [0, kLongestText) are what a match can report.
 inline constexpr std::size_t kLongestText = 0xFFFF'FFFF;
@@ -25,7 +37,6 @@ using OnMatch = void (*)(std::uint32_t pattern, std::size_t end, void* context);
 
 // Scans at most the first kLongestText bytes. Throws Exception when there is no memory for it or
 // the engine refuses the database.
-void scanDatabase(const hs_database& database, std::string_view text, OnMatch onMatch,
-                  void* context);
+void scanDatabase(const Database& database, std::string_view text, OnMatch onMatch, void* context);
 
 }  // namespace Kestrav::Dictionary

@@ -40,7 +40,7 @@ class LiteralSet {
       const Place& place = of->set->places_[index];
       (*of->found)(place.item, end - place.length, end);
     };
-    for (const Database& database : databases_) scanDatabase(*database, text, onMatch, &context);
+    for (const Database& database : databases_) scanDatabase(database, text, onMatch, &context);
   }
 
  private:
