@@ -20,19 +20,25 @@ constexpr std::chrono::seconds kReaderCheckInterval{10};
 
 class Committer {
  public:
+  // Commits the differences, with a larger map when this one is full. Empty as run() is.
+  static std::optional<Revision> commit(StoreCore& core, std::optional<Revision> basis,
+                                        const ChangeSet::Changes& changes);
+
   Committer(StoreCore& core, const ChangeSet::Changes& changes) : core_(core), changes_(changes) {}
 
-  // REQUIRES: the write mutex held. Throws MapFull with nothing written.
-  Revision run() {
+  // Empty when `basis` is given and no longer the present revision. REQUIRES: the write mutex held.
+  // Throws MapFull with nothing written.
+  std::optional<Revision> run(std::optional<Revision> basis) {
     Transaction transaction(core_.env->beginWrite());
     txn_ = transaction.get();
-    editors_.clear();
-    byTable_.clear();
-    for (const auto& change : changes_.list) apply(change);
-
     const unsigned meta = core_.env->db(LmdbEnv::kMeta);
     const auto stored = get(txn_, meta, Key('r'));
     const Revision present = stored ? fromBytes<Revision>(*stored) : 0;
+    if (basis && *basis != present) return std::nullopt;
+
+    editors_.clear();
+    byTable_.clear();
+    for (const auto& change : changes_.list) apply(change);
     const Revision revision = present + 1;
     std::uint32_t number = 0;
     for (const auto& editor : editors_) {
@@ -87,21 +93,19 @@ class Committer {
   std::map<std::pair<unsigned, ngid_t>, TableEditor*> byTable_;
 };
 
-Revision ConfigStore::commit(ChangeSet changes) {
-  StoreCore& core = *impl_->core;
-  core.checkProcess();
-  if (changes.empty()) return refreshRevision(impl_->core);
+std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revision> basis,
+                                          const ChangeSet::Changes& changes) {
   std::scoped_lock lock(core.env->writeMutex());
   const auto now = std::chrono::steady_clock::now();
   if (now - core.readersChecked > kReaderCheckInterval) {
     core.readersChecked = now;
     core.env->clearDeadReaders();
   }
-  Committer committer(core, changes.changes());
+  Committer committer(core, changes);
   for (bool cleared = false;;) {
     try {
-      const Revision revision = committer.run();
-      core.status->publish(revision);
+      const std::optional<Revision> revision = committer.run(basis);
+      if (revision) core.status->publish(*revision);
       return revision;
     } catch (const MapFull&) {
       if (!cleared && core.env->clearDeadReaders() > 0) {
@@ -111,6 +115,17 @@ Revision ConfigStore::commit(ChangeSet changes) {
       }
     }
   }
+}
+
+Revision ConfigStore::commit(ChangeSet changes) {
+  impl_->core->checkProcess();
+  if (changes.empty()) return refreshRevision(impl_->core);
+  return *Committer::commit(*impl_->core, std::nullopt, changes.changes());
+}
+
+std::optional<Revision> ConfigStore::commitAt(Revision basis, ChangeSet changes) {
+  impl_->core->checkProcess();
+  return Committer::commit(*impl_->core, basis, changes.changes());
 }
 
 }  // namespace Kestrav::Config

@@ -170,6 +170,7 @@ class KESTRAV_API ConfigStore {
     std::size_t journalEntries =
         100'000;  // kept at least; more while a live process still needs them,
     std::size_t journalEntriesHard = 1'000'000;  // never more than this
+    int resizePatienceMs = 5000;  // how long a resize waits for this process's snapshots
   };
 
   // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
@@ -199,6 +200,9 @@ class KESTRAV_API ConfigStore {
   // unraised, when there are none. Wakes waiting processes. Throws Exception, and commits nothing,
   // when the changes cannot be made.
   Revision commit(ChangeSet changes);
+  // The same, for changes that were worked out from what the store held at revision `basis`: empty,
+  // with nothing committed, when another writer has raised the revision since.
+  std::optional<Revision> commitAt(Revision basis, ChangeSet changes);
 
   // The newest committed revision, from the status area: no transaction.
   Revision revision() const;
