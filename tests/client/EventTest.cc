@@ -1,0 +1,506 @@
+// Delivery of changes to handlers.
+#include "config/Event.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <stdexcept>
+
+#include "client/Listening.h"
+#include "common/Logger.h"
+#include "config/CMF.h"
+#include "config/records/AntispamRecords.h"
+#include "config/records/SessionRecords.h"
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+
+namespace Kestrav::CMF::Event {
+namespace {
+
+using Testing::ChangeSet;
+using Testing::ConfigStore;
+using Testing::dispatcher;
+using Testing::FolderHandler;
+using Testing::kForeverMs;
+using Testing::Notes;
+using Testing::OwnedRecord;
+using Testing::Registered;
+using Testing::Revision;
+
+class Events : public Testing::StoreTest {
+ protected:
+  using StoreTest::StoreTest;
+  Notes notes_;
+};
+
+TEST_F(Events, HandlerSeesAdditionsModificationsAndErasures) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  putFolder(1, "one");
+  putFolder(1, "uno");
+  applied(erase(GID_QUARANTINE_FOLDER, 1));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 one>uno", "h: 0 uno>-"));
+}
+
+TEST_F(Events, HandlerSeesOnlyItsTable) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  put(GID_MAIL_SERVER, Testing::defaults(GID_MAIL_SERVER));
+  applied(put(GID_PROTECTED_DOMAIN, Testing::domainRecord(1, "a.example")));
+  EXPECT_THAT(notes_.all(), IsEmpty());
+}
+
+TEST_F(Events, ChangesOfOneRevisionComeInTheOrderOfItsJournal) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  ChangeSet changes;
+  for (const std::uint32_t id : {3, 1, 2}) {
+    changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(id, std::to_string(id)).data());
+  }
+  std::vector<std::string> expected;
+  const Revision revision = store_->commit(std::move(changes));
+  store_->journal(revision - 1, revision, [&](const Config::JournalEntry& entry) {
+    expected.push_back("h: 0 ->" + std::to_string(entry.id));
+  });
+  applied(revision);
+  EXPECT_EQ(expected.size(), 3u);
+  EXPECT_EQ(notes_.all(), expected);
+}
+
+TEST_F(Events, RecordThatOnlyMovedIsGivenTwice) {
+  putFolder(1, "one");
+  putFolder(2, "two");
+  const Registered handler(new FolderHandler(notes_, "h"));
+  ChangeSet changes;
+  changes.order(GID_QUARANTINE_FOLDER, 0, {2, 1});
+  applied(store_->commit(std::move(changes)));
+  ASSERT_FALSE(notes_.all().empty());
+  for (const std::string& line : notes_.all()) {
+    EXPECT_THAT(line, testing::AnyOf("h: 0 one>one", "h: 0 two>two"));
+  }
+}
+
+class MapHandler : public HandlerTemplate<__aps_vip_map, 1418> {
+ public:
+  explicit MapHandler(Notes& notes) : notes_(notes) {}
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_vip_map*, const __aps_vip_map* after) override {
+    std::string line;
+    for (std::uint64_t at = 0; after != nullptr && at < after->entry_count; ++at) {
+      line += std::string(after->entries[at].pattern) + "=" + after->entries[at].replacement + ";";
+    }
+    notes_.add(line);
+  }
+
+ private:
+  Notes& notes_;
+};
+
+OwnedRecord addressMap(std::uint32_t id, const std::vector<std::string>& patterns) {
+  OwnedRecord map = Testing::defaults(GID_ADDRESS_MAP);
+  map.as<__aps_vip_map>()->id = id;
+  boundedCopy(map.as<__aps_vip_map>()->name, "map");
+  for (const Config::Field& field : map.type().fields) {
+    if (field.kind != Config::Kind::kList) continue;
+    for (const std::string& pattern : patterns) {
+      auto* entry = static_cast<__aps_vip_map_entry*>(map.append(field));
+      boundedCopy(entry->pattern, pattern);
+      boundedCopy(entry->replacement, "x" + pattern);
+    }
+  }
+  return map;
+}
+
+TEST_F(Events, RecordsComeWithTheirLists) {
+  const Registered handler(new MapHandler(notes_));
+  applied(put(GID_ADDRESS_MAP, addressMap(1, {"a", "b"})));
+  EXPECT_THAT(notes_.all(), ElementsAre("a=xa;b=xb;"));
+}
+
+class DomainHandler : public HandlerTemplate<__aps_gw_as_profile, 456> {
+ public:
+  explicit DomainHandler(Notes& notes) : notes_(notes) {}
+  using HandlerTemplate::message;
+  void message(unsigned int domain, const __aps_gw_as_profile*,
+               const __aps_gw_as_profile*) override {
+    notes_.add("domain " + std::to_string(domain));
+  }
+
+ private:
+  Notes& notes_;
+};
+
+TEST_F(Events, FirstArgumentIsTheRecordsDomain) {
+  const Registered handler(new DomainHandler(notes_));
+  OwnedRecord record = Testing::defaults(GID_ANTISPAM_PROFILE);
+  record.as<__aps_gw_as_profile>()->id = 7;
+  boundedCopy(record.as<__aps_gw_as_profile>()->name, "strict");
+  put(GID_ANTISPAM_PROFILE, record, 0);
+  applied(put(GID_ANTISPAM_PROFILE, record, 4711));
+  EXPECT_THAT(notes_.all(), ElementsAre("domain 0", "domain 4711"));
+}
+
+// ---- who is called, and when
+
+TEST_F(Events, HandlersAreCalledInTheOrderOfTheirRegistration) {
+  const Registered first(new FolderHandler(notes_, "first"));
+  const Registered second(new FolderHandler(notes_, "second"));
+  const Registered third(new FolderHandler(notes_, "third"));
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one", "second: 0 ->one", "third: 0 ->one"));
+}
+
+TEST_F(Events, DispatchersOfAllNamesShareTheOrder) {
+  Dispatcher other = Dispatcher::instance("other", true, true);
+  EXPECT_FALSE(other == dispatcher());
+  EXPECT_TRUE(other == Dispatcher::instance("other", false, false));
+  EXPECT_EQ(other->name(), "other");
+  const RefHandler first(new FolderHandler(notes_, "first"), false);
+  other->add(first, 1, 2);
+  {
+    const Registered second(new FolderHandler(notes_, "second"));
+    applied(putFolder(1, "one"));
+  }
+  other->remove(first);
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one", "second: 0 ->one"));
+}
+
+TEST_F(Events, HandlerThatThrowsIsLoggedAndStopsNobody) {
+  struct Logged {
+    std::uint32_t code;
+    std::vector<std::string> fields;
+  };
+  std::vector<Logged> logged;
+  std::mutex mutex;
+  const auto capture = Logger::instance().capture([&](const Logger::Message& message) {
+    const std::scoped_lock lock(mutex);
+    logged.push_back({message.code, message.fields});
+  });
+  const Registered first(
+      new FolderHandler(notes_, "first", [] { throw std::runtime_error("no luck"); }));
+  const Registered second(new FolderHandler(notes_, "second", [] { throw 42; }));
+  const Registered third(new FolderHandler(notes_, "third"));
+  putFolder(1, "one");
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one", "second: 0 ->one", "third: 0 ->one",
+                                        "first: 0 ->two", "second: 0 ->two", "third: 0 ->two"));
+  const std::scoped_lock lock(mutex);
+  ASSERT_EQ(logged.size(), 4u);
+  EXPECT_EQ(logged[0].code, 0x4000401u);
+  EXPECT_THAT(logged[0].fields, ElementsAre("1682", "no luck"));
+  EXPECT_EQ(logged[1].code, 0x4000401u);
+  EXPECT_EQ(logged[1].fields[0], "1682");
+}
+
+TEST_F(Events, HandlerSeesWhatWasCommittedAfterItsRegistrationOnly) {
+  const Registered early(new FolderHandler(notes_, "early"));
+  applied(store_->revision());
+  dispatcher()->stop();
+  const Revision first = putFolder(1, "one");
+  const Registered late(new FolderHandler(notes_, "late"));
+  EXPECT_EQ(late.since(), first);
+  const Revision second = putFolder(2, "two");
+  dispatcher()->start();
+  applied(second);
+  EXPECT_THAT(notes_.all(), ElementsAre("early: 0 ->one", "early: 0 ->two", "late: 0 ->two"));
+}
+
+TEST_F(Events, RemovedHandlerIsCalledNoMore) {
+  {
+    const Registered handler(new FolderHandler(notes_, "h"));
+    applied(putFolder(1, "one"));
+  }
+  const Registered other(new FolderHandler(notes_, "other"));
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "other: 0 ->two"));
+}
+
+TEST_F(Events, HandlerMayRegisterAnother) {
+  std::unique_ptr<Registered> second;
+  const Registered first(new FolderHandler(notes_, "first", [&] {
+    if (second == nullptr)
+      second = std::make_unique<Registered>(new FolderHandler(notes_, "second"));
+  }));
+  applied(putFolder(1, "one"));
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one", "first: 0 ->two", "second: 0 ->two"));
+}
+
+TEST_F(Events, HandlerMayReadWriteAndAskTheDispatcher) {
+  Revision seen = 0;
+  bool waited = true;
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    TableQuery<__aps_systemquarantine_folders, 1682> folders;
+    notes_.add("read " + std::to_string(folders.size()));
+    seen = dispatcher()->delivering();
+    waited = dispatcher()->waitApplied(seen, kForeverMs);  // answers at once: nobody else would
+    if (folders.size() == 1) putFolder(2, "two");
+  }));
+  const Revision first = putFolder(1, "one");
+  applied(first + 1);
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "read 1", "h: 0 ->two", "read 2"));
+  EXPECT_EQ(seen, first + 1);
+  EXPECT_FALSE(waited);
+}
+
+TEST_F(Events, NullHandlerIsRefused) {
+  EXPECT_THROW(dispatcher()->add(RefHandler(), 127, 1), Exception);
+}
+
+std::atomic<int> callbacks{0};
+
+TEST_F(Events, CallbackFollowsTheMessage) {
+  callbacks = 0;
+  auto* handler = new FolderHandler(notes_, "h", [&] { notes_.add(std::to_string(callbacks)); });
+  handler->callback([] { ++callbacks; });
+  const Registered registered(handler);
+  putFolder(1, "one");
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "0", "h: 0 ->two", "1"));
+  EXPECT_EQ(callbacks, 2);
+}
+
+TEST_F(Events, FurtherTablesArriveWithoutRecords) {
+  auto* handler = new FolderHandler(notes_, "h");
+  handler->other(GID_PROTECTED_DOMAIN);
+  handler->other(static_cast<G_CLI_GID>(958));  // not a table of this store
+  const Registered registered(handler);
+  put(GID_PROTECTED_DOMAIN, Testing::domainRecord(1, "a.example"));
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->-", "h: 0 ->one"));
+}
+
+TEST_F(Events, TraceLevelIsZeroUntilSet) {
+  Dispatcher traced = Dispatcher::instance("traced", false, false);
+  EXPECT_EQ(traced->trace(), 0u);
+  traced->trace(3);
+  EXPECT_EQ(Dispatcher::instance("traced", false, false)->trace(), 3u);
+  EXPECT_EQ(dispatcher()->trace(), 0u);
+}
+
+TEST_F(Events, ObserversSeeEveryChangeAfterTheHandlers) {
+  const unsigned int number = dispatcher()->observe([&](const Config::JournalEntry& entry) {
+    notes_.add("observed " + std::to_string(entry.gid) + " " + std::to_string(entry.id));
+  });
+  {
+    const Registered handler(new FolderHandler(notes_, "h"));
+    putFolder(5, "five");
+    applied(put(GID_PROTECTED_DOMAIN, Testing::domainRecord(6, "a.example")));
+    dispatcher()->unobserve(number);
+    applied(putFolder(7, "seven"));
+  }
+  EXPECT_THAT(notes_.all(),
+              ElementsAre("h: 0 ->five", "observed 1682 5", "observed 733 6", "h: 0 ->seven"));
+}
+
+// ---- what has been applied
+
+TEST_F(Events, AppliedFollowsTheHandlers) {
+  Revision appliedDuring = 0;
+  const Registered handler(
+      new FolderHandler(notes_, "h", [&] { appliedDuring = dispatcher()->applied(); }));
+  const Revision revision = putFolder(1, "one");
+  applied(revision);
+  EXPECT_EQ(appliedDuring, revision - 1);
+  EXPECT_EQ(dispatcher()->applied(), revision);
+  EXPECT_EQ(dispatcher()->delivering(), revision);
+}
+
+TEST_F(Events, ProcessShowsWhatItHasApplied) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  const Revision revision = putFolder(1, "one");
+  applied(revision);
+  EXPECT_THAT(store_->processes(),
+              ElementsAre(AllOf(Field(&ConfigStore::Process::pid, ::getpid()),
+                                Field(&ConfigStore::Process::applied, revision))));
+}
+
+TEST_F(Events, WaitTimesOut) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  EXPECT_FALSE(dispatcher()->waitApplied(store_->revision() + 1, 1));
+}
+
+TEST_F(Events, NothingIsWaitedForWhereNobodyListens) {
+  EXPECT_TRUE(dispatcher()->waitApplied(putFolder(1, "one"), 0));
+}
+
+TEST_F(Events, StoppedDispatcherCatchesUp) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  dispatcher()->stop();
+  putFolder(1, "one");
+  const Revision revision = putFolder(2, "two");
+  EXPECT_FALSE(dispatcher()->waitApplied(revision, 1));
+  dispatcher()->start();
+  applied(revision);
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 ->two"));
+}
+
+// ---- behind the journal
+
+class KeyedHandler : public FolderHandler {
+ public:
+  KeyedHandler(Notes& notes, std::string name) : FolderHandler(notes, name), notes_(notes) {}
+  void resync() override { notes_.add("resync"); }
+
+ private:
+  Notes& notes_;
+};
+
+class EventsWithAShortJournal : public Events {
+ protected:
+  EventsWithAShortJournal() : Events(options()) {}
+  static ConfigStore::Options options() {
+    ConfigStore::Options options;
+    options.journalEntries = 2;
+    options.journalEntriesHard = 4;
+    return options;
+  }
+};
+
+TEST_F(EventsWithAShortJournal, HandlersAreToldThatTheyMissedChanges) {
+  std::vector<std::vector<std::string>> logged;
+  std::mutex mutex;
+  const auto capture = Logger::instance().capture([&](const Logger::Message& message) {
+    const std::scoped_lock lock(mutex);
+    if (message.code == 0x4000402) logged.push_back(message.fields);
+  });
+  callbacks = 0;
+  auto* clearing = new FolderHandler(notes_, "clearing");
+  clearing->callback([] { ++callbacks; });
+  const Registered first(clearing);
+  const Registered second(new KeyedHandler(notes_, "keyed"));
+  const Revision before = putFolder(1, "0");
+  applied(before);
+  dispatcher()->stop();
+  notes_.clear();
+  callbacks = 0;
+  Revision last = 0;
+  for (int change = 1; change <= 20; ++change) last = putFolder(1, std::to_string(change));
+  dispatcher()->start();
+  applied(last);
+  EXPECT_THAT(notes_.all(), ElementsAre("clearing: 0 ->-", "resync"));
+  EXPECT_EQ(callbacks, 1);
+  applied(putFolder(1, "next"));
+  EXPECT_THAT(notes_.all(),
+              ElementsAre("clearing: 0 ->-", "resync", "clearing: 0 20>next", "keyed: 0 20>next"));
+  const std::scoped_lock lock(mutex);
+  EXPECT_THAT(logged, ElementsAre(ElementsAre(std::to_string(before), std::to_string(last))));
+}
+
+TEST_F(EventsWithAShortJournal, HandlerThatThrowsWhenItResynchronisesStopsNobody) {
+  const auto quiet = Logger::instance().capture([](const Logger::Message&) {});
+  const Registered first(
+      new FolderHandler(notes_, "first", [] { throw std::runtime_error("no luck"); }));
+  const Registered second(new KeyedHandler(notes_, "keyed"));
+  dispatcher()->stop();
+  Revision last = 0;
+  for (int change = 1; change <= 20; ++change) last = putFolder(1, std::to_string(change));
+  dispatcher()->start();
+  applied(last);
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->-", "resync"));
+}
+
+// ---- several processes
+
+void runWriter(const std::filesystem::path& store, int first, int last) {
+  std::string program = CLIENT_WRITER;
+  std::string folder = store.string();
+  std::string from = std::to_string(first);
+  std::string to = std::to_string(last);
+  char* arguments[] = {program.data(), folder.data(), from.data(), to.data(), nullptr};
+  pid_t child = 0;
+  ASSERT_EQ(::posix_spawn(&child, CLIENT_WRITER, nullptr, nullptr, arguments, ::environ), 0);
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  ASSERT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(Events, ChangesOfAnotherProcessAreDelivered) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  const Revision before = putFolder(100, "mine");
+  runWriter(store_->folder(), 1, 30);
+  applied(before + 30);
+  std::vector<std::string> expected{"h: 0 ->mine"};
+  for (int id = 1; id <= 30; ++id) expected.push_back("h: 0 ->other" + std::to_string(id));
+  EXPECT_EQ(notes_.all(), expected);
+}
+
+TEST_F(Events, ChildAfterForkDeliversNothing) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  applied(putFolder(1, "one"));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    // Neither registering nor waiting hangs or throws; the parent's store is not touched.
+    const RefHandler mine(new FolderHandler(notes_, "child"), false);
+    const bool nothing = dispatcher()->add(mine, 127, 1) == 0;
+    const bool waited = dispatcher()->waitApplied(~Revision{0}, 1);
+    dispatcher()->remove(mine);
+    ::_exit(nothing && !waited ? 42 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 42);
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 ->two"));
+}
+
+TEST_F(Events, ChildThatAttachesAStoreOfItsOwnDelivers) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  applied(putFolder(1, "one"));
+  const Testing::Folder second;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto own = ConfigStore::open(second.path() / "store");
+    ConfigStore::attach(own);
+    dispatcher()->synchronise();
+    notes_.clear();
+    ChangeSet changes;
+    changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
+    const bool waited = dispatcher()->waitApplied(own->commit(std::move(changes)), kForeverMs);
+    ::_exit(waited && notes_.all() == std::vector<std::string>{"h: 0 ->nine"} ? 42 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
+// ---- another store
+
+TEST_F(Events, AnotherStoreResynchronisesItsHandlersAndIsFollowed) {
+  const Registered handler(new KeyedHandler(notes_, "h"));
+  for (int change = 0; change < 5; ++change) putFolder(1, std::to_string(change));
+  applied(store_->revision());
+  notes_.clear();
+  const Testing::Folder second;
+  const auto other = ConfigStore::open(second.path() / "store");
+  ConfigStore::attach(other);
+  dispatcher()->synchronise();
+  EXPECT_THAT(notes_.all(), ElementsAre("resync"));
+  EXPECT_EQ(dispatcher()->applied(), other->revision());
+  putFolder(1, "into the former store");
+  ChangeSet changes;
+  changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
+  applied(other->commit(std::move(changes)));
+  EXPECT_THAT(notes_.all(), ElementsAre("resync", "h: 0 ->nine"));
+}
+
+TEST_F(Events, StoreAttachedAfterTheRegistrationIsFollowedUnasked) {
+  ConfigStore::attach(nullptr);
+  dispatcher()->synchronise();
+  const Registered handler(new KeyedHandler(notes_, "h"));
+  EXPECT_EQ(handler.since(), 0u);
+  ConfigStore::attach(store_);
+  ASSERT_TRUE(notes_.waitFor("resync"));
+  putFolder(1, "one");
+  EXPECT_TRUE(notes_.waitFor("h: 0 ->one"));
+}
+
+}  // namespace
+}  // namespace Kestrav::CMF::Event
