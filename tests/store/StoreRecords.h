@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -73,6 +74,30 @@ inline Revision revisionSeenByAnotherThread(ConfigStore& store) {
   Revision seen = 0;
   std::thread([&] { seen = store.snapshot().revision(); }).join();
   return seen;
+}
+
+// Commits items 1 to `size`, each with the revision that this will be as its text.
+inline Revision writeSet(ConfigStore& store, int size) {
+  const std::string text = std::to_string(store.snapshot().revision() + 1);
+  ChangeSet changes;
+  for (int id = 1; id <= size; ++id) {
+    const Item record = item(static_cast<std::uint32_t>(id), text);
+    changes.put(kItems, 0, &record);
+  }
+  return store.commit(std::move(changes));
+}
+
+// Commits `count` items, from id 1000 on, that take their full size in the store.
+inline Revision fillWithNoise(ConfigStore& store, int count) {
+  std::mt19937 random(7);
+  ChangeSet changes;
+  for (int i = 0; i < count; ++i) {
+    Item record{};
+    for (char& c : record.text) c = static_cast<char>(1 + random() % 255);
+    record.id = static_cast<std::uint32_t>(1000 + i);
+    changes.put(kItems, 0, &record);
+  }
+  return store.commit(std::move(changes));
 }
 
 template <class Call>

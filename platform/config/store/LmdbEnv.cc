@@ -4,7 +4,6 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -18,9 +17,8 @@ namespace Kestrav::Config {
 namespace {
 
 constexpr const char* kNames[LmdbEnv::kDbs] = {"rows", "ids", "meta", "journal"};
-// How long a resize waits for this process's readers, and how often a reader follows a resize.
-constexpr std::chrono::seconds kResizePatience{5};
-constexpr int kAttempts = 20;
+constexpr int kAttempts =
+    20;  // how often a transaction follows resizes by others before it gives up
 constexpr std::size_t kSmallestMap = 1u << 20;
 
 std::size_t wholePages(std::size_t size) {
@@ -39,7 +37,8 @@ bool mappable(std::size_t size) {
 
 LmdbEnv::LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
                  std::size_t mapSize)
-    : maximumMapSize_(wholePages(std::max(options.maximumMapSize, kSmallestMap))) {
+    : maximumMapSize_(wholePages(std::max(options.maximumMapSize, kSmallestMap))),
+      resizePatience_(options.resizePatienceMs) {
   std::size_t size = wholePages(
       std::max({std::min(options.initialMapSize, maximumMapSize_), mapSize, std::size_t{65536}}));
   while (size > mapSize && size > kSmallestMap && !mappable(size)) size = wholePages(size / 2);
@@ -239,7 +238,7 @@ void LmdbEnv::resize(std::size_t size) {
     return std::none_of(slots_.begin(), slots_.end(),
                         [](const auto& slot) { return slot->state.load() == ReaderSlot::kActive; });
   };
-  const bool drained = gate_.wait_for(gate, kResizePatience, quiet);
+  const bool drained = gate_.wait_for(gate, resizePatience_, quiet);
   const bool possible = drained && (size == 0 || mappable(size));
   const int rc = possible ? mdb_env_set_mapsize(env_, size) : 0;
   resizing_.store(false);

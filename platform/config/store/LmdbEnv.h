@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <filesystem>
@@ -87,6 +88,7 @@ class LmdbEnv {
   MDB_env* env_ = nullptr;
   unsigned dbs_[kDbs] = {};
   std::size_t maximumMapSize_;
+  std::chrono::milliseconds resizePatience_;
   std::mutex writeMutex_;
 
   std::atomic<bool> resizing_{false};

@@ -47,12 +47,14 @@ std::shared_ptr<ReaderSlot> temporarySlot(StoreCore& core) {
   return slot;
 }
 
-std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core) {
-  if (threadSlotsGone) return temporarySlot(*core);
+// The calling thread's slot. Null when it has none and `make` is false.
+std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core, bool make) {
+  if (threadSlotsGone) return make ? temporarySlot(*core) : nullptr;
   auto& entries = threadSlots.entries;
   for (const auto& entry : entries) {
     if (entry.serial == core->serial) return entry.slot;
   }
+  if (!make) return nullptr;
   entries.erase(std::remove_if(entries.begin(), entries.end(),
                                [](const auto& entry) { return entry.core.expired(); }),
                 entries.end());
@@ -64,14 +66,13 @@ std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core) {
 
 Reading::Reading(std::shared_ptr<StoreCore> core, Mode mode) : core_(std::move(core)) {
   core_->checkProcess();
-  slot_ = threadSlot(core_);
-  if (slot_->depth > 0) {
-    if (mode == kShared) {
-      ++slot_->depth;
-      return;
-    }
-    slot_ = temporarySlot(*core_);
+  slot_ = threadSlot(core_, mode == kShared);
+  if (mode == kShared && slot_->depth > 0) {
+    ++slot_->depth;
+    return;
   }
+  // A look at the newest revision does not make the thread one that reads.
+  if (slot_ == nullptr || slot_->depth > 0) slot_ = temporarySlot(*core_);
   bool reading = false;
   try {
     core_->env->beginRead(*slot_);
@@ -100,15 +101,19 @@ Reading::~Reading() {
 }
 
 Revision refreshRevision(const std::shared_ptr<StoreCore>& core) {
+  core->checkProcess();
   const std::uint64_t transaction = core->env->lastTransaction();
-  {
-    std::scoped_lock lock(core->revisionMutex);
-    if (transaction == core->lastTransaction) return core->status->revision();
+  std::unique_lock lock(core->lastMutex);
+  if (transaction != core->lastTransaction) {
+    lock.unlock();
+    const Reading reading(core, Reading::kNewest);
+    lock.lock();
+    if (reading.slot().transaction > core->lastTransaction) {
+      core->lastTransaction = reading.slot().transaction;
+      core->lastRevision = reading.revision();
+    }
   }
-  const Reading reading(core, Reading::kNewest);
-  core->status->publish(reading.revision());
-  std::scoped_lock lock(core->revisionMutex);
-  core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
+  if (core->status->revision() < core->lastRevision) core->status->publish(core->lastRevision);
   return core->status->revision();
 }
 

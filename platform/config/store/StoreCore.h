@@ -41,9 +41,10 @@ struct StoreCore {
 
   std::atomic<int> processSlot{-1};
 
-  // The last transaction that was looked at for its revision; guarded by revisionMutex.
-  std::mutex revisionMutex;
-  std::uint64_t lastTransaction = 0;
+  // The last transaction that was looked at for its revision.
+  std::mutex lastMutex;
+  std::uint64_t lastTransaction = 0;  // guarded by lastMutex
+  Revision lastRevision = 0;          // guarded by lastMutex
 
   // Guarded by env->writeMutex().
   std::chrono::steady_clock::time_point readersChecked{};

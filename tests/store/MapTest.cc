@@ -1,0 +1,169 @@
+// The limits of a store: its map, and its readers.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+
+#include "Child.h"
+#include "StoreRecords.h"
+#include "support/StoreFixture.h"
+
+namespace Kestrav::Config {
+namespace {
+
+using ::testing::HasSubstr;
+using namespace StoreTesting;
+
+constexpr std::size_t kMiB = 1u << 20;
+
+class StoreLimits : public ::testing::Test {
+ protected:
+  std::shared_ptr<ConfigStore> open(std::size_t initial, std::size_t maximum = 64 * kMiB) {
+    ConfigStore::Options options;
+    options.initialMapSize = initial;
+    options.maximumMapSize = maximum;
+    options.resizePatienceMs = 200;
+    return ConfigStore::open(folder_ / "store", options);
+  }
+  std::string path() const { return (folder_ / "store").string(); }
+  Testing::TemporaryFolder folder_;
+};
+
+TEST_F(StoreLimits, AFullMapGrows) {
+  const auto store = open(kMiB);
+  EXPECT_EQ(store->statistics().mapBytes, kMiB);
+  EXPECT_EQ(fillWithNoise(*store, 10'000), 1u);
+  EXPECT_EQ(store->snapshot().size(kItems, 0), 10'000);
+  EXPECT_GT(store->statistics().mapBytes, 4 * kMiB);
+  EXPECT_EQ(store->statistics().mapBytes % kMiB, 0u);
+}
+
+TEST_F(StoreLimits, AMapThatCannotGrowLeavesTheOldRevision) {
+  const auto store = open(kMiB, 2 * kMiB);
+  putAll(*store, {1});
+  expectCode(StoreError::kFull, [&] { fillWithNoise(*store, 10'000); });
+  EXPECT_EQ(store->revision(), 1u);
+  EXPECT_EQ(store->snapshot().size(kItems, 0), 1);
+  EXPECT_EQ(putAll(*store, {2}), 2u) << "smaller changes still fit";
+}
+
+TEST_F(StoreLimits, AMapDoesNotGrowUnderASnapshotOfThisProcess) {
+  const auto store = open(kMiB);
+  putAll(*store, {1});
+  {
+    const Snapshot snapshot = store->snapshot();
+    expectCode(StoreError::kFull, [&] { fillWithNoise(*store, 10'000); });
+    EXPECT_EQ(snapshot.size(kItems, 0), 1);
+  }
+  EXPECT_EQ(fillWithNoise(*store, 10'000), 2u);
+}
+
+TEST_F(StoreLimits, AMapGrownByAnotherProcessIsFollowed) {
+  const auto store = open(kMiB);
+  putAll(*store, {1});
+  Child other({"fill", path(), "10000"});
+  EXPECT_EQ(other.line(), "2");
+  EXPECT_EQ(other.wait(), 0);
+  EXPECT_EQ(store->snapshot().size(kItems, 0), 10'001);
+  EXPECT_GT(store->statistics().mapBytes, 4 * kMiB);
+}
+
+TEST_F(StoreLimits, AWriterFollowsAMapGrownByAnotherProcess) {
+  const auto store = open(kMiB);
+  Child other({"fill", path(), "10000"});
+  EXPECT_EQ(other.line(), "1");
+  EXPECT_EQ(putAll(*store, {1}), 2u);
+}
+
+TEST_F(StoreLimits, TakenReaderSlotsAreSaidToBe) {
+  ConfigStore::Options options;
+  options.readerSlots = 5;
+  const auto store = ConfigStore::open(folder_ / "store", options);
+  putAll(*store, {1});
+  Child readers({"hold", path(), "5"});
+  EXPECT_EQ(readers.line(), "1");
+  try {
+    store->snapshot();
+    ADD_FAILURE() << "a sixth reader";
+  } catch (const Exception& exception) {
+    EXPECT_EQ(exception.code(), StoreError::kNoReaderSlot);
+    EXPECT_THAT(exception.message(), HasSubstr("All 5 reader slots"));
+  }
+  EXPECT_EQ(putAll(*store, {2}), 2u) << "writers need none";
+  readers.kill();
+  EXPECT_EQ(store->snapshot().revision(), 2u) << "the dead ones' slots are free again";
+}
+
+TEST_F(StoreLimits, ThreadsThatDoNotReadAtTheMomentGiveTheirSlotsAway) {
+  ConfigStore::Options options;
+  options.readerSlots = 2;
+  const auto store = ConfigStore::open(folder_ / "store", options);
+  putAll(*store, {1});
+  std::promise<void> end;
+  const std::shared_future<void> ended = end.get_future().share();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    std::promise<void> read;
+    threads.emplace_back([&] {
+      EXPECT_EQ(store->snapshot().size(kItems, 0), 1);
+      read.set_value();
+      ended.wait();  // the thread stays, and keeps what it was given
+    });
+    read.get_future().wait();
+  }
+  EXPECT_EQ(store->snapshot().size(kItems, 0), 1);
+  end.set_value();
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(StoreLimits, SlotsOfThreadsThatEndedAreFree) {
+  ConfigStore::Options options;
+  options.readerSlots = 2;
+  const auto store = ConfigStore::open(folder_ / "store", options);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(revisionSeenByAnotherThread(*store), 0u);
+  EXPECT_LE(store->statistics().readersInUse, 2u);
+}
+
+TEST_F(StoreLimits, ASnapshotMayOutliveItsStore) {
+  auto store = open(kMiB);
+  putAll(*store, {1});
+  Snapshot snapshot = store->snapshot();
+  store.reset();
+  EXPECT_EQ(snapshot.size(kItems, 0), 1);
+  store = open(kMiB);
+  EXPECT_EQ(putAll(*store, {2}), 2u);
+  EXPECT_EQ(snapshot.size(kItems, 0), 1);
+  EXPECT_EQ(store->snapshot().revision(), 1u) << "still nested in the first";
+  snapshot = ConfigStore::emptySnapshot();
+  EXPECT_EQ(store->snapshot().revision(), 2u);
+}
+
+TEST_F(StoreLimits, AThreadMayOutliveTheStoreItRead) {
+  auto store = open(kMiB);
+  std::promise<void> read;
+  std::promise<void> gone;
+  std::thread reader([&] {
+    store->snapshot().size(kItems, 0);
+    read.set_value();
+    gone.get_future().wait();
+  });
+  read.get_future().wait();
+  store.reset();
+  gone.set_value();
+  reader.join();
+  EXPECT_EQ(putAll(*open(kMiB), {1}), 1u);
+}
+
+TEST_F(StoreLimits, OneFolderIsOpenedOnce) {
+  const auto store = open(kMiB);
+  EXPECT_EQ(open(kMiB), store);
+  std::filesystem::create_directory_symlink(folder_ / "store", folder_ / "link");
+  EXPECT_EQ(ConfigStore::open(folder_ / "link"), store);
+  EXPECT_EQ(store->folder(), std::filesystem::canonical(folder_ / "store"));
+}
+
+}  // namespace
+}  // namespace Kestrav::Config

@@ -1,0 +1,103 @@
+// A process that works on a store for the tests: store_child VERB FOLDER [ARGUMENT...]. Says what
+// it has on stdout; verbs that hold something wait for the end of stdin.
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+#include <map>
+#include <thread>
+
+#include "StoreRecords.h"
+#include "config/store/ConfigStore.h"
+
+namespace {
+
+using namespace Kestrav::Config;
+using namespace Kestrav::Config::StoreTesting;
+using Arguments = std::vector<std::string>;
+
+void say(const std::string& line) {
+  std::printf("%s\n", line.c_str());
+  std::fflush(stdout);
+}
+
+void untilReleased() {
+  char byte;
+  while (::read(0, &byte, 1) > 0) {
+  }
+}
+
+// Holds ARGUMENT snapshots (default 1), each of a thread of its own.
+void hold(ConfigStore& store, const Arguments& arguments) {
+  const int count = arguments.empty() ? 1 : std::atoi(arguments[0].c_str());
+  std::atomic<int> ready{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) {
+    threads.emplace_back([&] {
+      const Snapshot snapshot = store.snapshot();
+      if (ready.fetch_add(1) + 1 == count) say(std::to_string(snapshot.revision()));
+      untilReleased();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+// Writes sets of records for ever; all records of a set carry its revision.
+void churn(ConfigStore& store, const Arguments& arguments) {
+  const int size = std::atoi(arguments.at(0).c_str());
+  say("ready");
+  for (;;) writeSet(store, size);
+}
+
+// Adds as many items as ARGUMENT says, with texts that do not compress.
+void fill(ConfigStore& store, const Arguments& arguments) {
+  say(std::to_string(fillWithNoise(store, std::atoi(arguments.at(0).c_str()))));
+}
+
+void putOne(ConfigStore& store, const Arguments& arguments) {
+  const Item record =
+      item(static_cast<std::uint32_t>(std::atoi(arguments.at(0).c_str())), arguments.at(1));
+  ChangeSet changes;
+  changes.put(kItems, 0, &record);
+  say(std::to_string(store.commit(std::move(changes))));
+}
+
+// Says when it is about to wait for a revision above ARGUMENT, then which one came.
+void awaitRevision(ConfigStore& store, const Arguments& arguments) {
+  const Revision seen = std::strtoull(arguments.at(0).c_str(), nullptr, 10);
+  say("waiting");
+  say(std::to_string(store.waitForRevision(seen, 60'000)));
+}
+
+// Registers under the first ARGUMENT; publishes the second, if any, as applied.
+void follow(ConfigStore& store, const Arguments& arguments) {
+  store.registerProcess(arguments.at(0));
+  if (arguments.size() > 1) store.applied(std::strtoull(arguments[1].c_str(), nullptr, 10));
+  say("registered");
+  untilReleased();
+}
+
+void justOpen(ConfigStore& store, const Arguments&) {
+  say(std::to_string(store.revision()));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::map<std::string, void (*)(ConfigStore&, const Arguments&)> verbs = {
+      {"hold", hold},          {"churn", churn},   {"fill", fill},     {"put", putOne},
+      {"wait", awaitRevision}, {"follow", follow}, {"open", justOpen},
+  };
+  if (argc < 3 || !verbs.contains(argv[1])) return 2;
+  try {
+    const auto store = ConfigStore::open(argv[2]);
+    verbs.at(argv[1])(*store, Arguments(argv + 3, argv + argc));
+    return 0;
+  } catch (const Kestrav::Exception& exception) {
+    say("failed: " + exception.asString());
+    return 1;
+  }
+}
