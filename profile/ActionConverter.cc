@@ -175,6 +175,8 @@ const ActionLayout kAntispamActionLayout = {
     .subjectTag = KESTRAV_TEXT_AT(__aps_antispam_action, subject_tag),
 };
 
+#undef KESTRAV_TEXT_AT
+
 void convertAction(const void* record, const ActionLayout& layout, ActionContainer& out) {
   const RecordReader reader(record);
   for (const Step step : layout.steps) {

@@ -13,6 +13,16 @@
 
 namespace Kestrav {
 
+// Where something stands, from the start of the record.
+struct ActionFlag {
+  std::uint32_t offset = 0;
+  unsigned char mask = 0xFF;
+};
+struct ActionText {
+  std::uint32_t offset = 0;
+  std::uint32_t size = 0;
+};
+
 struct ActionLayout {
   // What can come of a record; `steps` gives the order.
   enum class Step : std::uint8_t {
@@ -30,44 +40,37 @@ struct ActionLayout {
     unsigned char kind;
     ActionType type;
   };
-  // Offsets are from the start of the record.
-  struct Flag {
-    std::uint32_t offset = 0;
-    unsigned char mask = 0xFF;
-  };
-  struct Text {
-    std::uint32_t offset = 0;
-    std::uint32_t size = 0;
-  };
+  using Flag = ActionFlag;
+  using Text = ActionText;
 
-  std::span<const Step> steps;
+  std::span<const Step> steps = {};
 
   std::uint32_t disposition = 0;  // one byte
-  std::span<const Disposition> dispositions;
+  std::span<const Disposition> dispositions = {};
   std::uint32_t rewriteLocal = 0;  // cfg_as_email_address_modification_
   std::uint32_t rewriteDomain = 0;
   std::uint32_t folderId = 0;
   std::uint32_t encryptionProfileId = 0;
 
-  Flag useAlternateHost;
-  Text alternateHost;
+  Flag useAlternateHost = {};
+  Text alternateHost = {};
 
-  Flag useBlindCopy;
-  Text blindCopy;
+  Flag useBlindCopy = {};
+  Text blindCopy = {};
   std::uint32_t blindCopyFailed = 0;  // message code for a list that cannot be read
 
-  Flag archive;
+  Flag archive = {};
   std::uint32_t archiveRecipientId = 0;
 
-  Flag notify;
+  Flag notify = {};
   std::uint32_t notificationProfileId = 0;
 
-  Flag insertHeader;
-  Text headerName;
-  Text headerValue;
+  Flag insertHeader = {};
+  Text headerName = {};
+  Text headerValue = {};
 
-  Flag tagSubject;
-  Text subjectTag;
+  Flag tagSubject = {};
+  Text subjectTag = {};
 };
 
 // Appends what `record` asks for to `out`. REQUIRES: record is of the kind that `layout` describes.

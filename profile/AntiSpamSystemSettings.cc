@@ -29,7 +29,8 @@ void fill(BayesianSystemSettings& settings, const __aps_sys_antispam& system) {
   settings.domain = boundedText(system.bayesian_domain);
 }
 
-// One process-wide object, made when it is asked for.
+// One process-wide object, made when it is asked for; never destroyed, like all that threads may
+// still be using at the end.
 template <class Settings>
 class Shared {
  public:
@@ -61,13 +62,13 @@ class Shared {
 };
 
 Shared<QuarantineControlSettings>& quarantineControl() {
-  static Shared<QuarantineControlSettings> settings;
-  return settings;
+  static auto* const settings = new Shared<QuarantineControlSettings>;
+  return *settings;
 }
 
 Shared<BayesianSystemSettings>& bayesianSystem() {
-  static Shared<BayesianSystemSettings> settings;
-  return settings;
+  static auto* const settings = new Shared<BayesianSystemSettings>;
+  return *settings;
 }
 
 // Values of controlAccountType().

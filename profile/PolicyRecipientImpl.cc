@@ -76,7 +76,7 @@ PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
   policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
   if (incoming) policy->policyDomain = recipient.domain();
   if (contentInspectionOn()) {
-    fillProfiles(*policy, record, incoming ? domain->configuration_domain : kSystemDomain);
+    fillProfiles(*policy, record, incoming ? domain->configurationDomain() : kSystemDomain);
   }
   fillAccess(policy->access, record);
   return policy.release();

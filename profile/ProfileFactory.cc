@@ -50,12 +50,9 @@ template <class Record>
 void traceUpdate(const UpdateLog& log, int id, const Record* record) {
   if (log.code == kNotTraced) return;
   if (CMF::Event::Dispatcher::instance("", false, false)->trace() <= kTraceLevel) return;
-  if (record == nullptr) {
-    Logger::instance(false).log(log.code, "%d\x01%s", id, static_cast<const char*>(nullptr));
-  } else {
-    Logger::instance(false).log(log.code, "%d\x01%s", id,
-                                std::string(boundedText(record->name)).c_str());
-  }
+  // A deleted record has no name any more.
+  const std::string name(record == nullptr ? "(null)" : boundedText(record->name));
+  Logger::instance(false).log(log.code, "%d\x01%s", id, name.c_str());
 }
 
 // Forgets the entry `id` of each cache. What it held is destroyed after the lock is released.

@@ -66,8 +66,9 @@ std::list<IPAddressMask> TrustedAddresses::list() const {
 TrustedMTASet::~TrustedMTASet() = default;
 
 TrustedMTASetRef TrustedMTASetRef::instance(bool) {
-  static const TrustedMTASetRef sets(new TrustedMTASet);
-  return sets;
+  // Never destroyed: the event thread may outlive static objects.
+  static const auto* const sets = new TrustedMTASetRef(new TrustedMTASet);
+  return *sets;
 }
 
 void initializeTrustedMTASet() {

@@ -1,0 +1,126 @@
+// What a cache keeps and what it keeps out.
+#include "profile/ProfileCache.h"
+
+#include <gtest/gtest.h>
+
+#include "ActionContainer.h"
+#include "config/CMF.h"
+#include "tests/support/Builders.h"
+#include "tests/support/StoreFixture.h"
+
+namespace Kestrav {
+namespace {
+
+// Containers stand for profiles: each one made is a different implementation.
+using Handle = ActionContainer;
+using Cache = ProfileCache<Handle>;
+
+TEST(ProfileCache, AnswersWithWhatWasPublished) {
+  Cache cache;
+  const Handle made;
+  EXPECT_EQ(cache.publish(cache.ticket(), StoreMark(), 7, made), made);
+  Handle found;
+  ASSERT_TRUE(cache.find(7, found));
+  EXPECT_EQ(found, made);
+  EXPECT_FALSE(cache.find(8, found));
+}
+
+TEST(ProfileCache, KeepsTheFirstOfTwo) {
+  Cache cache;
+  const Handle first;
+  const Handle second;
+  cache.publish(cache.ticket(), StoreMark(), 7, first);
+  EXPECT_EQ(cache.publish(cache.ticket(), StoreMark(), 7, second), first);
+}
+
+TEST(ProfileCache, KeepsOutALoadThatBeganBeforeADrop) {
+  const struct {
+    const char* what;
+    void (*drop)(Cache&);
+  } cases[] = {
+      {"of the same profile", [](Cache& cache) { static_cast<void>(cache.erase(7)); }},
+      {"of another profile", [](Cache& cache) { static_cast<void>(cache.erase(8)); }},
+      {"of all", [](Cache& cache) { static_cast<void>(cache.clear()); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Cache cache;
+    const std::uint64_t ticket = cache.ticket();
+    c.drop(cache);
+    const Handle made;
+    EXPECT_EQ(cache.publish(ticket, StoreMark(), 7, made), made);
+    Handle found;
+    EXPECT_FALSE(cache.find(7, found));
+
+    cache.publish(cache.ticket(), StoreMark(), 7, made);
+    EXPECT_TRUE(cache.find(7, found));
+  }
+}
+
+TEST(ProfileCache, DropsOneOrAll) {
+  Cache cache;
+  const Handle made;
+  for (const int id : {1, 2, 3}) cache.publish(cache.ticket(), StoreMark(), id, made);
+  EXPECT_FALSE(cache.erase(2).empty());
+  EXPECT_TRUE(cache.erase(2).empty());
+  Handle found;
+  EXPECT_FALSE(cache.find(2, found));
+  EXPECT_TRUE(cache.find(3, found));
+  EXPECT_EQ(cache.clear().size(), 2u);
+  EXPECT_FALSE(cache.find(3, found));
+}
+
+class ProfileCacheOverAStore : public Testing::StoreFixture {
+ protected:
+  void change() {
+    Config::ChangeSet changes;
+    Testing::AntispamRecord(++id_).put(changes);
+    store().commit(std::move(changes));
+  }
+
+ private:
+  std::uint32_t id_ = 0;
+};
+
+TEST_F(ProfileCacheOverAStore, KeepsOutWhatWasReadBeforeTheRevisionOfTheLastDrop) {
+  Cache cache;
+  change();
+  const StoreMark before = StoreMark::newest();
+  change();
+  static_cast<void>(cache.clear());
+
+  const Handle made;
+  Handle found;
+  cache.publish(cache.ticket(), before, 7, made);
+  EXPECT_FALSE(cache.find(7, found));
+  cache.publish(cache.ticket(), StoreMark::newest(), 7, made);
+  EXPECT_TRUE(cache.find(7, found));
+}
+
+TEST_F(ProfileCacheOverAStore, DoesNotCompareRevisionsOfDifferentStores) {
+  for (int i = 0; i < 3; ++i) change();
+  const StoreMark here = StoreMark::newest();
+  Config::ConfigStore::attach(nullptr);
+  EXPECT_FALSE(StoreMark::newest().isBefore(here));
+  EXPECT_FALSE(here.isBefore(StoreMark::newest()));
+  {
+    const Testing::AttachedStore other;
+    EXPECT_FALSE(StoreMark::newest().isBefore(here));
+    EXPECT_FALSE(here.isBefore(StoreMark::newest()));
+  }
+  Config::ConfigStore::attach(sharedStore());
+  change();
+  EXPECT_TRUE(here.isBefore(StoreMark::newest()));
+  EXPECT_FALSE(StoreMark::newest().isBefore(here));
+}
+
+TEST_F(ProfileCacheOverAStore, TheMarkOfAReaderIsThatOfItsPin) {
+  const StoreMark before = StoreMark::newest();
+  const CMF::Lock pin(true);
+  change();
+  EXPECT_FALSE(before.isBefore(StoreMark::pinned()));
+  EXPECT_TRUE(StoreMark::pinned().isBefore(StoreMark::newest()));
+}
+
+}  // namespace
+}  // namespace Kestrav
