@@ -93,6 +93,8 @@ std::variant<CriterionValue, Mistake> parseCriterion(const Criterion& criterion,
     if (text.starts_with(prefix)) value = {form, text.substr(prefix.size())};
   }
   const std::string right = examples(criterion);
+  // What is written for a stored value that is no form at all.
+  if (text.starts_with("invalid:")) return Mistake{shown(text) + " applies to nothing", right};
   if (!has(criterion, value.form)) {
     return Mistake{shown(text) + " is not possible here", right};
   }

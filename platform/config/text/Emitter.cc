@@ -24,9 +24,11 @@ bool isPlain(std::string_view text) {
            c == '/';
   };
   if (!wordCharacter(text.front()) || text.back() == ' ') return false;
-  for (const char c : text) {
-    if (!wordCharacter(c) && std::string_view(" .@+-").find(c) == std::string_view::npos)
-      return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (wordCharacter(text[i])) continue;
+    if (std::string_view(" .@+-:").find(text[i]) == std::string_view::npos) return false;
+    // A colon in front of a blank would end a key.
+    if (text[i] == ':' && (i + 1 == text.size() || text[i + 1] == ' ')) return false;
   }
   return true;
 }

@@ -36,6 +36,14 @@ std::vector<const Field*> visibleFields(const RecordType& type, std::string_view
   return fields;
 }
 
+const Field& loneField(const RecordType& type, std::string_view hidden) {
+  const std::vector<const Field*> fields = visibleFields(type, hidden);
+  for (const Field* field : fields) {
+    if (field->required) return *field;
+  }
+  return *fields.front();
+}
+
 std::vector<std::string> extraKeys(const Table& table) {
   std::vector<std::string> keys;
   if (table.gid == GID_PROTECTED_DOMAIN) keys.emplace_back(kConfigurationKey);

@@ -89,7 +89,7 @@ template <class Visit>
 void Reader::walk(const YamlNode& node, const std::string& what, Visit visit) {
   if (node.kind == YamlNode::Kind::kNull) return;
   if (node.kind != YamlNode::Kind::kMap) {
-    problem(node, what + " is a list or a single value", "a map of 'key: value' lines");
+    problem(node, "a list or a single value for " + what, "a map of 'key: value' lines");
     return;
   }
   std::map<std::string_view, const YamlNode*> seen;
@@ -147,6 +147,10 @@ class RecordReader {
 // The fields that the text form writes: neither reserved nor filled in by loading, nor part of a
 // criterion. `hidden` names one more that is left out (the reference to the owner); empty for none.
 std::vector<const Field*> visibleFields(const RecordType& type, std::string_view hidden = {});
+
+// The field that a lone value in the place of a map is for: the first that must be given, else the
+// first.
+const Field& loneField(const RecordType& type, std::string_view hidden = {});
 
 // The keys that a record of the table has besides its fields and criteria.
 std::vector<std::string> extraKeys(const Table& table);

@@ -66,11 +66,9 @@ void RecordReader::readFields(const RecordType& type, void* base, const YamlNode
   const std::vector<const Field*> fields = visibleFields(type, hidden);
   std::map<std::string_view, bool> given;
   if (node.kind == YamlNode::Kind::kScalar) {
-    // A lone value is that of the first field that is not the number.
-    const auto first = std::find_if(fields.begin(), fields.end(),
-                                    [](const Field* field) { return field->kind != Kind::kId; });
-    readField(type, **first, base, node, path);
-    given[(*first)->name] = true;
+    const Field& lone = loneField(type, hidden);
+    readField(type, lone, base, node, path);
+    given[lone.name] = true;
   } else {
     reader_.walk(node, "the " + what, [&](const YamlNode& key, const YamlNode& value) {
       const auto named = [&](const Field* field) { return field->name == key.text; };

@@ -67,12 +67,15 @@ void Reader::resolve(const Reference& reference) {
     for (std::string& name : namesOf(other, record.space)) names.push_back(std::move(name));
   }
   const std::string near = nearest(reference.name, names);
-  problem(reference.place, "there is no " + kind + " " + shown(reference.name),
-          !near.empty() ? "'" + near + "'"
-          : names.empty()
-              ? "a " + kind + " of that name, defined under '" +
-                    std::string(findTable(reference.field->target)->key) + "'"
-              : "one of " + alternatives({names.data(), std::min<std::size_t>(names.size(), 12)}));
+  std::string right = "'" + near + "'";
+  if (near.empty() && names.empty()) {
+    right = "an entry of that name under '" + std::string(findTable(reference.field->target)->key) +
+            "'";
+  } else if (near.empty()) {
+    names.resize(std::min<std::size_t>(names.size(), 12));
+    right = "one of " + alternatives(names);
+  }
+  problem(reference.place, "there is no " + kind + " " + shown(reference.name), right);
 }
 
 bool Reader::resolveText(const Reference& reference) {

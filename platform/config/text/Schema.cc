@@ -105,7 +105,6 @@ Json schemaOf(const RecordType& type, std::string_view hidden, bool inList, cons
   Json map = {{"type", "object"}, {"properties", properties}, {"additionalProperties", false}};
   if (!required.empty()) map["required"] = required;
   if (!inList) return map;
-  // A lone value is that of the first field.
   const Json alone = {{"type", Json::array({"string", "number", "boolean"})}};
   return {{"anyOf", Json::array({map, alone})}};
 }

@@ -187,13 +187,12 @@ class Writer {
 
   void fields(const RecordType& type, const void* record, ngid_t domain, std::string_view hidden) {
     const std::vector<const Field*> visible = visibleFields(type, hidden);
-    // The name and the number come first, then whom the record applies to.
-    const auto leads = [](const Field* field) {
-      return field->name == "name" || field->kind == Kind::kId;
+    // The name, or what stands for it, and the number come first, then whom the record applies to.
+    const Field* lone = &loneField(type, hidden);
+    if (lone->required) this->field(type, *lone, record, domain);
+    const auto leads = [lone](const Field* field) {
+      return (field == lone && lone->required) || field->kind == Kind::kId;
     };
-    for (const Field* field : visible) {
-      if (field->name == "name") this->field(type, *field, record, domain);
-    }
     for (const Field* field : visible) {
       if (field->kind == Kind::kId) this->field(type, *field, record, domain);
     }
@@ -258,8 +257,12 @@ class Writer {
         emitter_.text(field.name,
                       field.secret && !options_.secrets ? kMaskedSecret : readText(field, record));
         return;
+      case Kind::kReference:
+      case Kind::kAddressMask:
+        emitter_.text(field.name, scalar(field, record, domain));
+        return;
       default:
-        emitter_.pair(field.name, Emitter::quoted(scalar(field, record, domain)));
+        emitter_.pair(field.name, scalar(field, record, domain));
     }
   }
 
@@ -297,18 +300,18 @@ class Writer {
     return digits;
   }
 
-  // An entry of which only the first field says anything is written as that alone.
+  // An entry of which only the most telling field says anything is written as that alone.
   void entry(const RecordType& type, const void* record, ngid_t domain) {
     const std::vector<const Field*> visible = visibleFields(type);
+    const Field& lone = loneField(type);
     bool alone = type.criteria.empty();
     for (const Field* field : visible) {
       const bool compound =
           field->kind == Kind::kStruct || field->kind == Kind::kList || field->kind == Kind::kArray;
-      alone =
-          alone && !compound && (field == visible.front() || holdsDefault(type, *field, record));
+      alone = alone && !compound && (field == &lone || holdsDefault(type, *field, record));
     }
     if (alone) {
-      emitter_.item(scalar(*visible.front(), record, domain));
+      emitter_.item(scalar(lone, record, domain));
       return;
     }
     emitter_.openItem();

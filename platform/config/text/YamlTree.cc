@@ -97,9 +97,16 @@ class TreeBuilder : public YAML::EventHandler {
   void add(YamlNode made) {
     if (open_.empty()) {
       root_ = std::move(made);
-    } else {
-      open_.back().items.push_back(std::move(made));
+      return;
     }
+    YamlNode& parent = open_.back();
+    const bool isValue = parent.kind == YamlNode::Kind::kMap && parent.items.size() % 2 == 1;
+    if (isValue && made.kind == YamlNode::Kind::kNull) {
+      // What is not there stands nowhere: its key tells where it should.
+      made.line = parent.items.back().line;
+      made.column = parent.items.back().column;
+    }
+    parent.items.push_back(std::move(made));
   }
 
   const std::string& file_;

@@ -1,0 +1,54 @@
+// The reference page and the schema, which are made from the field tables.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "config/records/Tables.h"
+#include "config/text/Text.h"
+
+using namespace Kestrav::Config;
+using namespace Kestrav::Config::Text;
+
+namespace {
+
+std::string fileContent(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
+}
+
+}  // namespace
+
+// After a change of the field tables: KESTRAV_WRITE_GOLDEN=1 text_tests
+TEST(Documentation, ThePageIsThatOfTheFieldTables) {
+  const std::string page = std::string(KESTRAV_DOCS) + "/records.md";
+  if (std::getenv("KESTRAV_WRITE_GOLDEN") != nullptr) std::ofstream(page) << documentation();
+  EXPECT_EQ(fileContent(page), documentation());
+}
+
+TEST(Documentation, TheSchemaIsThatOfTheFieldTables) {
+  const std::string path = std::string(KESTRAV_DOCS) + "/schema/gateway.schema.json";
+  if (std::getenv("KESTRAV_WRITE_GOLDEN") != nullptr) std::ofstream(path) << schema();
+  EXPECT_EQ(fileContent(path), schema());
+}
+
+TEST(Schema, KnowsEveryKey) {
+  const auto json = nlohmann::json::parse(schema());
+  for (const Table& table : tables()) {
+    if (table.owner != 0) continue;
+    EXPECT_TRUE(json["properties"].contains(std::string(table.key))) << table.key;
+  }
+  const auto& domain = json["properties"]["domains"]["items"]["anyOf"][0]["properties"];
+  EXPECT_TRUE(domain["configuration"]["properties"].contains("incoming-policies"));
+  EXPECT_FALSE(domain["configuration"]["properties"].contains("web-filters"));
+  const auto& dictionary = json["properties"]["dictionaries"]["items"]["anyOf"][0]["properties"];
+  EXPECT_EQ(dictionary["items"]["items"]["anyOf"][0]["required"][0], "pattern");
+  const auto& action = json["properties"]["antispam-actions"]["items"]["anyOf"][0]["properties"];
+  EXPECT_EQ(action["disposition"]["anyOf"][0]["enum"][1], "discard");
+  EXPECT_EQ(action["tag-subject"]["anyOf"][0]["type"], "boolean");
+  EXPECT_EQ(action["tag-subject"]["anyOf"][1]["enum"].size(), 4u);
+}
