@@ -8,7 +8,8 @@
 
 namespace Kestrav::Testing {
 
-// How the factory started. Folders "Virus", "Content" and "Dlp" were there, and "bulk", but no "Bulk".
+// How the factory started. Folders "Virus", "Content" and "Dlp" were there, and "bulk", but no
+// "Bulk".
 struct Start {
   std::vector<std::uint32_t> folderIdsBefore;  // spam, virus, content, dlp
   std::uint32_t virusFolder = 0;

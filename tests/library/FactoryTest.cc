@@ -1,5 +1,5 @@
-// The profile factory's caches, as callers see them: which record a profile is made from, and when it
-// is made anew. Identity of the implementation tells a cached profile from one made again.
+// The profile factory's caches, as callers see them: which record a profile is made from, and when
+// it is made anew. Identity of the implementation tells a cached profile from one made again.
 #include "ProfileFactory.h"
 
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "Factory.h"
 #include "DeferPeriod.h"
+#include "Factory.h"
 #include "Gateway.h"
 #include "ProfileGlobalSettings.h"
 #include "common/Exception.h"

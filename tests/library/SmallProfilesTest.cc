@@ -10,6 +10,7 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "common/Buffer.h"
+#include "profile/ProfileWebFilterImpl.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -63,6 +64,17 @@ TEST(WebFilter, TwoIdsOfOneCategoryAreOne) {
   put(WebCategoryRecord(first, 44), WebCategoryRecord(second, 44));
   const ProfileWebFilter profile(WebFilterRecord(freshId()).categories({second, first}).data());
   EXPECT_EQ(spamCategories(profile), std::vector<int>{44});
+}
+
+TEST(WebFilter, FirstRecordReadOfACategoryIsKept) {
+  const std::uint32_t first = freshId();
+  const std::uint32_t second = freshId();
+  put(WebCategoryRecord(first, 45), WebCategoryRecord(second, 45));
+  const ProfileWebFilter profile(WebFilterRecord(freshId()).categories({second, first}).data());
+  const auto* impl = dynamic_cast<const ProfileWebFilterImpl*>(profile.operator->());
+  ASSERT_NE(impl, nullptr);
+  ASSERT_EQ(impl->categories.count(45), 1u);
+  EXPECT_EQ(impl->categories.at(45)->id, second);
 }
 
 TEST(WebFilter, WithoutCategoriesNothingIsSpam) {
