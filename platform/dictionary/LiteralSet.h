@@ -30,10 +30,10 @@ class LiteralSet {
   // Calls found(item, begin, end) for each occurrence, overlapping ones included; an item's ends
   // ascend.
   template <class Found>
-  void scan(std::string_view text, Found&& found) const {
+  void scan(std::string_view text, const Found& found) const {
     struct Context {
       const LiteralSet* set;
-      Found* found;
+      const Found* found;
     } context{this, &found};
     const auto onMatch = [](std::uint32_t index, std::size_t end, void* opaque) {
       auto* of = static_cast<Context*>(opaque);

@@ -95,6 +95,13 @@ TEST(CountedExpression, EndlessSearchesAreGivenUp) {
   }
 }
 
+TEST(CountedExpression, WorkIsBoundedOverAllStartsTogether) {
+  // No start is hard by itself; their sum grows with the square of the text.
+  const auto result = CountedExpression("a+(?=b)", {}).count(std::string(50'000, 'a'), kAny);
+  EXPECT_TRUE(result.givenUp);
+  EXPECT_EQ(result.reason, "too much work");
+}
+
 TEST(CountedExpression, MatchesBeforeGivingUpStay) {
   const auto result =
       CountedExpression("good|(a+)+$(?<!a)", {}).count("good good " + std::string(5000, 'a'), kAny);

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
+
+#include "dictionary/LiteralSet.h"
+
 namespace Kestrav::Dictionary {
 namespace {
 
@@ -74,6 +78,18 @@ TEST(ExpressionSet, MoreThanOneDatabase) {
   }
   const ExpressionSet set(expressions);
   EXPECT_THAT(set.candidates("w1099x W0X w500x"), ElementsAre(0, 500, 1099));
+}
+
+TEST(LiteralSet, ExceptionOfAVisitorEndsTheScanAndNotTheThread) {
+  const LiteralSet set({{"cash", 7, true}}, [](std::uint32_t, const std::string&) { FAIL(); });
+  const auto refuse = [](std::uint32_t, std::size_t, std::size_t) { throw std::bad_alloc(); };
+  EXPECT_THROW(set.scan("cash cash", refuse), std::bad_alloc);
+  std::vector<std::size_t> begins;
+  set.scan("cash CASH", [&](std::uint32_t item, std::size_t begin, std::size_t) {
+    EXPECT_EQ(item, 7u);
+    begins.push_back(begin);
+  });
+  EXPECT_THAT(begins, ElementsAre(0, 5));
 }
 
 }  // namespace
