@@ -85,7 +85,8 @@ TEST(CountedExpression, ErrorNamesReasonAndOffset) {
 }
 
 TEST(CountedExpression, EndlessSearchesAreGivenUp) {
-  const std::string text = std::string(100'000, 'a') + " b:";
+  std::string text(100'000, 'a');
+  text += " b:";
   for (const char* expression : {"(a+)+$(?<!:)", "(a|aa)+b(?<!b)", "(\\w+\\s?)+:(?<!:)"}) {
     SCOPED_TRACE(expression);
     const auto result = CountedExpression(expression, {}).count(text, kAny);
@@ -103,8 +104,9 @@ TEST(CountedExpression, WorkIsBoundedOverAllStartsTogether) {
 }
 
 TEST(CountedExpression, MatchesBeforeGivingUpStay) {
-  const auto result =
-      CountedExpression("good|(a+)+$(?<!a)", {}).count("good good " + std::string(5000, 'a'), kAny);
+  std::string text = "good good ";
+  text.append(5'000, 'a');
+  const auto result = CountedExpression("good|(a+)+$(?<!a)", {}).count(text, kAny);
   EXPECT_TRUE(result.givenUp);
   EXPECT_EQ(result.matches, 2u);
 }

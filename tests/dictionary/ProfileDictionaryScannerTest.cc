@@ -243,7 +243,9 @@ TEST(ProfileDictionaryScanner, ExpressionsBeyondTheFastEngineAreLimitedInNumber)
 TEST(ProfileDictionaryScanner, GivenUpSearchIsLoggedAndTheResultSaysSo) {
   const LoggedMessages logged;
   const auto scanner = Scanner({Regex("(a+)+$(?<!a)"), Literal("cash")});
-  const ScanResult result = scanner->scan("cash " + std::string(5'000, 'a'));
+  std::string text = "cash ";
+  text.append(5'000, 'a');
+  const ScanResult result = scanner->scan(text);
   EXPECT_FALSE(result.complete);
   EXPECT_EQ(result.score, 1);
   ASSERT_THAT(logged.codes, ElementsAre(LogCode::kDictionaryScanFailed));
@@ -253,7 +255,9 @@ TEST(ProfileDictionaryScanner, GivenUpSearchIsLoggedAndTheResultSaysSo) {
 TEST(ProfileDictionaryScanner, HardTextCannotHideWhatTheFastSearchFound) {
   const LoggedMessages logged;
   const auto scanner = Scanner({Regex("(x+x+)+y").partsOfWords()});
-  const ScanResult result = scanner->scan(std::string(5'000, 'x') + " xxy");
+  std::string text(5'000, 'x');
+  text += " xxy";
+  const ScanResult result = scanner->scan(text);
   EXPECT_FALSE(result.complete);
   EXPECT_EQ(result.score, 1);
 }
