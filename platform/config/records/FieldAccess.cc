@@ -108,7 +108,7 @@ bool writeText(const Field& field, void* record, std::string_view value) {
   if (value.size() >= field.size || value.find('\0') != std::string_view::npos) return false;
   std::byte* to = at(field, record);
   std::memset(to, 0, field.size);
-  std::memcpy(to, value.data(), value.size());
+  value.copy(reinterpret_cast<char*>(to), value.size());
   return true;
 }
 
