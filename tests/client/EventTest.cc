@@ -280,6 +280,7 @@ TEST_F(Events, TraceLevelIsZeroUntilSet) {
   traced->trace(3);
   EXPECT_EQ(Dispatcher::instance("traced", false, false)->trace(), 3u);
   EXPECT_EQ(dispatcher()->trace(), 0u);
+  traced->trace(0);
 }
 
 TEST_F(Events, ObserversSeeEveryChangeAfterTheHandlers) {
@@ -322,10 +323,6 @@ TEST_F(Events, ProcessShowsWhatItHasApplied) {
 TEST_F(Events, WaitTimesOut) {
   const Registered handler(new FolderHandler(notes_, "h"));
   EXPECT_FALSE(dispatcher()->waitApplied(store_->revision() + 1, 1));
-}
-
-TEST_F(Events, NothingIsWaitedForWhereNobodyListens) {
-  EXPECT_TRUE(dispatcher()->waitApplied(putFolder(1, "one"), 0));
 }
 
 TEST_F(Events, StoppedDispatcherCatchesUp) {
@@ -406,28 +403,39 @@ TEST_F(EventsWithAShortJournal, HandlerThatThrowsWhenItResynchronisesStopsNobody
 
 // ---- several processes
 
-void runWriter(const std::filesystem::path& store, int first, int last) {
-  std::string program = CLIENT_WRITER;
-  std::string folder = store.string();
-  std::string from = std::to_string(first);
-  std::string to = std::to_string(last);
-  char* arguments[] = {program.data(), folder.data(), from.data(), to.data(), nullptr};
+int runProcess(std::vector<std::string> words) {
+  words.insert(words.begin(), CLIENT_PROCESS);
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   pid_t child = 0;
-  ASSERT_EQ(::posix_spawn(&child, CLIENT_WRITER, nullptr, nullptr, arguments, ::environ), 0);
+  if (::posix_spawn(&child, CLIENT_PROCESS, nullptr, nullptr, arguments.data(), ::environ) != 0)
+    return -1;
   int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  ASSERT_EQ(WEXITSTATUS(status), 0);
+  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
 }
 
 TEST_F(Events, ChangesOfAnotherProcessAreDelivered) {
   const Registered handler(new FolderHandler(notes_, "h"));
   const Revision before = putFolder(100, "mine");
-  runWriter(store_->folder(), 1, 30);
+  EXPECT_EQ(runProcess({"write", store_->folder(), "1", "30"}), 0);
   applied(before + 30);
   std::vector<std::string> expected{"h: 0 ->mine"};
   for (int id = 1; id <= 30; ++id) expected.push_back("h: 0 ->other" + std::to_string(id));
   EXPECT_EQ(notes_.all(), expected);
+}
+
+TEST_F(Events, NothingIsWaitedForWhereNobodyListens) {
+  EXPECT_EQ(runProcess({"wait-alone", store_->folder()}), 0);
+}
+
+TEST_F(Events, ProcessEndsInTheMiddleOfDelivery) {
+  EXPECT_EQ(runProcess({"end-busy", store_->folder()}), 0);
+}
+
+TEST_F(Events, HandlerMayEndTheProcess) {
+  EXPECT_EQ(runProcess({"end-by-handler", store_->folder()}), 7);
 }
 
 TEST_F(Events, ChildAfterForkDeliversNothing) {

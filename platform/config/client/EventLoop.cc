@@ -191,30 +191,35 @@ bool EventLoop::otherAttached() const {
 
 // REQUIRES: delivery_ held.
 void EventLoop::follow() {
+  if (following_) return;  // a handler asks while it is told to resync
   const unsigned int seen = attachments.load();
   std::shared_ptr<ConfigStore> store = ConfigStore::attached();
   std::shared_ptr<ConfigStore> beforeStore;
   std::shared_ptr<const Listeners> before;
+  Revision now = 0;
+  bool other = false;
   {
     const std::scoped_lock lock(state_);
-    if (store == store_) {
-      followed_ = seen;
-      startThread();
-      return;
+    other = store != store_;
+    if (other) {
+      beforeStore = std::exchange(store_, std::move(store));
+      ++generation_;
+      running_ = false;
+      now = newest();
+      delivering_ = now;
+      before = change([now](Listeners& of) {
+        for (Registration& entry : of.handlers) entry.since = now;
+      });
     }
-    beforeStore = std::exchange(store_, std::move(store));
-    ++generation_;
-    running_ = false;
-    const Revision now = newest();
-    applied_ = now;
-    delivering_ = now;
-    before = change([now](Listeners& of) {
-      for (Registration& entry : of.handlers) entry.since = now;
-    });
-    followed_ = seen;
   }
-  resyncHandlers();
+  if (other) {
+    following_ = true;
+    resyncHandlers();
+    following_ = false;
+  }
   const std::scoped_lock lock(state_);
+  if (other) applied_ = now;
+  followed_ = seen;  // only now: whoever compares it may rely on the handlers' being done
   startThread();
   appliedChanged_.notify_all();
 }

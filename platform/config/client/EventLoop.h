@@ -82,6 +82,7 @@ class EventLoop {
   // because a handler may attach a store or stop the loop; timed, because a process does not wait
   // for ever at its exit.
   std::recursive_timed_mutex delivery_;
+  bool following_ = false;  // guarded by delivery_
   // Guards what follows up to the blank line; never held while calling a handler.
   mutable std::mutex state_;
   std::condition_variable appliedChanged_;

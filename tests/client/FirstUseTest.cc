@@ -1,0 +1,43 @@
+// The first use of a cache in a process, by a thread that holds an old revision. A program of its
+// own, for in another one the caches may have been used before.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "client/StoreFixture.h"
+#include "config/CMF.h"
+#include "config/ClientSideCache.h"
+#include "config/ServerCache.h"
+
+namespace Kestrav::CMF {
+namespace {
+
+using Global = RefApsSysClientSideCache<__aps_sys_global, 732>;
+
+class FirstUse : public Testing::StoreTest {
+ protected:
+  Testing::Revision setSwitch(std::uint32_t value) {
+    Testing::OwnedRecord record = Testing::defaults(GID_SYSTEM_GLOBAL);
+    record.as<__aps_sys_global>()->data_loss_prevention = value;
+    return put(GID_SYSTEM_GLOBAL, record);
+  }
+  static std::uint32_t seen() { return Global::instance(false)->record().data_loss_prevention; }
+};
+
+TEST_F(FirstUse, OldSettingsAreServedToTheThreadThatHoldsThemAlone) {
+  setSwitch(0);
+  const Lock lock(true);
+  std::thread([&] { setSwitch(1); }).join();
+  EXPECT_EQ(seen(), 0u);  // what else this thread reads is as old
+  std::thread([] { EXPECT_EQ(seen(), 1u); }).join();
+  EXPECT_EQ(seen(), 1u);
+}
+
+TEST_F(FirstUse, ProtectedDomainsAreThoseOfTheNewestRevision) {
+  const Lock lock(true);
+  std::thread([&] { put(GID_PROTECTED_DOMAIN, Testing::domainRecord(1, "a.example")); }).join();
+  EXPECT_FALSE(RefApsGwServerCache::instance(false).find("a.example").isNull());
+}
+
+}  // namespace
+}  // namespace Kestrav::CMF
