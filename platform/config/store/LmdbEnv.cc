@@ -257,6 +257,12 @@ void LmdbEnv::resize(std::size_t size) {
 
 // ---- Figures.
 
+std::uint64_t LmdbEnv::newestTransaction(const ReaderSlot&) const {
+  MDB_envinfo info{};
+  check(mdb_env_info(env_, &info), "look");
+  return info.me_last_txnid;
+}
+
 std::uint64_t LmdbEnv::lastTransaction() const {
   std::scoped_lock lock(gateMutex_);  // the map must not move meanwhile
   MDB_envinfo info{};

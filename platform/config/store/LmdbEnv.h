@@ -28,12 +28,12 @@ struct ReaderSlot {
 
   // The rest belongs to the slot's thread.
   unsigned depth = 0;
-  std::uint64_t transaction = 0;  // LMDB's number of the one read last; 0 before
-  Revision revision = 0;          // in that transaction
+  Revision revision = 0;          // that is being read, or was last
+  std::uint64_t transaction = 0;  // LMDB's number of that revision's transaction; 0 when not known
   bool threadGone = false;
   struct {
-    std::uint64_t transaction = 0;
-    unsigned gid = 0;
+    Revision revision = 0;
+    unsigned gid = 0;  // 0: none yet
     ngid_t domain = 0;
     std::shared_ptr<const TableIndex> index;
   } lastIndex;
@@ -73,6 +73,8 @@ class LmdbEnv {
 
   int clearDeadReaders();
   std::uint64_t lastTransaction() const;
+  // As lastTransaction(), for a thread that is reading on `slot`.
+  std::uint64_t newestTransaction(const ReaderSlot& slot) const;
   std::size_t usedBytes() const;
   std::size_t mapBytes() const;
   unsigned readersInUse() const;

@@ -86,12 +86,17 @@ Reading::Reading(std::shared_ptr<StoreCore> core, Mode mode) : core_(std::move(c
   slot_->depth = 1;
 }
 
+// LMDB picks a transaction's number first and then copies the page that describes it. A thread that
+// is held up in between for two commits gets the state of a later transaction under the number of
+// the earlier one: whole and protected, but not what the number says. So the number counts only
+// while nothing newer is there.
 void Reading::readRevision() {
   const std::uint64_t transaction = mdb_txn_id(slot_->txn);
-  if (transaction == slot_->transaction) return;  // what is known of it is still right
+  const bool certain = core_->env->newestTransaction(*slot_) == transaction;
+  if (certain && transaction == slot_->transaction) return;
   const auto revision = get(slot_->txn, db(LmdbEnv::kMeta), Key('r'));
   slot_->revision = revision ? fromBytes<Revision>(*revision) : 0;
-  slot_->transaction = transaction;
+  slot_->transaction = certain ? transaction : 0;
 }
 
 Reading::~Reading() {
@@ -108,10 +113,8 @@ Revision refreshRevision(const std::shared_ptr<StoreCore>& core) {
     lock.unlock();
     const Reading reading(core, Reading::kNewest);
     lock.lock();
-    if (reading.slot().transaction > core->lastTransaction) {
-      core->lastTransaction = reading.slot().transaction;
-      core->lastRevision = reading.revision();
-    }
+    core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
+    core->lastRevision = std::max(core->lastRevision, reading.revision());
   }
   if (core->status->revision() < core->lastRevision) core->status->publish(core->lastRevision);
   return core->status->revision();

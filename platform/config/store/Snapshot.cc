@@ -48,7 +48,7 @@ std::shared_ptr<const TableIndex> readIndex(const Reading& reading, G_CLI_GID gi
 
 std::shared_ptr<const TableIndex> findIndex(const Reading& reading, G_CLI_GID gid, ngid_t domain) {
   auto& last = reading.slot().lastIndex;
-  if (last.transaction == reading.slot().transaction && last.gid == gid && last.domain == domain) {
+  if (last.revision == reading.revision() && last.gid == gid && last.domain == domain) {
     return last.index;
   }
   const TableState state = stateOf(reading, gid, domain);
@@ -79,7 +79,7 @@ std::shared_ptr<const TableIndex> findIndex(const Reading& reading, G_CLI_GID gi
       }
     }
   }
-  last = {reading.slot().transaction, gid, domain, index};
+  last = {reading.revision(), gid, domain, index};
   return index;
 }
 
