@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstring>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "common/Exception.h"
 #include "common/Strings.h"
@@ -142,22 +139,4 @@ TEST(EmailAddressRewriter, AdapterTextWithoutAnEndEndsWithItsField) {
   } catch (const Exception& thrown) {
     EXPECT_EQ(thrown.code(), EmailAddress::kInvalidAddress);
   }
-}
-
-TEST(EmailAddressRewriterThreads, CallersOfOneRewriterGetTheirOwnAddresses) {
-  const EmailAddressRewriter shared("%%LOCAL%%@archive.%%DOMAIN%%");
-  std::atomic<int> wrong{0};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      const std::string local = "user" + std::to_string(t);
-      const EmailAddress own = address(local + "@d" + std::to_string(t) + ".example");
-      const std::string expected = local + "@archive.d" + std::to_string(t) + ".example";
-      for (int i = 0; i < 500; ++i) {
-        if (shared(own).address() != expected) ++wrong;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
 }
