@@ -23,6 +23,8 @@ bool colourWanted() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // What the platform notes in passing is not for the terminal.
+  Kestrav::Logger::instance().threshold(Kestrav::Logger::Severity::kWarning);
   Context context{kDefaultStore, std::cout, std::cerr, colourWanted(), isatty(STDERR_FILENO) != 0};
   std::function<int()> verb;
 
