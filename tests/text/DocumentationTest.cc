@@ -36,6 +36,21 @@ TEST(Documentation, TheSchemaIsThatOfTheFieldTables) {
   EXPECT_EQ(fileContent(path), schema());
 }
 
+TEST(Documentation, TheExamplesHaveNoMistakes) {
+  const std::string page = fileContent(std::string(KESTRAV_DOCS) + "/configuration.md");
+  int examples = 0;
+  for (std::size_t at = 0; (at = page.find("```yaml\n", at)) != std::string::npos; ++at) {
+    const std::size_t start = at + 8;
+    const std::vector<Source> sources{
+        {"configuration.md", page.substr(start, page.find("```", start) - start)}};
+    std::vector<Problem> problems;
+    EXPECT_TRUE(read(std::span<const Source>(sources), problems).has_value());
+    for (const Problem& problem : problems) ADD_FAILURE() << problem.toString();
+    ++examples;
+  }
+  EXPECT_GT(examples, 0);
+}
+
 TEST(Schema, KnowsEveryKey) {
   const auto json = nlohmann::json::parse(schema());
   for (const Table& table : tables()) {

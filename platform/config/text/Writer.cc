@@ -49,20 +49,21 @@ class Writer {
   // The names of a table in one domain, read once.
   const Names& names(G_CLI_GID gid, ngid_t domain) {
     const auto [at, added] = names_.try_emplace({gid, domain});
-    if (!added) return at->second;
+    Names& read = at->second;
+    if (!added) return read;
     const Table& table = *findTable(gid);
-    if (domain != 0 && table.scope != Scope::kDomainList) return at->second;
+    if (domain != 0 && table.scope != Scope::kDomainList) return read;
     const Field* name = nullptr;
     for (const Field& field : table.type->fields) {
       if (field.offset == table.nameOffset) name = &field;
     }
     snapshot_.walk(gid, domain, [&](const StoredRecord& record) {
       const std::string text(readText(*name, record.data()));
-      at->second.ids.emplace(comparable(gid, text), record.id());
-      at->second.names.emplace(record.id(), text);
+      read.ids.emplace(comparable(gid, text), record.id());
+      read.names.emplace(record.id(), text);
       return true;
     });
-    return at->second;
+    return read;
   }
 
   // The name under which a record of `domain` reaches the record `id`; "#7" when there is no such
@@ -119,15 +120,16 @@ class Writer {
   // Records that are written inside their owner, by owner.
   std::map<std::uint32_t, std::vector<std::uint32_t>>& owned(const Table& table) {
     const auto [at, added] = owned_.try_emplace(table.gid);
+    auto& records = at->second;
     if (added) {
       const Field& owner = *findField(*table.type, table.ownerField);
       snapshot_.walk(table.gid, 0, [&](const StoredRecord& record) {
         const auto id = static_cast<std::uint32_t>(readNumber(owner, record.data()));
-        at->second[id].push_back(record.id());
+        records[id].push_back(record.id());
         return true;
       });
     }
-    return at->second;
+    return records;
   }
 
   void nested(const Table& owner, std::uint32_t id) {
