@@ -240,6 +240,47 @@ TEST_F(Differences, GivenNumbersAreKept) {
   EXPECT_EQ(policy.as<__qv_ip_policy>()->antispam_profile, 9u);
 }
 
+TEST_F(Differences, DomainsMayShareAConfiguration) {
+  load(
+      "domains:\n"
+      "  - {name: a.example, configuration-domain: 4, configuration: {antispam-profiles: [x]}}\n"
+      "  - {name: b.example, configuration-domain: 4}\n");
+  const Snapshot snapshot = store_->snapshot();
+  EXPECT_EQ(snapshot.size(GID_ANTISPAM_PROFILE, 4), 1);
+  EXPECT_EQ(snapshot.at(GID_PROTECTED_DOMAIN, 0, 1).as<__aps_gw_server>()->configuration_domain,
+            4u);
+  EXPECT_FALSE(changes(dump()));
+}
+
+TEST_F(Differences, AConfigurationKeepsItsNumberAsLongAsItsDomainKeepsItsName) {
+  load(
+      "domains:\n  - {name: a.example, configuration: {}}\n  - {name: b.example, configuration: "
+      "{}}\n");
+  const auto numberOf = [&](const std::string& name) {
+    ngid_t number = 0;
+    store_->snapshot().walk(GID_PROTECTED_DOMAIN, 0, [&](const StoredRecord& record) {
+      const auto* domain = record.as<__aps_gw_server>();
+      if (name == domain->name) number = domain->configuration_domain;
+      return true;
+    });
+    return number;
+  };
+  const ngid_t a = numberOf("a.example");
+  const ngid_t b = numberOf("b.example");
+  EXPECT_NE(a, b);
+  load(
+      "domains:\n  - {name: c.example, configuration: {}}\n  - {name: b.example, configuration: "
+      "{}}\n");
+  EXPECT_EQ(numberOf("b.example"), b);
+  EXPECT_GT(numberOf("c.example"), b);
+  // A number that the text gives to another domain is given up.
+  load("domains:\n  - {name: c.example, configuration: {}, configuration-domain: " +
+       std::to_string(b) + "}\n  - {name: b.example, configuration: {}}\n");
+  EXPECT_EQ(numberOf("c.example"), b);
+  EXPECT_NE(numberOf("b.example"), b);
+  EXPECT_NE(numberOf("b.example"), 0u);
+}
+
 TEST_F(Differences, AnActionMayHaveTheNumberOfASystemActionButAProfileMayNot) {
   EXPECT_EQ(mistakesOf("antispam-actions: [{name: a, id: 3}]\n"
                        "domains:\n  - name: x.example\n    configuration:\n"

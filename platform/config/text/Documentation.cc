@@ -41,9 +41,9 @@ std::string valueOf(const Field& field) {
     }
     case Kind::kReference:
     case Kind::kTextReference: {
-      std::string text = "name of a " + std::string(findTable(field.target)->singular);
+      std::string text = "name, from `" + std::string(findTable(field.target)->key) + "`";
       for (const G_CLI_GID other : field.alternatives) {
-        text += " or " + std::string(findTable(other)->singular);
+        text += " or `" + std::string(findTable(other)->key) + "`";
       }
       return text;
     }
