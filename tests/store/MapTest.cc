@@ -78,6 +78,17 @@ TEST_F(StoreLimits, AWriterFollowsAMapGrownByAnotherProcess) {
   EXPECT_EQ(putAll(*store, {1}), 2u);
 }
 
+TEST_F(StoreLimits, ADiskThatIsFullLeavesTheOldRevision) {
+  const auto store = open(kMiB);
+  writeSet(*store, 5);
+  Child other({"fill", path(), "10000", std::to_string(kMiB)});
+  EXPECT_THAT(other.line(), HasSubstr("the disk is full"));
+  EXPECT_EQ(other.wait(), 1);
+  EXPECT_EQ(store->snapshot().revision(), 1u);
+  EXPECT_EQ(store->snapshot().size(kItems, 0), 5);
+  EXPECT_EQ(writeSet(*store, 5), 2u);
+}
+
 TEST_F(StoreLimits, TakenReaderSlotsAreSaidToBe) {
   ConfigStore::Options options;
   options.readerSlots = 5;

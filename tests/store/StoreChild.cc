@@ -1,6 +1,8 @@
 // A process that works on a store for the tests: store_child VERB FOLDER [ARGUMENT...]. Says what
 // it has on stdout; verbs that hold something wait for the end of stdin.
 
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -52,8 +54,15 @@ void churn(ConfigStore& store, const Arguments& arguments) {
   for (;;) writeSet(store, size);
 }
 
-// Adds as many items as ARGUMENT says, with texts that do not compress.
+// Adds as many items as ARGUMENT says, with texts that do not compress. With a second one, files
+// may not grow beyond so many bytes.
 void fill(ConfigStore& store, const Arguments& arguments) {
+  if (arguments.size() > 1) {
+    const rlim_t bytes = std::strtoull(arguments[1].c_str(), nullptr, 10);
+    const rlimit limit{bytes, bytes};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    ::signal(SIGXFSZ, SIG_IGN);
+  }
   say(std::to_string(fillWithNoise(store, std::atoi(arguments.at(0).c_str()))));
 }
 
@@ -97,7 +106,7 @@ int main(int argc, char** argv) {
     verbs.at(argv[1])(*store, Arguments(argv + 3, argv + argc));
     return 0;
   } catch (const Kestrav::Exception& exception) {
-    say("failed: " + exception.asString());
+    say("failed " + std::to_string(exception.code()) + ": " + exception.asString());
     return 1;
   }
 }

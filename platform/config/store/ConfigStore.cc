@@ -1,6 +1,11 @@
 #include "config/store/ConfigStore.h"
 
+#include <pthread.h>
+
+#include <algorithm>
 #include <chrono>
+#include <mutex>
+#include <shared_mutex>
 
 #include "common/Exception.h"
 #include "config/store/Keys.h"
@@ -15,15 +20,35 @@ namespace {
 constexpr int kLongestWaitMs = 1000;
 
 struct Attachment {
-  std::mutex mutex;
-  std::shared_ptr<ConfigStore> store;
-  // Whoever took the zone's address may go on using it.
+  // Held by attach() throughout, so that the zone and the store change in the same order.
+  std::mutex attaching;
+  // Whoever took a zone's address may go on using it. Guarded by `attaching`.
   std::vector<std::shared_ptr<StatusFile>> everAttached;
+
+  std::shared_mutex mutex;
+  std::shared_ptr<ConfigStore> store;  // guarded by `mutex`
 };
 
 Attachment& attachment() {
-  static auto* state = new Attachment;  // used until the process is gone
-  return *state;
+  static Attachment& state = []() -> Attachment& {
+    static auto* made = new Attachment;  // used until the process is gone
+    // A child may ask what is attached, whatever its parent's threads were doing.
+    ::pthread_atfork(
+        [] {
+          attachment().attaching.lock();
+          attachment().mutex.lock();
+        },
+        [] {
+          attachment().mutex.unlock();
+          attachment().attaching.unlock();
+        },
+        [] {
+          attachment().mutex.unlock();
+          attachment().attaching.unlock();
+        });
+    return *made;
+  }();
+  return state;
 }
 
 }  // namespace
@@ -32,20 +57,25 @@ ConfigStore::ConfigStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 ConfigStore::~ConfigStore() = default;
 
 void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
-  std::shared_ptr<ConfigStore> former;  // destroyed after the mutex is released
-  std::scoped_lock lock(attachment().mutex);
-  auto& kept = attachment().everAttached;
+  Attachment& state = attachment();
+  const std::scoped_lock attaching(state.attaching);
+  char* zone = nullptr;
   if (store != nullptr) {
     const auto& status = store->impl_->core->status;
+    auto& kept = state.everAttached;
     if (std::find(kept.begin(), kept.end(), status) == kept.end()) kept.push_back(status);
+    zone = status->zone();
   }
-  former = std::exchange(attachment().store, std::move(store));
-  const auto& current = attachment().store;
-  currentZone(current != nullptr ? current->impl_->core->status->zone() : nullptr);
+  {
+    const std::unique_lock lock(state.mutex);
+    state.store.swap(store);
+  }
+  store.reset();  // the former one
+  currentZone(zone);
 }
 
 std::shared_ptr<ConfigStore> ConfigStore::attached() {
-  std::scoped_lock lock(attachment().mutex);
+  const std::shared_lock lock(attachment().mutex);
   return attachment().store;
 }
 
@@ -108,16 +138,17 @@ StatusArea& ConfigStore::status() {
 }
 
 ConfigStore::Statistics ConfigStore::statistics() {
-  const Reading reading(impl_->core, Reading::kNewest);
   const LmdbEnv& env = *impl_->core->env;
+  impl_->core->checkProcess();
   Statistics figures{};
+  figures.readersInUse = env.readersInUse();  // before this one
+  const Reading reading(impl_->core, Reading::kNewest);
   figures.revision = reading.revision();
   figures.usedBytes = env.usedBytes();
   figures.mapBytes = env.mapBytes();
   figures.journalEntries = entries(reading.txn(), env.db(LmdbEnv::kJournal));
   Cursor cursor(reading.txn(), env.db(LmdbEnv::kJournal));
   if (cursor.first()) figures.oldestJournalRevision = bigEndian(cursor.key().substr(0, 8));
-  figures.readersInUse = env.readersInUse();
   figures.readerSlots = env.readerLimit();
   return figures;
 }

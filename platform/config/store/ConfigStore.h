@@ -160,21 +160,26 @@ class StatusArea;
 class KESTRAV_API ConfigStore {
  public:
   struct Options {
-    bool create = true;  // make the folder and the files when they are missing
+    // Make the folder and the files when they are missing.
+    bool create = true;
     // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
     // until no thread of this process holds a snapshot; the default is large enough for that not to
     // happen.
     std::size_t initialMapSize = 16ull << 30;
     std::size_t maximumMapSize = 64ull << 30;
-    unsigned readerSlots = 1022;  // threads reading at once, all processes together
-    std::size_t journalEntries =
-        100'000;  // kept at least; more while a live process still needs them,
-    std::size_t journalEntriesHard = 1'000'000;  // never more than this
-    int resizePatienceMs = 5000;  // how long a resize waits for this process's snapshots
+    // How long a resize waits for this process's snapshots before the change is given up.
+    int resizePatienceMs = 5000;
+    // Threads reading at once, all processes together. The process that opens the store first
+    // decides for those that join it.
+    unsigned readerSlots = 1022;
+    // The journal keeps at least so many entries, more while a live process still needs them, and
+    // never more than the second number.
+    std::size_t journalEntries = 100'000;
+    std::size_t journalEntriesHard = 1'000'000;
   };
 
   // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
-  // yields the same object.
+  // yields the same object, whatever its options.
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder,
                                            const Options& options);
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {

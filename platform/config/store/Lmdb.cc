@@ -24,7 +24,9 @@ std::string_view view(const MDB_val& bytes) {
 void check(int rc, const char* operation) {
   if (rc == MDB_SUCCESS) return;
   if (rc == MDB_MAP_FULL) throw MapFull{};
-  const std::string message = "Store: " + std::string(operation) + ": " + mdb_strerror(rc);
+  std::string message = "Store: " + std::string(operation) + ": " + mdb_strerror(rc);
+  if (rc == EIO)
+    message += "; perhaps the disk is full";  // a write that was cut short says no more
   switch (rc) {
     case ENOSPC:
     case EDQUOT:

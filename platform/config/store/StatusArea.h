@@ -51,8 +51,8 @@ KESTRAV_API char* currentZone();
 // For ConfigStore::attach; null is the private zone.
 void currentZone(char* zone);
 
-// Called with the current zone at once, and again whenever it becomes another one. Must not call
-// back.
+// Called with the current zone at once, and again whenever it becomes another one; by then
+// ConfigStore::attached() is the zone's store. Must not attach or listen itself.
 using ZoneListener = void (*)(char* zone);
 KESTRAV_API void onZoneChange(ZoneListener listener);
 
