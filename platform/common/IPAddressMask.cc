@@ -244,7 +244,7 @@ IPAddressMask::IPAddressMask(std::vector<Range> ranges) {
 }
 
 IPAddressMask IPAddressMask::any() {
-  static const IPAddressMask everything(
+  static const auto& everything = *new const IPAddressMask(
       std::vector<Range>{familyPrefix(Family::kV4, v4Bytes(Bytes{}.data()), 0),
                          familyPrefix(Family::kV6, Bytes{}, 0)});
   return everything;

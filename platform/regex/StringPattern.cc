@@ -94,7 +94,7 @@ MatchResult StringPattern::match(std::string_view subject) const {
 }
 
 const std::string& StringPattern::text() const {
-  static const std::string none;
+  static const auto& none = *new const std::string;
   return program_ ? program_->text : none;
 }
 
@@ -111,7 +111,7 @@ bool StringPattern::isList() const {
 }
 
 const std::list<StringPattern>& StringPattern::members() const {
-  static const std::list<StringPattern> none;
+  static const auto& none = *new const std::list<StringPattern>;
   return program_ ? program_->members : none;
 }
 

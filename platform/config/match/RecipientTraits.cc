@@ -13,10 +13,9 @@ constexpr char kRecipient = 'r';
 template <std::size_t N>
 AddressRule makeRule(unsigned char kind, const char (&text)[N], std::uint32_t group,
                      RecipientTraits::Groups& groups) {
-  static const std::vector<std::string> kNoMembers;
   const auto rule = static_cast<AddressKind>(kind);
-  return {rule, boundedText(text),
-          rule == AddressKind::kGroup ? groups.members(group) : kNoMembers};
+  if (rule != AddressKind::kGroup) return {rule, boundedText(text), {}};
+  return {rule, boundedText(text), groups.members(group)};
 }
 
 }  // namespace

@@ -14,14 +14,17 @@ namespace {
 
 constexpr std::size_t kCachedIndexes = 4096;
 
+// Never destroyed, like everything that the event thread may still ask for while the process ends.
 const std::shared_ptr<const TableIndex>& emptyIndex() {
-  static const std::shared_ptr<const TableIndex> index = std::make_shared<TableOrder>();
+  static const auto& index =
+      *new const std::shared_ptr<const TableIndex>(std::make_shared<TableOrder>());
   return index;
 }
 
 const std::shared_ptr<const TableIndex>& singleIndex() {
-  static const std::shared_ptr<const TableIndex> index = std::make_shared<TableOrder>(
-      std::vector<std::uint32_t>{0}, std::vector<std::uint64_t>{kFirstPosition});
+  static const auto& index =
+      *new const std::shared_ptr<const TableIndex>(std::make_shared<TableOrder>(
+          std::vector<std::uint32_t>{0}, std::vector<std::uint64_t>{kFirstPosition}));
   return index;
 }
 
