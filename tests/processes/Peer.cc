@@ -1,0 +1,154 @@
+// The other processes of the tests: peer ROLE STORE [ARGUMENT...]. Commands come on stdin, one a
+// line, answers go to stdout; the end of stdin ends it. What it finds wrong it prints, and ends.
+
+#include <sys/ptrace.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "Answers.h"
+#include "Follower.h"
+#include "Sets.h"
+#include "common/Exception.h"
+#include "config/store/ConfigStore.h"
+
+namespace {
+
+using namespace Kestrav;
+using namespace Kestrav::Testing;
+using Arguments = std::vector<std::string>;
+
+constexpr int kPatience = 50'000;  // ms
+constexpr int kComplained = 3;
+
+void say(const std::string& text) {
+  const std::string line = text + "\n";
+  for (std::size_t done = 0; done < line.size();) {
+    const ssize_t count = ::write(STDOUT_FILENO, line.data() + done, line.size() - done);
+    if (count <= 0) ::_exit(1);  // nobody listens any more
+    done += static_cast<std::size_t>(count);
+  }
+}
+
+[[noreturn]] void complain(const std::string& what) {
+  say("wrong: " + what);
+  ::_exit(kComplained);
+}
+
+int numberAt(const Arguments& arguments, std::size_t index) {
+  return index < arguments.size() ? std::atoi(arguments[index].c_str()) : 0;
+}
+
+std::shared_ptr<Config::ConfigStore> openStore(const std::string& folder) {
+  Config::ConfigStore::Options options;
+  options.create = false;
+  return Config::ConfigStore::open(folder, options);
+}
+
+// Follows with as many asking threads as ARGUMENT says.
+void follow(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+  Config::ConfigStore::attach(store);
+  auto& follower = *new Follower(complain);  // handlers may run until the process is gone
+  follower.startAsking(numberAt(arguments, 0));
+  say("ready");
+  const auto dispatcher = CMF::Event::Dispatcher::instance("", false, false);
+  for (std::string line; std::getline(std::cin, line);) {
+    std::istringstream words(line);
+    std::string command;
+    Config::Revision revision = 0;
+    words >> command >> revision;
+    if (command == "await") {
+      const bool applied = CMF::Event::Dispatcher(dispatcher)->waitApplied(revision, kPatience);
+      say(applied ? "applied" : "not applied: " + std::to_string(dispatcher->applied()));
+    } else if (command == "answers") {
+      say(allAnswers() + ".");
+    } else if (command == "compare") {
+      say(follower.compareWithJournal() ? "compared" : "the journal does not reach back");
+    } else if (command == "changes") {
+      say(std::to_string(follower.chains().changes()));
+    } else if (command == "asked") {
+      say(std::to_string(follower.asked()));
+    } else if (command == "missed") {
+      say(std::to_string(follower.chains().missedTables()));
+    }
+  }
+  follower.stopAsking();
+}
+
+// "write N": N commits; seeded with ARGUMENT.
+void write(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+  std::mt19937 random(static_cast<unsigned>(numberAt(arguments, 0)));
+  say("ready");
+  for (std::string line; std::getline(std::cin, line);) {
+    std::istringstream words(line);
+    std::string command;
+    int count = 0;
+    words >> command >> count;
+    Config::Revision revision = 0;
+    for (int i = 0; i < count; ++i) revision = writeSomeSets(*store, random);
+    say(std::to_string(revision));
+  }
+}
+
+// One commit of all sets with number ARGUMENT, begun under the eyes of the parent, which traces it.
+void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+  Config::ChangeSet changes;
+  for (int set = 0; set < kSets; ++set) {
+    putSet(changes, set, static_cast<std::uint32_t>(numberAt(arguments, 0)));
+  }
+  if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+    say("cannot be traced");
+    return;
+  }
+  say("ready");
+  ::raise(SIGSTOP);
+  store->commit(std::move(changes));
+  ::_exit(0);
+}
+
+// Reads with as many threads as ARGUMENT says, each for itself.
+void read(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+  store->registerProcess("reader");
+  std::vector<std::thread> threads;
+  std::atomic<bool> stop{false};
+  std::atomic<int> reading{0};
+  for (int i = 0; i < numberAt(arguments, 0); ++i) {
+    threads.emplace_back([&] {
+      for (bool first = true; !stop; first = false) {
+        const Config::Snapshot snapshot = store->snapshot();
+        for (int set = 0; set < kSets; ++set) {
+          const std::string broken = brokenPart(snapshot, set);
+          if (!broken.empty()) complain(broken);
+        }
+        if (first) ++reading;
+      }
+    });
+  }
+  while (reading < static_cast<int>(threads.size())) std::this_thread::yield();
+  say("ready");
+  for (std::string line; std::getline(std::cin, line);) {
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::map<std::string,
+                 void (*)(const std::shared_ptr<Config::ConfigStore>&, const Arguments&)>
+      roles = {{"follow", follow}, {"write", write}, {"write-traced", writeTraced}, {"read", read}};
+  if (argc < 3 || !roles.contains(argv[1])) return 2;
+  try {
+    roles.at(argv[1])(openStore(argv[2]), Arguments(argv + 3, argv + argc));
+    return 0;
+  } catch (const Exception& exception) {
+    complain("failed: " + exception.asString());
+  } catch (const std::exception& exception) {
+    complain(std::string("failed: ") + exception.what());
+  }
+}
