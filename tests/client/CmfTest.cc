@@ -381,6 +381,39 @@ TEST_F(Cmf, CommitOfAnErasedRecordDoesNotBringItBack) {
   EXPECT_THAT(names(), ElementsAre("two"));
 }
 
+TEST_F(Cmf, CommitAfterAnotherWritersChangeOfAnotherRecordSucceeds) {
+  putFolder(1, "one");
+  {
+    Folders folders;
+    boundedCopy(const_cast<__aps_systemquarantine_folders*>(*folders.begin())->name, "mine");
+    putFolder(2, "two");
+    folders.commit();
+  }
+  EXPECT_THAT(names(), ElementsAre("mine", "two"));
+}
+
+TEST_F(Cmf, CommitAfterAnotherWritersChangeOfTheRecordLeavesThatOne) {
+  putFolder(1, "one");
+  {
+    Folders folders;
+    boundedCopy(const_cast<__aps_systemquarantine_folders*>(*folders.begin())->name, "mine");
+    putFolder(1, "theirs");
+    folders.commit();
+  }
+  EXPECT_THAT(names(), ElementsAre("theirs"));
+}
+
+TEST_F(Cmf, CommitAfterAnotherWritersErasureDoesNotBringTheRecordBack) {
+  putFolder(1, "one");
+  {
+    Folders folders;
+    boundedCopy(const_cast<__aps_systemquarantine_folders*>(*folders.begin())->name, "mine");
+    erase(GID_QUARANTINE_FOLDER, 1);
+    folders.commit();
+  }
+  EXPECT_TRUE(names().empty());
+}
+
 TEST_F(Cmf, CommitNeedsData) {
   putFolder(1, "one");
   ASSERT_EQ(cmf_query_goto(nCfg_query(1682), 0), 0);

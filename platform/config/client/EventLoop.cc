@@ -106,6 +106,7 @@ template <class Change>
 std::shared_ptr<const EventLoop::Listeners> EventLoop::change(Change change) {
   auto changed = std::make_shared<Listeners>(*listeners_);
   change(*changed);
+  listening_ = !changed->empty();
   return std::exchange(listeners_, std::move(changed));
 }
 
@@ -169,10 +170,10 @@ void EventLoop::unobserve(unsigned int observer) {
 
 // ---- which store
 
-// On the thread that attaches, in the middle of it: the store must not be called from here.
+// On the thread that attaches, in the middle of it: neither a lock nor the store is for the taking
+// here.
 void EventLoop::attachedElsewhere() {
-  const std::scoped_lock lock(state_);
-  if (listeners_->empty() || exiting_ || parents_ != nullptr) return;
+  if (!listening_ || exiting_) return;
   const SignalsBlocked blocked;
   std::thread([this] { synchronise(); }).detach();
 }
@@ -205,6 +206,7 @@ void EventLoop::follow() {
     other = store != store_;
     if (other) {
       beforeStore = std::exchange(store_, std::move(store));
+      parents_ = nullptr;
       ++generation_;
       running_ = false;
       now = newest();

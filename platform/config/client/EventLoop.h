@@ -92,12 +92,13 @@ class EventLoop {
       0;  // of the thread; a thread of an earlier one ends when it next wakes
   bool running_ = false;
   bool stopped_ = false;
-  bool exiting_ = false;
   const ConfigStore* parents_ = nullptr;  // in a child after fork: the store not to be used
   unsigned int observers_ = 0;
 
   std::atomic<Revision> applied_{0};
   std::atomic<Revision> delivering_{0};
+  std::atomic<bool> listening_{false};  // there are listeners
+  std::atomic<bool> exiting_{false};
   std::atomic<unsigned int> followed_{0};  // how many attachments were followed
 };
 

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "config/client/NewestRevision.h"
+#include "config/records/FieldAccess.h"
 #include "config/records/Tables.h"
 #include "config/store/RowCodec.h"
 
@@ -167,13 +169,31 @@ bool Query::put(const void* data) {
   const Table* table = findTable(gid_);
   const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
   if (table == nullptr || store == nullptr || data == nullptr || current_row < 0) return false;
-  // A record that was erased meanwhile stays erased.
-  if (index(*reading).indexOf(RowCodec::idOf(*table, data)) < 0) return false;
-  ChangeSet changes;
-  changes.put(gid_, domain_, data);
-  store->commit(std::move(changes));
+  const std::uint32_t id = RowCodec::idOf(*table, data);
+  const StoredRecord basis = reading->byId(gid_, domain_, id);
+  const auto commitAt = [&](Revision revision) {
+    ChangeSet changes;
+    changes.put(gid_, domain_, data);
+    return store->commitAt(revision, std::move(changes)).has_value();
+  };
+  bool done = basis && commitAt(reading->revision());
+  if (basis && !done) {
+    // Somebody else has written since. What they did to other records does not matter; this one
+    // must be as it was when the change was made, or their change would be lost.
+    atNewestRevision([&] {
+      for (;;) {
+        const Snapshot now = store->snapshot();
+        const StoredRecord current = now.byId(gid_, domain_, id);
+        if (!current || !sameRecord(*table->type, basis.data(), current.data())) return;
+        if (commitAt(now.revision())) {
+          done = true;
+          return;
+        }
+      }
+    });
+  }
   cached(false);
-  return true;
+  return done;
 }
 
 }  // namespace Kestrav::Config::Client

@@ -1,15 +1,13 @@
 #include "config/ServerCache.h"
 
-#include <atomic>
-#include <exception>
 #include <shared_mutex>
-#include <thread>
 
 #include "common/Strings.h"
 #include "config/CMF.h"
 #include "config/Event.h"
 #include "config/client/DomainIndex.h"
 #include "config/client/EventLoop.h"
+#include "config/client/NewestRevision.h"
 #include "config/records/Tables.h"
 #include "config/store/ConfigStore.h"
 #include "config/store/RowCodec.h"
@@ -45,15 +43,7 @@ Build build() {
 // The same from the newest revision, even when this thread holds an older one.
 Build buildFromNewest() {
   Build made;
-  std::exception_ptr failure;
-  std::thread([&] {
-    try {
-      made = build();
-    } catch (...) {
-      failure = std::current_exception();
-    }
-  }).join();
-  if (failure) std::rethrow_exception(failure);
+  Config::Client::atNewestRevision([&made] { made = build(); });
   return made;
 }
 

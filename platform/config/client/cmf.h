@@ -47,6 +47,8 @@ KESTRAV_API unsigned long long cmf_query_revision(const cmf_query* query);
 KESTRAV_API void cmf_set_cur_domain_id(ngid_t domain);
 KESTRAV_API int cmf_query_goto(cmf_query* query, int index);
 KESTRAV_API void* cmf_query_data(cmf_query* query);
+// Writes the record back; 0, or -1 when it was not written: it is gone, or another writer changed
+// it since this thread read it. Both modes do the same.
 KESTRAV_API int cmf_query_do_gui_commit(int unused, cmf_query* query, void* data, int mode);
 
 // Pins and releases the thread's snapshot; calls nest.
