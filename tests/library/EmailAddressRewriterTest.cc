@@ -81,6 +81,7 @@ TEST(EmailAddressRewriter, UnclosedMarkerIsAnError) {
     FAIL() << "nothing was thrown";
   } catch (const Exception& thrown) {
     EXPECT_EQ(thrown.code(), Exception::kBadText);
+    EXPECT_EQ(thrown.stringParameter(), "%%LOCAL@%%DOMAIN%%");
   }
 }
 
