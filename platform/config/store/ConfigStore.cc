@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
 
 #include "common/Exception.h"
@@ -43,7 +44,9 @@ Attachment& attachment() {
           attachment().attaching.unlock();
         },
         [] {
-          attachment().mutex.unlock();
+          // The child's thread is another one than that which locked for writing: unlocking would
+          // not be taken for a writer's.
+          new (&attachment().mutex) std::shared_mutex;
           attachment().attaching.unlock();
         });
     return *made;
