@@ -1,10 +1,14 @@
 #include "parser/Rfc2047.h"
 
+#include <gmime/gmime.h>
+
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "common/Strings.h"
+#include "parser/GMimeLibrary.h"
 #include "parser/Utf8.h"
 #include "parser/VexaConv.h"
 
@@ -156,6 +160,13 @@ std::string vexa_encode_rfc2047(const std::string& text, const std::string& char
     if (const auto words = shorter(printable, charset)) return *words;
   }
   return shorter(printable, std::string(kUtf8)).value();
+}
+
+std::string vexa_decode_rfc2047(const std::string& text) {
+  ensureGMime();
+  const std::unique_ptr<char, void (*)(void*)> decoded(
+      g_mime_utils_header_decode_text(nullptr, text.c_str()), g_free);
+  return printableUtf8(decoded.get());
 }
 
 }  // namespace Kestrav

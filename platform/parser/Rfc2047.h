@@ -24,4 +24,11 @@ constexpr std::size_t kLongestEncodedWord = 75;
 // Any thread may call it.
 KESTRAV_API std::string vexa_encode_rfc2047(const std::string& text, const std::string& charset);
 
+// What a header value with encoded words says, in UTF-8: the way back, for showing it to people.
+// Words that cannot be decoded, and all text outside of words, stay as they are; controls become
+// blanks and ill-formed characters U+FFFD.
+//
+// Any thread may call it.
+KESTRAV_API std::string vexa_decode_rfc2047(const std::string& text);
+
 }  // namespace Kestrav

@@ -138,5 +138,28 @@ TEST(Rfc2047, FallsBackToUtf8) {
   EXPECT_EQ(vexa_encode_rfc2047("日本語", string(100, 'x')), words);
 }
 
+TEST(Rfc2047, DecodesWhatItEncoded) {
+  for (const string text :
+       {"[SPAM] ", " two words ", "Entwürfe 2024", "日本語", "=?utf-8?Q?a?=", ""}) {
+    for (const char* charset : {"utf-8", "iso-8859-1", "iso-2022-jp"}) {
+      EXPECT_EQ(vexa_decode_rfc2047(vexa_encode_rfc2047(text, charset)), text) << charset;
+    }
+  }
+  const string longText = repeat("ein längerer Betreff, ", 40);
+  EXPECT_EQ(vexa_decode_rfc2047(vexa_encode_rfc2047(longText, "utf-8")), longText);
+}
+
+TEST(Rfc2047, DecodesOnlyWords) {
+  EXPECT_EQ(vexa_decode_rfc2047("[SPAM]"), "[SPAM]");
+  EXPECT_EQ(vexa_decode_rfc2047("a =?utf-8?Q?b?= c"), "a b c");
+  EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?a?= =?utf-8?B?Yg==?="), "ab");
+  EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?open"), "=?utf-8?Q?open");
+}
+
+TEST(Rfc2047, DecodesNothingThatBreaksALine) {
+  EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?a=0D=0Ab?="), "a  b");
+  EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?=1B[2J?="), " [2J");
+}
+
 }  // namespace
 }  // namespace Kestrav
