@@ -4,6 +4,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <string_view>
 
 #include "common/Strings.h"
 #include "config/records/DomainRecords.h"
@@ -14,7 +15,6 @@ namespace Kestrav::Tool {
 namespace {
 
 using Config::Field;
-using Config::Kind;
 using Config::Snapshot;
 using Json = nlohmann::ordered_json;
 
@@ -31,40 +31,73 @@ std::map<std::string, ngid_t> domainsByName(const Snapshot& snapshot) {
   return domains;
 }
 
-// Numbers that a store gives out, and that mean nothing outside it.
-bool isNumber(const Field& field) {
-  return field.kind == Kind::kId || field.kind == Kind::kDomain ||
-         field.kind == Kind::kConfigurationDomain;
-}
-
 struct Row {
-  std::string name;
-  std::uint32_t id;
-  Json fields;  // every field but the numbers, secrets included
+  std::string name;   // what it is found by in the other configuration
+  std::string label;  // what it is called; never holds a secret
+  Json fields;        // every field but the numbers, secrets included
 };
 
-// A table's records of one domain in order, by name; those without one by their contents.
+std::string asText(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// What a record without a name is called: what it holds, in one line.
+std::string summary(const Json& fields) {
+  std::string text;
+  for (const auto& [name, value] : fields.items()) {
+    text += (text.empty() ? "" : ", ") + name + " " +
+            (value.is_string() ? value.get<std::string>() : asText(value));
+  }
+  return text;
+}
+
+// A table's records of one domain in order.
 std::vector<Row> rowsOf(const Snapshot& snapshot, const Config::Table& table, ngid_t domain) {
   const Names names(snapshot);
   std::vector<Row> rows;
-  const auto add = [&](const Config::StoredRecord& record) {
-    Json fields = recordDocument(*table.type, record.data(), domain, names, {true, true});
-    for (const Field& field : table.type->fields) {
-      if (isNumber(field)) fields.erase(std::string(field.name));
-    }
-    std::string name = table.nameOffset == Config::kNoName
-                           ? fields.dump(-1, ' ', false, Json::error_handler_t::replace)
-                           : recordName(table, record.data(), record.id());
-    if (table.scope == Config::Scope::kSystemSingle) name.clear();
-    rows.push_back({std::move(name), record.id(), std::move(fields)});
-    return true;
+  const auto document = [&](const Config::StoredRecord& record, bool secrets, bool defaults) {
+    const RenderOptions options{.secrets = secrets, .defaults = defaults, .numbers = false};
+    return recordDocument(*table.type, record.data(), domain, names, options);
   };
   if (table.scope == Config::Scope::kSystemSingle) {
-    add(snapshot.byId(table.gid, 0, 0));
-  } else {
-    snapshot.walk(table.gid, domain, add);
+    const Config::StoredRecord record = snapshot.byId(table.gid, 0, 0);
+    rows.push_back({"", std::string(table.singular), document(record, true, true)});
+    return rows;
   }
+  snapshot.walk(table.gid, domain, [&](const Config::StoredRecord& record) {
+    Json fields = document(record, true, true);
+    if (table.nameOffset == Config::kNoName) {
+      rows.push_back({asText(fields), summary(document(record, false, false)), std::move(fields)});
+    } else {
+      const std::string name = recordName(table, record.data(), record.id());
+      rows.push_back({name, name, std::move(fields)});
+    }
+    return true;
+  });
   return rows;
+}
+
+// Which of the numbers, all different, are not part of their longest ascending series: the fewest
+// that have to move for the others to stand in order.
+std::vector<bool> movedOf(const std::vector<std::size_t>& places) {
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  std::vector<std::size_t> ends;  // of the series of each length, the one that ends lowest
+  std::vector<std::size_t> before(places.size(), kNone);
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const auto at =
+        std::lower_bound(ends.begin(), ends.end(), places[i],
+                         [&](std::size_t end, std::size_t place) { return places[end] < place; });
+    if (at != ends.begin()) before[i] = *(at - 1);
+    if (at == ends.end()) {
+      ends.push_back(i);
+    } else {
+      *at = i;
+    }
+  }
+  std::vector<bool> moved(places.size(), true);
+  for (std::size_t i = ends.empty() ? kNone : ends.back(); i != kNone; i = before[i])
+    moved[i] = false;
+  return moved;
 }
 
 // Secrets inside embedded records and lists: masked as a whole when any is there.
@@ -86,10 +119,7 @@ std::vector<FieldChange> changesOf(const Config::RecordType& type, const Json& f
     const bool secret =
         field && (field->secret || (field->element && holdsSecret(*field->element)));
     const bool masked = secret && !options.secrets;
-    const auto text = [&](const Json& json) {
-      return masked ? Json(kMasked).dump()
-                    : json.dump(-1, ' ', false, Json::error_handler_t::replace);
-    };
+    const auto text = [&](const Json& json) { return asText(masked ? Json(kMasked) : json); };
     changes.push_back({name, from.contains(name) ? text(from[name]) : "null", text(value)});
   }
   return changes;
@@ -123,47 +153,32 @@ class Comparison {
  private:
   void compareTable(const Config::Table& table, const std::string& domain,
                     const std::vector<Row>& from, const std::vector<Row>& to) {
-    std::multimap<std::string, const Row*> left;
-    for (const Row& row : from) left.emplace(row.name, &row);
-    std::vector<std::string> keptTo;
-    std::set<const Row*> kept;
-    const bool nameless =
-        table.nameOffset == Config::kNoName && table.scope != Config::Scope::kSystemSingle;
-    const auto label = [&](const Row& row) {
-      return table.scope == Config::Scope::kSystemSingle ? std::string(table.singular) : row.name;
-    };
+    std::multimap<std::string_view, std::size_t> left;  // places in `from` without a partner yet
+    for (std::size_t i = 0; i < from.size(); ++i) left.emplace(from[i].name, i);
     const auto report = [&](Difference::Kind kind, const Row& row,
-                            std::vector<FieldChange> fields) {
-      differences_.push_back({kind, std::string(table.key), domain, label(row), std::move(fields)});
+                            std::vector<FieldChange> fields = {}) {
+      differences_.push_back({kind, std::string(table.key), domain, row.label, std::move(fields)});
     };
+    std::vector<const Row*> kept;
+    std::vector<std::size_t> places;  // where each of them stood
     for (const Row& row : to) {
       const auto at = left.find(row.name);
       if (at == left.end()) {
-        report(Difference::Kind::kAdded, row, {});
+        report(Difference::Kind::kAdded, row);
         continue;
       }
-      kept.insert(at->second);
-      keptTo.push_back(row.name);
-      auto fields = nameless ? std::vector<FieldChange>()
-                             : changesOf(*table.type, at->second->fields, row.fields, options_);
+      kept.push_back(&row);
+      places.push_back(at->second);
+      auto fields = changesOf(*table.type, from[at->second].fields, row.fields, options_);
       left.erase(at);
       if (!fields.empty()) report(Difference::Kind::kChanged, row, std::move(fields));
     }
-    for (const Row& row : from) {
-      if (!kept.contains(&row)) report(Difference::Kind::kRemoved, row, {});
-    }
-    std::vector<std::string> keptFrom;
-    for (const Row& row : from) {
-      if (kept.contains(&row)) keptFrom.push_back(row.name);
-    }
-    // Each record that stands elsewhere than in the order of what is left counts as moved.
-    for (std::size_t i = 0; i < keptTo.size(); ++i) {
-      if (keptFrom[i] == keptTo[i]) continue;
-      const auto place =
-          std::find(keptFrom.begin() + static_cast<std::ptrdiff_t>(i), keptFrom.end(), keptTo[i]);
-      std::rotate(keptFrom.begin() + static_cast<std::ptrdiff_t>(i), place, place + 1);
-      differences_.push_back(
-          {Difference::Kind::kMoved, std::string(table.key), domain, keptTo[i], {}});
+    std::set<std::size_t> gone;
+    for (const auto& [name, place] : left) gone.insert(place);
+    for (const std::size_t place : gone) report(Difference::Kind::kRemoved, from[place]);
+    const std::vector<bool> moved = movedOf(places);
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+      if (moved[i]) report(Difference::Kind::kMoved, *kept[i]);
     }
   }
 

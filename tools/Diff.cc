@@ -3,6 +3,7 @@
 
 #include "config/text/Text.h"
 #include "tools/Compare.h"
+#include "tools/Progress.h"
 #include "tools/Scratch.h"
 
 namespace Kestrav::Tool {
@@ -27,8 +28,11 @@ int diff(const Context& context, const DiffOptions& options) {
   const auto from = side(options.from);
   const auto to = side(options.to.empty() ? context.store : std::filesystem::path(options.to));
   if (!from || !to) return kBadInput;
-  const RenderOptions render{options.secrets, false};
+  Progress progress(context);
+  progress.stage("comparing");
+  const RenderOptions render{.secrets = options.secrets};
   const std::vector<Difference> differences = compare(from->snapshot(), to->snapshot(), render);
+  progress.clear();
   if (options.json) {
     context.out << differencesDocument(differences)
                        .dump(2, ' ', false, nlohmann::json::error_handler_t::replace)

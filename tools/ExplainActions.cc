@@ -2,6 +2,7 @@
 
 #include "Action.h"
 #include "ProfileFactory.h"
+#include "parser/Rfc2047.h"
 #include "tools/ExplainModel.h"
 
 namespace Kestrav::Tool {
@@ -42,9 +43,12 @@ Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
     case Types::kHeaderTag:
       return say("header", "insert the header " + quoted(action.headerTag().asString()),
                  {{"name", action.headerTag().name()}, {"value", action.headerTag().value()}});
-    case Types::kSubjectTag:
-      return say("subject", "tag the subject with " + quoted(action.subjectTag()),
-                 {{"tag", action.subjectTag()}});
+    case Types::kSubjectTag: {
+      const std::string decoded = vexa_decode_rfc2047(action.subjectTag());
+      return say("subject",
+                 "tag the subject with " + quoted(decoded) + ", sent as " + action.subjectTag(),
+                 {{"tag", action.subjectTag()}, {"decoded", decoded}});
+    }
     case Types::kRewriteAddress:
       return say("rewrite-recipient",
                  "rewrite the recipient: local@domain.example becomes " +

@@ -1,11 +1,16 @@
+#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
-#include "common/Strings.h"
 #include "config/ServerCache.h"
 #include "config/records/FieldAccess.h"
 #include "config/records/Tables.h"
+#include "config/text/Text.h"
+#include "tools/Messages.h"
 #include "tools/Names.h"
 #include "tools/OpenStore.h"
 #include "tools/Render.h"
@@ -45,63 +50,118 @@ Config::StoredRecord findRecord(const Config::Snapshot& snapshot, const Config::
   return found;
 }
 
-void print(const Json& document, const Context& context, bool json) {
-  if (json) {
-    context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
-    return;
+std::string asText(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void printJson(const Json& document, const Context& context) {
+  context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+int listTables(const Context& context, bool json) {
+  Json list = Json::array();
+  std::size_t widest = 0;
+  for (const Config::Table& table : Config::tables()) {
+    list.push_back({{"table", std::string(table.key)}, {"help", std::string(table.help)}});
+    widest = std::max(widest, table.key.size());
   }
-  for (const auto& [name, value] : document.items()) {
-    context.out << name << ": "
-                << (value.is_string() ? value.get<std::string>()
-                                      : value.dump(-1, ' ', false, Json::error_handler_t::replace))
+  if (json) {
+    printJson(list, context);
+    return kDone;
+  }
+  for (const Config::Table& table : Config::tables()) {
+    context.out << table.key << std::string(widest + 2 - table.key.size(), ' ') << table.help
                 << "\n";
   }
+  return kDone;
+}
+
+std::vector<Json> listRecords(const Config::Snapshot& snapshot, const Config::Table& table,
+                              ngid_t domain) {
+  std::vector<Json> list;
+  snapshot.walk(table.gid, domain, [&](const Config::StoredRecord& record) {
+    const std::string name = recordName(table, record.data(), record.id());
+    list.push_back({{"id", record.id()}, {"name", name}});
+    return true;
+  });
+  return list;
+}
+
+// The configuration domain to look in; none, and said so, when there is no such domain.
+std::optional<ngid_t> domainToLookIn(const Context& context, const Config::Snapshot& snapshot,
+                                     const Config::Table& table, const std::string& text) {
+  const auto domain = configurationDomain(text);
+  if (!domain) {
+    std::vector<std::string> known;
+    snapshot.walk(GID_PROTECTED_DOMAIN, 0, [&](const Config::StoredRecord& record) {
+      known.push_back(recordName(*Config::findTable(GID_PROTECTED_DOMAIN), record.data(), 0));
+      return true;
+    });
+    context.err << "vexactl: " << unknown("protected domain", text, known) << "\n";
+  } else if (!text.empty() && *domain == 0) {
+    context.err << "vexactl: " << oneLine(text) << " has no configuration of its own\n";
+    return std::nullopt;
+  } else if (*domain != 0 && table.scope != Config::Scope::kDomainList) {
+    context.err << "vexactl: domains have no " << table.key << " of their own\n";
+    return std::nullopt;
+  }
+  return domain;
 }
 
 }  // namespace
 
 int get(const Context& context, const GetOptions& options) {
+  if (options.table.empty()) return listTables(context, options.json);
   const Config::Table* table = Config::findTableByKey(options.table);
   if (table == nullptr) {
-    context.err << "vexactl: there is no table \"" << options.table << "\"; there are:\n";
-    for (const Config::Table& known : Config::tables()) {
-      context.err << "  " << known.key << ": " << known.help << "\n";
-    }
+    std::vector<std::string> known;
+    for (const Config::Table& entry : Config::tables()) known.emplace_back(entry.key);
+    context.err << "vexactl: " << unknown("table", options.table, known) << "\n";
+    return kBadInput;
+  }
+  const bool single = table->scope == Config::Scope::kSystemSingle;
+  if (single && !options.name.empty()) {
+    context.err << "vexactl: there is only one " << table->key << " record; give no name\n";
     return kBadInput;
   }
   const auto store = openStore(context, IfMissing::kRefuse);
   const Config::Snapshot snapshot = store->snapshot();
-  const auto domain = configurationDomain(options.domain);
-  if (!domain) {
-    context.err << "vexactl: \"" << options.domain << "\" is not a protected domain\n";
-    return kNo;
-  }
-  const Names names(snapshot);
-  if (table->scope != Config::Scope::kSystemSingle && options.name.empty()) {
-    Json list = Json::array();
-    snapshot.walk(table->gid, *domain, [&](const Config::StoredRecord& record) {
-      const std::string name = recordName(*table, record.data(), record.id());
-      list.push_back({{"id", record.id()}, {"name", name}});
-      return true;
-    });
+  const auto domain = domainToLookIn(context, snapshot, *table, options.domain);
+  if (!domain) return kNo;
+
+  if (!single && options.name.empty()) {
+    const std::vector<Json> list = listRecords(snapshot, *table, *domain);
     if (options.json) {
-      print(list, context, true);
+      printJson(list, context);
     } else {
       for (const Json& entry : list)
         context.out << entry["id"] << "\t" << entry["name"].get<std::string>() << "\n";
     }
     return kDone;
   }
-  const Config::StoredRecord record = table->scope == Config::Scope::kSystemSingle
-                                          ? snapshot.byId(table->gid, 0, 0)
-                                          : findRecord(snapshot, *table, *domain, options.name);
+
+  const Names names(snapshot);
+  const Config::StoredRecord record = single ? snapshot.byId(table->gid, 0, 0)
+                                             : findRecord(snapshot, *table, *domain, options.name);
   if (!record) {
-    context.err << "vexactl: there is no " << table->singular << " \"" << options.name << "\" in "
-                << names.domainName(*domain) << "\n";
+    std::vector<std::string> known;
+    for (const Json& entry : listRecords(snapshot, *table, *domain)) known.push_back(entry["name"]);
+    context.err << "vexactl: in " << names.domainName(*domain) << " "
+                << unknown(std::string(table->singular), options.name, known) << "\n";
     return kNo;
   }
-  print(recordDocument(*table->type, record.data(), *domain, names, {options.secrets, true}),
-        context, options.json);
+  const RenderOptions render{.secrets = options.secrets, .defaults = true};
+  if (options.json) {
+    printJson(recordDocument(*table->type, record.data(), *domain, names, render), context);
+  } else if (options.all) {
+    const Json document = recordDocument(*table->type, record.data(), *domain, names, render);
+    for (const auto& [name, value] : document.items())
+      context.out << name << ": " << asText(value) << "\n";
+  } else {
+    Config::Text::writeRecord(snapshot, record, context.out, {options.secrets});
+  }
   return kDone;
 }
 

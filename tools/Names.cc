@@ -7,12 +7,32 @@
 
 namespace Kestrav::Tool {
 
+RemovedNames removedNames(Config::ConfigStore& store, Config::Revision after,
+                          Config::Revision upTo) {
+  RemovedNames names;
+  store.journal(after, upTo, [&](const Config::JournalEntry& entry) {
+    const Config::Table* table = Config::findTable(entry.gid);
+    if (!entry.before || entry.after || table == nullptr) return;
+    names.records[{entry.gid, entry.domain, entry.id}] =
+        recordName(*table, entry.before.data(), entry.id);
+    if (entry.gid == GID_PROTECTED_DOMAIN) {
+      const auto& server = *entry.before.as<__aps_gw_server>();
+      if (server.configuration_domain != 0)
+        names.domains.emplace(server.configuration_domain, boundedText(server.name));
+    }
+  });
+  return names;
+}
+
 std::optional<Names::Found> Names::find(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const {
   const Config::Table* table = Config::findTable(gid);
   if (table == nullptr || id == 0) return std::nullopt;
   for (const ngid_t where : {ngid_t{0}, domain}) {
     const Config::StoredRecord record = snapshot_.byId(gid, where, id);
     if (record) return Found{where, recordName(*table, record.data(), id)};
+    if (removed_ == nullptr) continue;
+    const auto removed = removed_->records.find({gid, where, id});
+    if (removed != removed_->records.end()) return Found{where, removed->second};
   }
   return std::nullopt;
 }
@@ -31,6 +51,10 @@ std::string Names::domainName(ngid_t domain) const {
     name = boundedText(server.name);
     return false;
   });
+  if (name.empty() && removed_ != nullptr) {
+    const auto removed = removed_->domains.find(domain);
+    if (removed != removed_->domains.end()) name = removed->second;
+  }
   const std::string number = "configuration " + std::to_string(domain);
   return name.empty() ? number : name + " (" + number + ")";
 }

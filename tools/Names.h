@@ -2,16 +2,29 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "config/store/ConfigStore.h"
 
 namespace Kestrav::Tool {
 
+// Names of what a change removed: changes speak of records that are no longer there.
+struct RemovedNames {
+  std::map<std::tuple<G_CLI_GID, ngid_t, std::uint32_t>, std::string> records;
+  std::map<ngid_t, std::string> domains;
+};
+// Of the revisions in (after, upTo].
+RemovedNames removedNames(Config::ConfigStore& store, Config::Revision after,
+                          Config::Revision upTo);
+
 class Names {
  public:
-  explicit Names(const Config::Snapshot& snapshot) : snapshot_(snapshot) {}
+  // `removed` may be null; it is asked after the snapshot.
+  explicit Names(const Config::Snapshot& snapshot, const RemovedNames* removed = nullptr)
+      : snapshot_(snapshot), removed_(removed) {}
 
   // Where a record stands, looked for in domain 0 first and then in `domain`, as profiles are.
   struct Found {
@@ -28,6 +41,7 @@ class Names {
 
  private:
   const Config::Snapshot& snapshot_;
+  const RemovedNames* removed_;
 };
 
 }  // namespace Kestrav::Tool

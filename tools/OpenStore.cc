@@ -1,8 +1,11 @@
 #include "tools/OpenStore.h"
 
+#include "common/Exception.h"
+
 namespace Kestrav::Tool {
 
 std::shared_ptr<Config::ConfigStore> openStore(const Context& context, IfMissing ifMissing) {
+  if (context.store.empty()) throw Exception("--store names no folder", Exception::kBadText);
   Config::ConfigStore::Options options;
   options.create = ifMissing == IfMissing::kCreate;
   auto store = Config::ConfigStore::open(context.store, options);

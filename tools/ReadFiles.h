@@ -9,6 +9,8 @@
 namespace Kestrav::Tool {
 
 // Empty when there are mistakes; each has been printed then, with file, line and column.
-std::optional<Config::Text::Configuration> readFiles(const Context& context, const Files& files);
+// `consequence` follows their number: "; nothing was changed".
+std::optional<Config::Text::Configuration> readFiles(const Context& context, const Files& files,
+                                                     const char* consequence = "");
 
 }  // namespace Kestrav::Tool

@@ -16,6 +16,12 @@ std::string jsonText(const Json& value) {
   return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// Numbers that a store gives out, and that mean nothing outside it.
+bool isNumber(const Field& field) {
+  return field.kind == Kind::kId || field.kind == Kind::kDomain ||
+         field.kind == Kind::kConfigurationDomain;
+}
+
 Json choiceOr(const Field& field, std::int64_t value) {
   for (const Config::Choice& choice : field.choices) {
     if (choice.value == value) return std::string(choice.word);
@@ -68,6 +74,7 @@ nlohmann::ordered_json recordDocument(const Config::RecordType& type, const void
   Json document = Json::object();
   for (const Field& field : type.fields) {
     if (field.kind == Kind::kReserved) continue;
+    if (!options.numbers && isNumber(field)) continue;
     if (!options.defaults && field.kind != Kind::kId && Config::holdsDefault(type, field, record))
       continue;
     const bool masked = field.secret && !options.secrets;
@@ -84,7 +91,8 @@ std::vector<FieldChange> fieldChanges(const Config::RecordType& type, const void
   for (const Field& field : type.fields) {
     if (field.kind == Kind::kReserved || Config::sameField(field, before, after)) continue;
     if (field.secret && !options.secrets) {
-      changes.push_back({std::string(field.name), kMasked, kMasked});
+      const std::string masked = jsonText(Json(kMasked));
+      changes.push_back({std::string(field.name), masked, masked});
       continue;
     }
     changes.push_back({std::string(field.name),

@@ -3,9 +3,11 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/records/Field.h"
+#include "config/text/Text.h"
 #include "tools/Names.h"
 
 namespace Kestrav::Tool {
@@ -13,9 +15,11 @@ namespace Kestrav::Tool {
 struct RenderOptions {
   bool secrets = false;   // print secrets instead of masking them
   bool defaults = false;  // print fields that hold their default, too
+  bool numbers = true;    // print the numbers that a store gives to records and domains
 };
 
-inline constexpr const char* kMasked = "********";
+// As the text form writes it.
+inline constexpr std::string_view kMasked = Config::Text::kMaskedSecret;
 
 // The record by field name: words for enumerations, names for references, lists as arrays.
 nlohmann::ordered_json recordDocument(const Config::RecordType& type, const void* record,

@@ -5,31 +5,54 @@
 #include <system_error>
 
 #include "common/Exception.h"
+#include "config/records/Tables.h"
 #include "config/text/Text.h"
 #include "tools/ReadFiles.h"
 
 namespace Kestrav::Tool {
 
-Scratch::~Scratch() {
-  stores_.clear();
-  for (const std::filesystem::path& folder : folders_) {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-  }
-}
-
-std::shared_ptr<Config::ConfigStore> Scratch::load(const Context& context, const Files& files) {
-  const auto configuration = readFiles(context, files);
-  if (!configuration) return nullptr;
+std::shared_ptr<Config::ConfigStore> Scratch::empty() {
   std::string folder = (std::filesystem::temp_directory_path() / "vexactl-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     throw Exception("no temporary folder can be made", Exception::kFileFailure)
         .stringParameter(folder);
   }
-  folders_.emplace_back(folder);
-  auto store = Config::ConfigStore::open(folders_.back() / "store");
+  // The store's open files are all it needs: without names, nothing is left behind, however we end.
+  struct Remover {
+    const std::string& folder;
+    ~Remover() {
+      std::error_code ignored;
+      std::filesystem::remove_all(folder, ignored);
+    }
+  } const remover{folder};
+  return stores_.emplace_back(Config::ConfigStore::open(folder + "/store"));
+}
+
+std::shared_ptr<Config::ConfigStore> Scratch::copy(const Config::Snapshot& original) {
+  Config::ChangeSet changes;
+  for (const Config::Table& table : Config::tables()) {
+    if (table.scope == Config::Scope::kSystemSingle) {
+      changes.put(table.gid, 0, original.byId(table.gid, 0, 0).data());
+      continue;
+    }
+    for (const ngid_t domain : original.domains(table.gid)) {
+      original.walk(table.gid, domain, [&](const Config::StoredRecord& record) {
+        changes.put(table.gid, domain, record.data());
+        return true;
+      });
+    }
+  }
+  auto store = empty();
+  store->commit(std::move(changes));
+  return store;
+}
+
+std::shared_ptr<Config::ConfigStore> Scratch::load(const Context& context, const Files& files) {
+  const auto configuration = readFiles(context, files);
+  if (!configuration) return nullptr;
+  auto store = empty();
   store->commit(Config::Text::differences(*configuration, store->snapshot()));
-  return stores_.emplace_back(std::move(store));
+  return store;
 }
 
 }  // namespace Kestrav::Tool

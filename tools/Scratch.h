@@ -1,7 +1,7 @@
-// Stores that exist for the length of one verb, to look at files as the store would hold them.
+// Stores without a name in the file system that exist for the length of one verb, to look at files
+// as the store would hold them.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -15,8 +15,11 @@ class Scratch {
   Scratch() = default;
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
-  // Removes the folders.
-  ~Scratch();
+  // A store that holds nothing yet.
+  std::shared_ptr<Config::ConfigStore> empty();
+
+  // A store that holds the same records with the same numbers.
+  std::shared_ptr<Config::ConfigStore> copy(const Config::Snapshot& original);
 
   // A store that holds what the files say; null when there are mistakes, each of which has been
   // printed.
@@ -24,7 +27,6 @@ class Scratch {
 
  private:
   std::vector<std::shared_ptr<Config::ConfigStore>> stores_;
-  std::vector<std::filesystem::path> folders_;
 };
 
 }  // namespace Kestrav::Tool

@@ -1,5 +1,8 @@
 #include <ostream>
+#include <string>
+#include <vector>
 
+#include "tools/Messages.h"
 #include "tools/OpenStore.h"
 #include "tools/Switches.h"
 
@@ -8,7 +11,8 @@ namespace Kestrav::Tool {
 int set(const Context& context, const std::string& name, const std::string& value) {
   const bool on = value == "on" || value == "true" || value == "yes" || value == "1";
   if (!on && value != "off" && value != "false" && value != "no" && value != "0") {
-    context.err << "vexactl: \"" << value << "\" is no value of a switch; give on or off\n";
+    context.err << "vexactl: \"" << oneLine(value)
+                << "\" is no value of a switch; give on or off\n";
     return kBadInput;
   }
   for (const Switch& entry : switches()) {
@@ -19,9 +23,9 @@ int set(const Context& context, const std::string& name, const std::string& valu
     context.out << name << ": " << (before ? "on" : "off") << " -> " << (on ? "on" : "off") << "\n";
     return kDone;
   }
-  context.err << "vexactl: there is no switch \"" << name << "\"; there are:\n";
-  for (const Switch& entry : switches())
-    context.err << "  " << entry.name << ": " << entry.help << "\n";
+  std::vector<std::string> known;
+  for (const Switch& entry : switches()) known.emplace_back(entry.name);
+  context.err << "vexactl: " << unknown("switch", name, known) << "\n";
   return kBadInput;
 }
 

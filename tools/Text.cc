@@ -3,6 +3,7 @@
 
 #include "config/text/Text.h"
 #include "tools/OpenStore.h"
+#include "tools/Progress.h"
 #include "tools/ReadFiles.h"
 
 namespace Kestrav::Tool {
@@ -10,7 +11,7 @@ namespace Kestrav::Tool {
 int check(const Context& context, const Files& files) {
   const auto configuration = readFiles(context, files);
   if (!configuration) return kBadInput;
-  context.out << "no mistakes; " << configuration->records().size() << " records\n";
+  context.out << "no mistakes; " << counted(configuration->records().size(), "record") << "\n";
   return kDone;
 }
 

@@ -38,9 +38,10 @@ int load(const Context& context, const LoadOptions& options);
 int dump(const Context& context, bool secrets);
 
 struct GetOptions {
-  std::string table;
+  std::string table;   // empty: list the tables
   std::string name;    // empty: list the table
   std::string domain;  // a protected domain's name or a number; empty: the system
+  bool all = false;    // fields at their defaults, too
   bool json = false;
   bool secrets = false;
 };
@@ -52,7 +53,6 @@ struct ExplainOptions {
   std::string sender;  // empty or "<>": the null sender
   std::vector<std::string> recipients;
   bool json = false;
-  bool secrets = false;
 };
 int explain(const Context& context, const ExplainOptions& options);
 

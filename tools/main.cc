@@ -1,13 +1,21 @@
 // vexactl: writes, reads and explains a gateway's configuration.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <string_view>
 
-#include "common/Exception.h"
 #include "common/Logger.h"
+#include "config/text/Nearest.h"
+#include "tools/Messages.h"
+#include "tools/Output.h"
 #include "tools/Verbs.h"
 
 namespace {
@@ -17,7 +25,53 @@ using namespace Kestrav::Tool;
 constexpr const char* kDefaultStore = "/var/lib/kestrav/store";
 
 bool colourWanted() {
-  return isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
+  const char* terminal = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr &&
+         (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+// A file opened by the store must never get the number of a standard stream that was closed when we
+// were started: output would be written into it.
+void occupyStandardStreams() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;
+    // The lowest free number is the one wanted. What is written to the former stdout still fails.
+    const int flags = descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY;
+    if (open("/dev/null", flags) != descriptor) std::_Exit(kBadInput);
+  }
+}
+
+int sayWrongUse(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> rest = app.remaining();
+  std::string message = oneLine(error.what());
+  std::vector<std::string> verbs;
+  for (const CLI::App* verb : app.get_subcommands(nullptr)) verbs.push_back(verb->get_name());
+  if (app.get_subcommands().empty() && rest.empty() && error.get_name() == "RequiredError") {
+    message = "say what to do: " + Kestrav::Config::Text::alternatives(verbs);
+  } else if (app.get_subcommands().empty() && !rest.empty() && rest.front().front() != '-') {
+    message = unknown("verb", rest.front(), verbs);
+  } else if (app.get_subcommands().empty() && !rest.empty()) {
+    message = "there is no option \"" + oneLine(rest.front()) + "\"";
+  }
+  const std::string verb =
+      app.get_subcommands().empty() ? "" : " " + app.get_subcommands().front()->get_name();
+  std::cerr << "vexactl: " << message << " (vexactl" << verb << " --help tells more)\n";
+  return kBadInput;
+}
+
+// The verb's answer, once all that it says is written.
+int run(const std::function<int()>& verb, Output& output) {
+  int result = kBadInput;
+  try {
+    result = verb();
+  } catch (const std::exception& error) {
+    std::cerr << "vexactl: " << explainFailure(error) << "\n";
+  }
+  if (const int failure = output.finish()) {
+    std::cerr << "vexactl: the output cannot be written: " << std::strerror(failure) << "\n";
+    return kBadInput;
+  }
+  return result;
 }
 
 }  // namespace
@@ -25,7 +79,11 @@ bool colourWanted() {
 int main(int argc, char** argv) {
   // What the platform notes in passing is not for the terminal.
   Kestrav::Logger::instance().threshold(Kestrav::Logger::Severity::kWarning);
-  Context context{kDefaultStore, std::cout, std::cerr, colourWanted(), isatty(STDERR_FILENO) != 0};
+  occupyStandardStreams();
+  std::signal(SIGPIPE, SIG_IGN);
+  Output output(STDOUT_FILENO);
+  Context context{kDefaultStore, output.stream(), std::cerr, colourWanted(),
+                  isatty(STDERR_FILENO) != 0};
   std::function<int()> verb;
 
   CLI::App app{"Writes, reads and explains the configuration of a mail gateway.", "vexactl"};
@@ -55,12 +113,14 @@ int main(int argc, char** argv) {
 
   GetOptions getOptions;
   auto* getVerb = app.add_subcommand("get", "Print one record, or the names of a table's records");
-  getVerb->add_option("TABLE", getOptions.table, "Key of the table, as in the YAML form")
-      ->required();
-  getVerb->add_option("NAME", getOptions.name, "Name or id of the record");
+  getVerb->add_option("TABLE", getOptions.table,
+                      "Key of the table, as in the YAML form; without it, the tables are listed");
+  getVerb->add_option("NAME", getOptions.name,
+                      "Name or id of the record; without it, the records are listed");
   getVerb->add_option("--domain", getOptions.domain,
                       "Protected domain whose own configuration to look in");
-  getVerb->add_flag("--json", getOptions.json, "JSON instead of YAML");
+  getVerb->add_flag("--all", getOptions.all, "Print fields that hold their default, too");
+  getVerb->add_flag("--json", getOptions.json, "JSON of all fields instead of YAML");
   getVerb->add_flag("--secrets", getOptions.secrets, "Print secrets instead of masking them");
   getVerb->callback([&] { verb = [&] { return get(context, getOptions); }; });
 
@@ -91,7 +151,7 @@ int main(int argc, char** argv) {
   auto* watchVerb =
       app.add_subcommand("watch", "Print each change as it is applied, until interrupted");
   watchVerb->add_option("--changes", watchOptions.changes, "End after this many revisions")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(1, 1'000'000'000));
   watchVerb->add_flag("--json", watchOptions.json, "One JSON document a line");
   watchVerb->add_flag("--secrets", watchOptions.secrets, "Print secrets instead of masking them");
   watchVerb->callback([&] { verb = [&] { return watch(context, watchOptions); }; });
@@ -118,16 +178,8 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kBadInput;
+    if (error.get_exit_code() != 0) return sayWrongUse(app, error);
+    return run([&] { return app.exit(error, context.out, context.err); }, output);
   }
-  try {
-    const int result = verb();
-    std::cout.flush();
-    return result;
-  } catch (const Kestrav::Exception& error) {
-    std::cerr << "vexactl: " << error.asString() << "\n";
-  } catch (const std::exception& error) {
-    std::cerr << "vexactl: " << error.what() << "\n";
-  }
-  return kBadInput;
+  return run(verb, output);
 }

@@ -1,0 +1,138 @@
+// A file full of mistakes is answered with all of them, and changes nothing.
+#include <gmock/gmock.h>
+
+#include "ToolFixture.h"
+
+using namespace Kestrav::ToolTesting;
+
+namespace {
+
+constexpr const char* kMistaken = R"(system:
+  host-nam: mx.example.com
+  bounce-rules: perhaps
+mail-server:
+  smtp-port: 70000
+  deferred-start-hour: late
+quarantine-folders:
+  - Bulk
+  - Bulk
+email-groups:
+  - name: broken
+    members: ["[a-"]
+antispam-actions:
+  - name: tag
+    disposition: discrad
+    quarantine-folder: Bilk
+  - disposition: reject
+antispam-profiles:
+  - name: listless
+    rbl-servers: bl.example.net
+  - name: standard
+    default-action: tagg
+    max-scan-size: many
+ip-policies:
+  - name: bad-mask
+    client: 192.0.2.0/33
+  - name: no-group
+    client: group:office
+outgoing-policies:
+  - name: bad-expression
+    from: /(/
+domains:
+  - name: example.com
+    alias-of: example.org
+web-filters:
+  - name: a-name-of-more-than-thirty-five-bytes
+unheard-of: 1
+)";
+
+class Mistakes : public ToolFixture {};
+
+TEST_F(Mistakes, AreAllToldAndChangeNothing) {
+  load(example());
+  const auto before = rows();
+  const Result result = run({"load", file("mistaken.yaml", kMistaken)});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_GE(linesIn(result.err), 18);
+  expectGolden("mistakes.txt", placeless(result.err));
+  EXPECT_EQ(rows(), before);
+  EXPECT_EQ(revision(), 1u);
+}
+
+TEST_F(Mistakes, AreToldByCheckAsByLoad) {
+  const std::string path = file("mistaken.yaml", kMistaken);
+  const Result checked = run({"check", path});
+  EXPECT_EQ(checked.code, 2);
+  EXPECT_EQ(replaced(run({"load", path}).err, "; nothing was changed", ""), checked.err);
+  EXPECT_FALSE(std::filesystem::exists(store()));
+}
+
+TEST_F(Mistakes, AreToldByADryRunAndByDiff) {
+  const std::string path = file("mistaken.yaml", kMistaken);
+  EXPECT_EQ(run({"load", "--dry-run", path}).code, 2);
+  EXPECT_EQ(run({"diff", example(), path}).code, 2);
+}
+
+// Each message names its file, line and column, and behind a semicolon what would be right.
+TEST_F(Mistakes, HaveAPlaceAndARemedy) {
+  const Result result = run({"check", file("mistaken.yaml", kMistaken)});
+  std::istringstream lines(result.err);
+  std::string line;
+  std::string last;
+  int told = 0;
+  const std::string path = folder() / "mistaken.yaml";
+  while (std::getline(lines, line)) {
+    last = line;
+    if (line.rfind("vexactl: ", 0) == 0) continue;
+    ++told;
+    EXPECT_THAT(line, testing::MatchesRegex(path + ":[0-9]+:[0-9]+: .+; .+"));
+  }
+  EXPECT_EQ(last, "vexactl: " + std::to_string(told) + " mistakes");
+}
+
+TEST_F(Mistakes, OfSeveralFilesNameTheirFile) {
+  const std::string one = file("one.yaml", "quarantine-folders: [Bulk]\n");
+  const std::string two = file("two.yaml", "\nquarantine-folders: [Bulk]\n");
+  const Result result = run({"check", one, two});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_TRUE(contains(result.err, two + ":2:22: ")) << result.err;
+  EXPECT_TRUE(contains(result.err, one + ":1:22")) << result.err;
+}
+
+TEST_F(Mistakes, OfAnySourceEndInMessages) {
+  std::string nested = "system: ";
+  for (int i = 0; i < 100'000; ++i) nested += "[";
+  std::string aliases = "a0: &a0 [x, x, x, x, x, x, x, x, x]\n";
+  for (int i = 1; i < 12; ++i) {
+    const std::string before = "*a" + std::to_string(i - 1);
+    aliases += "a" + std::to_string(i) + ": &a" + std::to_string(i) + " [";
+    for (int j = 0; j < 9; ++j) aliases += before + (j < 8 ? ", " : "]\n");
+  }
+  const struct {
+    const char* name;
+    std::string content;
+  } cases[] = {
+      {"huge nesting", nested},
+      {"a text that multiplies itself", aliases},
+      {"binary", std::string("\x7f"
+                             "ELF\0\x01\x02\xff\xfe",
+                             9)},
+      {"no UTF-8", "system:\n  host-name: \"\xff\xfe\"\n"},
+      {"a list at the top", "- a\n- b\n"},
+      {"a text at the top", "hello\n"},
+      {"two documents", "system: {}\n---\nsystem: {}\n"},
+      {"an unclosed quote", "system:\n  host-name: \"mx\n"},
+      {"tabs", "system:\n\thost-name: mx\n"},
+  };
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.name);
+    const Result result = run({"load", file("hostile.yaml", one.content)});
+    EXPECT_EQ(result.code, 2) << result.out;
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(contains(result.err, "hostile.yaml:")) << result.err;
+    EXPECT_FALSE(std::filesystem::exists(store()));
+  }
+}
+
+}  // namespace
