@@ -24,6 +24,9 @@ class TreeBuilder : public YAML::EventHandler {
 
   YamlNode take() { return std::move(root_); }
 
+  // Where the last scalar in quotes begins; null when there is none.
+  const YAML::Mark& lastQuoted() const { return lastQuoted_; }
+
   void OnDocumentStart(const YAML::Mark& mark) override {
     if (documents_++ != 0) stop(mark, "a second document", "one document in each file");
   }
@@ -46,6 +49,7 @@ class TreeBuilder : public YAML::EventHandler {
       stop(mark, "the tag '" + printableUtf8(tag) + "'", "a value without a tag");
     }
     scalar.text = value;
+    if (tag == "!") lastQuoted_ = mark;
     add(std::move(scalar));
   }
 
@@ -114,7 +118,32 @@ class TreeBuilder : public YAML::EventHandler {
   std::vector<YamlNode> open_;  // values whose end has not been seen, outermost first
   std::size_t nodes_ = 0;
   int documents_ = 0;
+  YAML::Mark lastQuoted_ = YAML::Mark::null_mark();
 };
+
+// True when the quote that opens at `mark` is not closed. The parser takes the end of the file for
+// the end of the text, so that one forgotten quote would swallow all that follows it.
+bool isUnclosedQuote(const std::string& content, const YAML::Mark& mark) {
+  if (mark.is_null()) return false;
+  std::size_t at = 0;
+  for (int line = 0; line < mark.line; ++line) {
+    at = content.find('\n', at);
+    if (at == content.npos) return false;
+    ++at;
+  }
+  at += static_cast<std::size_t>(mark.column);
+  if (at >= content.size() || (content[at] != '"' && content[at] != '\'')) return false;
+  const char quote = content[at];
+  for (++at; at < content.size(); ++at) {
+    if (quote == '"' && content[at] == '\\') {
+      ++at;
+    } else if (content[at] == quote) {
+      if (quote == '"' || at + 1 >= content.size() || content[at + 1] != quote) return false;
+      ++at;  // a doubled single quote stands for one
+    }
+  }
+  return true;
+}
 
 // The place of the first byte that is neither UTF-8 nor a character that YAML takes.
 std::optional<Problem> badCharacter(const std::string& file, const std::string& content) {
@@ -156,6 +185,11 @@ std::optional<YamlNode> parseYaml(const std::string& file, const std::string& co
     YAML::Parser parser(stream);
     TreeBuilder builder(file);
     while (parser.HandleNextDocument(builder)) {
+    }
+    if (isUnclosedQuote(content, builder.lastQuoted())) {
+      problems.push_back({file, builder.lastQuoted().line + 1, builder.lastQuoted().column + 1,
+                          "a quote that is not closed", "the same quote at the end of the text"});
+      return std::nullopt;
     }
     return builder.take();
   } catch (const Stop& stop) {
