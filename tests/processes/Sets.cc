@@ -88,14 +88,15 @@ void Parts::addPolicies() {
   add(domain);
   addIf(odd(), ProtectedDomainRecord(secondId(set_), "extra." + domainOf(set_)));
 
-  const auto incoming = [this](std::uint32_t antispam) {
+  const auto incoming = [this](std::uint32_t antispam, ngid_t owner) {
     return IncomingPolicyRecord(static_cast<std::int32_t>(firstId(set_)))
         .recipient(AddressKind::kDomain, domainOf(set_))
         .antispam(antispam)
-        .authValue(number_);
+        .authValue(number_)
+        .ngid(owner);
   };
-  addIf(odd(), incoming(ownId(set_)), kOwnDomain);
-  add(incoming(firstId(set_)));
+  addIf(odd(), incoming(ownId(set_), kOwnDomain), kOwnDomain);
+  add(incoming(firstId(set_), 0));
 
   // Two that match the same mail, in either order, or none.
   const auto outgoing = [this](std::uint32_t id, std::uint32_t value) {
@@ -158,9 +159,9 @@ void Parts::addAddresses() {
 void Parts::addSettings() {
   switch (set_) {
     case 0: {
-      // The whole day, or no time at all.
+      // The whole day but for its last minute, or no time at all.
       MailServerRecord server;
-      server.deferredPeriod(0, 0, odd() ? 24 : 0, 0);
+      server.deferredPeriod(0, 0, odd() ? 23 : 0, odd() ? 59 : 0);
       boundedCopy(server->host_name, numbered("mx", number_));
       addSingle(server);
       break;

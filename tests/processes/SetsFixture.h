@@ -2,7 +2,9 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <ctime>
 #include <memory>
 #include <random>
 #include <string>
@@ -17,6 +19,7 @@ class SetsFixture : public ::testing::Test {
  protected:
   explicit SetsFixture(const Config::ConfigStore::Options& options = {})
       : store_(Config::ConfigStore::open(folder_ / "store", options)) {
+    liveAtNoon();
     putAllSets(*store_);
   }
 
@@ -63,6 +66,15 @@ class SetsFixture : public ::testing::Test {
   }
 
  private:
+  // A time zone in which it is about noon, for the peers: the sets' settings tell apart times of
+  // day that noon is far from.
+  static void liveAtNoon() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    ::setenv("TZ", ("NOON" + std::to_string(utc.tm_hour - 12)).c_str(), 1);
+  }
+
   TemporaryFolder folder_;
   std::shared_ptr<Config::ConfigStore> store_;
 };

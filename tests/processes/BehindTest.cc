@@ -1,0 +1,156 @@
+// A follower that was stopped while the journal went on without it.
+
+#include <array>
+#include <functional>
+
+#include "SetsFixture.h"
+#include "tests/support/Builders.h"
+
+namespace Kestrav::Testing {
+namespace {
+
+using Config::ChangeSet;
+using Config::Revision;
+
+constexpr std::size_t kJournal = 300;
+
+class Behind : public SetsFixture {
+ protected:
+  Behind() : SetsFixture(smallJournal()) {}
+
+  static Config::ConfigStore::Options smallJournal() {
+    Config::ConfigStore::Options options;
+    options.journalEntries = kJournal / 2;
+    options.journalEntriesHard = kJournal;
+    return options;
+  }
+
+  // In one commit. Nobody asks for them, and no two calls add the same.
+  Revision addFolders(std::uint32_t count) {
+    ChangeSet changes;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      ++lastFolder_;
+      QuarantineFolderRecord(lastFolder_, "folder-" + std::to_string(lastFolder_)).put(changes);
+    }
+    return store().commit(std::move(changes));
+  }
+
+  // More changes than the journal keeps.
+  Revision outrunTheJournal() {
+    std::mt19937 random(seed());
+    const Revision before = storedRevision();
+    Revision revision = before;
+    while (revision < before + 200) revision = writeSomeSets(store(), random);
+    EXPECT_GT(store().statistics().oldestJournalRevision, before + 1);
+    return revision;
+  }
+
+ private:
+  std::uint32_t lastFolder_ = 1000;
+};
+
+TEST_F(Behind, ItHasTheSameCachesAsOneThatNeverStopped) {
+  SCOPED_TRACE("seed " + std::to_string(seed()));
+  const auto steady = follower(1);
+  const auto stopped = follower(0);
+  for (int round = 0; round < 3; ++round) {
+    SCOPED_TRACE(round);
+    const Revision before = storedRevision();
+    await(*stopped, before);
+    const std::string former = stopped->askAll("answers");
+    stopped->suspend();
+    const Revision end = outrunTheJournal();
+    await(*steady, end);
+    stopped->resume();
+    await(*stopped, end);
+    const std::string expected = steady->askAll("answers");
+    EXPECT_EQ(stopped->askAll("answers"), expected);
+    EXPECT_EQ(freshAnswers(), expected);
+    EXPECT_NE(former, expected);
+  }
+  EXPECT_EQ(steady->ask("missed"), "0");
+  EXPECT_EQ(stopped->ask("missed"), std::to_string(3 * 8)) << "each handler, each time";
+
+  // From then on it is told of each change again.
+  std::mt19937 random(seed());
+  Revision end = 0;
+  for (int i = 0; i < 3; ++i) end = writeSomeSets(store(), random);
+  await(*stopped, end);
+  EXPECT_EQ(stopped->ask("missed"), std::to_string(3 * 8));
+  EXPECT_EQ(stopped->askAll("answers"), freshAnswers());
+  EXPECT_EQ(stopped->finish(), "");
+  EXPECT_EQ(steady->finish(), "");
+}
+
+// Each kind of record on its own: what was missed is the only thing that changed.
+TEST_F(Behind, ItForgetsWhatChangedInAnyOneTable) {
+  const std::array<std::uint32_t, 3> numbers = {2, 3, 4};
+  std::size_t tables = 0;
+  const auto stopped = follower(0);
+  for (const Part& part : partsOf(2, 1)) {
+    if (part.domain != 0 || !part.record) continue;
+    SCOPED_TRACE(part.table->key);
+    await(*stopped, storedRevision());
+    stopped->suspend();
+    // The one table's part of another set, and then things that nobody asks for.
+    const Revision before = storedRevision();
+    for (const std::uint32_t number : numbers) {
+      ChangeSet changes;
+      for (const Part& other : partsOf(2, number)) {
+        if (other.table != part.table || other.domain != 0 || !other.record) continue;
+        changes.put(other.table->gid, 0, other.record->data());
+      }
+      store().commit(std::move(changes));
+    }
+    addFolders(kJournal * 2 / 3);
+    const Revision end = addFolders(kJournal * 2 / 3);
+    ASSERT_GT(store().statistics().oldestJournalRevision, before + 1);
+    stopped->resume();
+    await(*stopped, end);
+    EXPECT_EQ(stopped->askAll("answers"), freshAnswers());
+    ++tables;
+  }
+  EXPECT_EQ(stopped->ask("missed"), std::to_string(tables * 8)) << "each handler, each time";
+  EXPECT_GT(tables, 15u);
+  EXPECT_EQ(stopped->finish(), "");
+}
+
+TEST_F(Behind, EveryoneIsAfterACommitThatTheJournalCannotHold) {
+  const auto peer = follower(2);
+  ChangeSet changes;
+  for (int set = 0; set < kSets; ++set) putSet(changes, set, 2);
+  for (std::uint32_t id = 1; id <= kJournal + 1; ++id) {
+    AntispamRecord(1000 + id).put(changes);
+  }
+  const Revision end = store().commit(std::move(changes));
+  EXPECT_EQ(store().statistics().journalEntries, 0u);
+  await(*peer, end);
+  EXPECT_EQ(peer->askAll("answers"), freshAnswers());
+  EXPECT_EQ(peer->ask("missed"), "8");
+  EXPECT_EQ(peer->finish(), "");
+}
+
+TEST_F(Behind, AFollowerThatLivesHoldsTheJournalUpToTheBound) {
+  const auto stopped = follower(0);
+  const Revision before = storedRevision();
+  await(*stopped, before);
+  stopped->suspend();
+  Revision end = before;
+  // One record each; more than is kept for nobody, fewer than the bound.
+  for (std::uint32_t i = 0; i < kJournal * 3 / 4; ++i) {
+    ChangeSet changes;
+    AntispamRecord(1).heuristic(i + 1, i + 1, i + 1).put(changes);
+    end = store().commit(std::move(changes));
+  }
+  EXPECT_LE(store().statistics().oldestJournalRevision, before + 1);
+  stopped->resume();
+  await(*stopped, end);
+  EXPECT_EQ(stopped->ask("missed"), "0");
+  EXPECT_EQ(stopped->ask("changes"), std::to_string(kJournal * 3 / 4));
+  EXPECT_EQ(stopped->ask("compare"), "compared");
+  EXPECT_EQ(stopped->askAll("answers"), freshAnswers());
+  EXPECT_EQ(stopped->finish(), "");
+}
+
+}  // namespace
+}  // namespace Kestrav::Testing
