@@ -1,5 +1,7 @@
 #include "tools/ExplainText.h"
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -7,6 +9,9 @@ namespace Kestrav::Tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+constexpr std::ptrdiff_t kLongestRun = 20;  // of policies with the same outcome that are all named
+constexpr std::ptrdiff_t kNamedOfLongRun = 10;
 
 class Printer {
  public:
@@ -81,10 +86,25 @@ class Printer {
   void considered(const Json& list, const std::string& kind) {
     if (list.empty()) return;
     line(1) << kind << " in order:\n";
-    for (const Json& policy : list) {
-      line(2) << (policy["outcome"] == "chosen" ? "* " : "- ") << "\"" << text(policy["name"])
-              << "\" of " << text(policy["domainName"]) << ": " << text(policy["outcome"]) << "\n";
+    for (auto from = list.begin(); from != list.end();) {
+      const auto to = std::find_if(from, list.end(), [&](const Json& policy) {
+        return policy["outcome"] != (*from)["outcome"];
+      });
+      run(from, to);
+      from = to;
     }
+  }
+
+  // Policies with the same outcome, one after the other; of very many only the first are named.
+  void run(Json::const_iterator from, Json::const_iterator to) {
+    const auto length = std::distance(from, to);
+    const auto named = length > kLongestRun ? kNamedOfLongRun : length;
+    const std::string outcome = text((*from)["outcome"]);
+    for (const auto end = from + named; from != end; ++from) {
+      line(2) << (outcome == "chosen" ? "* " : "- ") << "\"" << text((*from)["name"]) << "\" of "
+              << text((*from)["domainName"]) << ": " << outcome << "\n";
+    }
+    if (from != to) line(2) << "- " << std::distance(from, to) << " more: " << outcome << "\n";
   }
 
   void profiles(const Json& policy) {

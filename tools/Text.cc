@@ -17,6 +17,8 @@ int check(const Context& context, const Files& files) {
 
 int dump(const Context& context, bool secrets) {
   const auto store = openStore(context, IfMissing::kRefuse);
+  Progress progress(context);
+  if (!context.terminal) progress.stage("writing");
   Config::Text::write(store->snapshot(), context.out, {secrets});
   return kDone;
 }

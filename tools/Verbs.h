@@ -18,7 +18,8 @@ struct Context {
   std::filesystem::path store;
   std::ostream& out;
   std::ostream& err;
-  bool colour = false;    // out is a terminal
+  bool terminal = false;  // out is a terminal
+  bool colour = false;    // out is a terminal that shows colours
   bool progress = false;  // err is a terminal
 };
 

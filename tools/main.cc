@@ -82,8 +82,8 @@ int main(int argc, char** argv) {
   occupyStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);
   Output output(STDOUT_FILENO);
-  Context context{kDefaultStore, output.stream(), std::cerr, colourWanted(),
-                  isatty(STDERR_FILENO) != 0};
+  Context context{kDefaultStore,  output.stream(),           std::cerr, isatty(STDOUT_FILENO) != 0,
+                  colourWanted(), isatty(STDERR_FILENO) != 0};
   std::function<int()> verb;
 
   CLI::App app{"Writes, reads and explains the configuration of a mail gateway.", "vexactl"};

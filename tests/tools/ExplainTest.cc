@@ -83,6 +83,25 @@ TEST_F(Explain, SaysNoForAConnectionWithoutAPolicy) {
       contains(result.out, "- \"inside\" of the system: the client's address does not match"));
 }
 
+TEST_F(Explain, NamesTheFirstOfVeryManyPolicies) {
+  std::string text = "ip-policies:\n";
+  for (int i = 0; i < 21; ++i) {
+    text += "  - name: p" + std::to_string(i) + "\n    client: 10.0.0." + std::to_string(i) + "\n";
+  }
+  text += "  - name: last\n";
+  loadText(text);
+  const auto arguments = envelope("203.0.113.9", "", {});
+  const std::string out = run(arguments).out;
+  EXPECT_TRUE(contains(out,
+                       "    - \"p9\" of the system: the client's address does not match\n"
+                       "    - 11 more: the client's address does not match\n"
+                       "    * \"last\" of the system: chosen\n"))
+      << out;
+  auto json = arguments;
+  json.emplace_back("--json");
+  EXPECT_EQ(nlohmann::json::parse(run(json).out)["connection"]["considered"].size(), 22u);
+}
+
 TEST_F(Explain, AnswersFromAnEmptyStore) {
   loadText("{}\n");
   const Result result = run(envelope("203.0.113.9", "a@b.example", {"c@d.example"}));

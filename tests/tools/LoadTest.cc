@@ -113,6 +113,9 @@ TEST_F(Load, TellsTheStageOnATerminalOnly) {
   const std::string erased = "\r\033[K";
   EXPECT_EQ(seen.err.substr(seen.err.size() - erased.size()), erased);
   EXPECT_EQ(run({"load", example()}).err, "");
+  // Not between the lines of an output that the same terminal shows.
+  EXPECT_TRUE(contains(run({"dump"}, {.err = Streams::kTerminal}).err, "writing"));
+  EXPECT_EQ(run({"dump"}, {.out = Streams::kTerminal, .err = Streams::kTerminal}).err, "");
 }
 
 TEST_F(Load, CheckCountsRecords) {
