@@ -74,7 +74,8 @@ class KESTRAV_API TrustedMTASetRef : public Ref<TrustedMTASet> {
 };
 
 // Adds every address of the two tables to the sets. A text that is no address is logged and passed
-// over.
+// over. Not from a thread that keeps an older revision of the store open: addresses that were
+// erased since would come back.
 KESTRAV_API void initializeTrustedMTASet();
 
 }  // namespace Kestrav

@@ -145,6 +145,8 @@ class BounceRulesHandler : public HandlerTemplate<__vexa_bounce_profile, GID_BOU
 
 class WebFilterHandler : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
  public:
+  // Web filters hold copies of their categories.
+  WebFilterHandler() { other(GID_WEB_CATEGORY); }
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_as_wf_profile*, const __aps_as_wf_profile*) override;
 };

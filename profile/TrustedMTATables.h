@@ -29,10 +29,12 @@ inline std::optional<IPAddressMask> trustedAddresses(unsigned int table,
   }
 }
 
+// None when the table cannot be read.
 template <unsigned int GID>
-std::set<IPAddressMask> readTrusted() {
+std::optional<std::set<IPAddressMask>> readTrusted() {
   std::set<IPAddressMask> masks;
   CMF::TableQuery<__aps_ip_mask_string, GID> table;
+  if (table.size() < 0) return std::nullopt;
   for (auto at = table.begin(); at != table.end(); ++at) {
     const __aps_ip_mask_string* record = at.operator->();
     if (record == nullptr) continue;
@@ -47,16 +49,18 @@ template <unsigned int GID>
 void addTrusted(TrustedAddresses& out) {
   for (;;) {
     const std::uint64_t changes = out.changes();
-    if (out.add(readTrusted<GID>(), changes)) return;
+    const auto masks = readTrusted<GID>();
+    if (!masks || out.add(*masks, changes)) return;
   }
 }
 
-// Makes the set what the table holds.
+// Makes the set what the table holds; leaves it when the table cannot be read.
 template <unsigned int GID>
 void replaceTrusted(TrustedAddresses& out) {
   for (;;) {
     const std::uint64_t changes = out.changes();
-    if (out.assign(readTrusted<GID>(), changes)) return;
+    const auto masks = readTrusted<GID>();
+    if (!masks || out.assign(*masks, changes)) return;
   }
 }
 

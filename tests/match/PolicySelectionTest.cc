@@ -183,6 +183,14 @@ TEST_F(PolicySelection, ATextWithoutAnEndInARecordIsReadToItsField) {
   EXPECT_EQ(outgoing("a@b.example", ("c@" + std::string(257, 'x')).c_str()), 1);
 }
 
+// More keys than the index takes: names of more labels than any mail address has.
+TEST_F(PolicySelection, AnAddressOfVeryManyLabelsIsStillMatched) {
+  std::string recipient = "x@";
+  for (int i = 0; i < 400; ++i) recipient += "a.";
+  commit(OutgoingPolicyRecord(1).sender(AddressKind::kDomain, "evil.example"));
+  EXPECT_EQ(outgoing("y@evil.example", (recipient + "example").c_str()), 1);
+}
+
 // The index against the plain scan of the same list.
 TEST_F(PolicySelection, TheIndexAgreesWithTheLinearScanOnRandomRecipientPolicies) {
   std::mt19937 random(7);

@@ -22,7 +22,7 @@ class CandidateIndex {
   using Key = std::uint64_t;  // a hash: two things with one key cost time, never a wrong answer
   using Ordinal = std::uint32_t;
   static constexpr Ordinal kNone = 0xffffffff;
-  // A query may show no more keys than this: an address of 127 labels and its sender have fewer.
+  // The keys of two addresses of 127 labels, and more than any IP address has.
   static constexpr std::size_t kMostKeys = 320;
 
   // REQUIRES: ordinals are added in ascending order.
@@ -31,6 +31,7 @@ class CandidateIndex {
   void seal();
 
   // The first rule in list order for which `matches(ordinal)` is true; kNone when there is none.
+  // REQUIRES: no more than kMostKeys keys.
   template <class Matches>
   Ordinal first(std::span<const Key> keys, Matches&& matches) const {
     std::array<Run, kMostKeys + 1> runs;

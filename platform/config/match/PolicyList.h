@@ -46,6 +46,7 @@ class PolicyList {
   // The winner's record, null when no policy matches.
   const Record* select(const Subject& subject) const {
     const std::vector<CandidateIndex::Key> keys = filing_.keys(subject);
+    if (keys.size() > CandidateIndex::kMostKeys) return selectLinear(subject);
     const CandidateIndex::Ordinal winner = index_.first(keys, [&](CandidateIndex::Ordinal ordinal) {
       return outcome(policies_[ordinal], subject) == Outcome::kWon;
     });

@@ -35,7 +35,9 @@ class PolicyLists {
     const Snapshot snapshot = store->snapshot();
     auto list = std::make_shared<const List>(gid_, domain, snapshot);
     std::unique_lock lock(mutex_);
-    if (snapshot.revision() < dispatcher_->delivering()) return list;
+    // Nor is one from a store that has been replaced, whose lists have been dropped already.
+    if (snapshot.revision() < dispatcher_->delivering() || ConfigStore::attached() != store)
+      return list;
     return lists_.try_emplace(domain, std::move(list)).first->second;
   }
 
