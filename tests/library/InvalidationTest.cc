@@ -126,6 +126,8 @@ const Row kRows[] = {
     {GID_ACL_RULESET, {}},
     {GID_BOUNCE_PROFILE, {}},
     {GID_WEB_FILTER_PROFILE, {"web filter", "antispam"}},
+    // Web filters hold copies of their categories.
+    {GID_WEB_CATEGORY, {"web filter", "antispam"}},
     {GID_TRUSTED_MTA, {}},
     {GID_TRUSTED_ANTISPAM_MTA, {}},
     {GID_QUARANTINE_FOLDER, {}},
