@@ -35,12 +35,15 @@ class Behind : public SetsFixture {
     return store().commit(std::move(changes));
   }
 
-  // More changes than the journal keeps.
-  Revision outrunTheJournal() {
+  // Makes more changes than the journal keeps, but no faster than `steady` follows.
+  Revision outrunTheJournal(PeerProcess& steady) {
     std::mt19937 random(seed());
     const Revision before = storedRevision();
     Revision revision = before;
-    while (revision < before + 200) revision = writeSomeSets(store(), random);
+    while (revision < before + 200) {
+      revision = writeSomeSets(store(), random);
+      await(steady, revision);
+    }
     EXPECT_GT(store().statistics().oldestJournalRevision, before + 1);
     return revision;
   }
@@ -59,8 +62,7 @@ TEST_F(Behind, ItHasTheSameCachesAsOneThatNeverStopped) {
     await(*stopped, before);
     const std::string former = stopped->askAll("answers");
     stopped->suspend();
-    const Revision end = outrunTheJournal();
-    await(*steady, end);
+    const Revision end = outrunTheJournal(*steady);
     stopped->resume();
     await(*stopped, end);
     const std::string expected = steady->askAll("answers");
