@@ -4,8 +4,9 @@
 // holder (RefCounted<T>) exclusively; the holder owns one reference to the implementation T, which
 // derives virtually from RefImpl. The implementation dies with the last holder.
 //
-// Any number of threads may copy and destroy handles to one implementation. One handle object is not
-// protected: two threads must not assign to the same handle, nor copy from one being assigned to.
+// Any number of threads may copy and destroy handles to one implementation. One handle object is
+// not protected: two threads must not assign to the same handle, nor copy from one being assigned
+// to.
 #pragma once
 
 #include <atomic>
@@ -52,8 +53,9 @@ class KESTRAV_API RefImpl {
 
 // Owns one reference to an implementation, which may be null.
 //
-// The members of this template, of Ref and RefCountedImplCopy need T complete; they are defined out of
-// class so that a public header may declare `extern template` for an implementation it only names.
+// The members of this template, of Ref and RefCountedImplCopy need T complete; they are defined out
+// of class so that a public header may declare `extern template` for an implementation it only
+// names.
 template <class T>
 class KESTRAV_API RefCounted {
  public:
@@ -74,8 +76,8 @@ class KESTRAV_API RefCounted {
   T* impl_;
 };
 
-// Makes `dst` a new holder of `src`'s implementation; null when `src` is null. Does nothing when both
-// are the same holder.
+// Makes `dst` a new holder of `src`'s implementation; null when `src` is null. Does nothing when
+// both are the same holder.
 template <class T>
 KESTRAV_API void RefCountedImplCopy(RefCounted<T>*& dst, const RefCounted<T>* src);
 
@@ -133,8 +135,7 @@ void RefCountedImplCopy(RefCounted<T>*& dst, const RefCounted<T>* src) {
 }
 
 template <class T>
-Ref<T>::Ref(T* impl) : Ref(impl, false) {
-}
+Ref<T>::Ref(T* impl) : Ref(impl, false) {}
 
 template <class T>
 Ref<T>::Ref(T* impl, bool addRef) : holder_(nullptr) {
@@ -168,13 +169,15 @@ Ref<T>::~Ref() {
 
 template <class T>
 T* Ref<T>::operator->() {
-  if (holder_ == nullptr) throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 359);
+  if (holder_ == nullptr)
+    throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 359);
   return holder_->impl();
 }
 
 template <class T>
 const T* Ref<T>::operator->() const {
-  if (holder_ == nullptr) throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 368);
+  if (holder_ == nullptr)
+    throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 368);
   return holder_->impl();
 }
 

@@ -1,5 +1,5 @@
-// Feeds every file of the folders and files named on the command line to the fuzz target once. With no
-// fuzzer at hand this is how the corpora are kept green.
+// Feeds every file of the folders and files named on the command line to the fuzz target once. With
+// no fuzzer at hand this is how the corpora are kept green.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -13,7 +13,8 @@ namespace {
 
 void replay(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
-  const std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::vector<char> bytes((std::istreambuf_iterator<char>(in)),
+                                std::istreambuf_iterator<char>());
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
