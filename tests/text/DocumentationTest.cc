@@ -23,16 +23,16 @@ std::string fileContent(const std::string& path) {
 
 }  // namespace
 
-// After a change of the field tables: KESTRAV_WRITE_GOLDEN=1 text_tests
+// After a change of the field tables: KESTRAV_UPDATE_GOLDEN=1 text_tests
 TEST(Documentation, ThePageIsThatOfTheFieldTables) {
   const std::string page = std::string(KESTRAV_DOCS) + "/records.md";
-  if (std::getenv("KESTRAV_WRITE_GOLDEN") != nullptr) std::ofstream(page) << documentation();
+  if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) std::ofstream(page) << documentation();
   EXPECT_EQ(fileContent(page), documentation());
 }
 
 TEST(Documentation, TheSchemaIsThatOfTheFieldTables) {
   const std::string path = std::string(KESTRAV_DOCS) + "/schema/gateway.schema.json";
-  if (std::getenv("KESTRAV_WRITE_GOLDEN") != nullptr) std::ofstream(path) << schema();
+  if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) std::ofstream(path) << schema();
   EXPECT_EQ(fileContent(path), schema());
 }
 

@@ -54,7 +54,7 @@ TEST_F(WriterTest, TheTextIsTheExpectedOne) {
   load(dataFile("full.yaml"));
   const std::string text = dump(false);
   const std::string expected = dataFile("full.dump.yaml");
-  if (std::getenv("KESTRAV_WRITE_GOLDEN") != nullptr) {
+  if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) {
     std::ofstream(std::string(KESTRAV_TEXT_DATA) + "/full.dump.yaml") << text;
   }
   EXPECT_EQ(text, expected);
