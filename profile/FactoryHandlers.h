@@ -6,6 +6,7 @@
 #pragma once
 
 #include "ProfileFactory.h"
+#include "common/Export.h"
 #include "config/Event.h"
 
 struct __aps_acl_ruleset;
@@ -46,27 +47,39 @@ namespace Kestrav::CMF::Event {
 
 // Drops the one profile whose record changed.
 template <class Rec, unsigned int GID>
-class ProfileHandler : public HandlerTemplate<Rec, GID> {
+class KESTRAV_API ProfileHandler : public HandlerTemplate<Rec, GID> {
  public:
   using HandlerTemplate<Rec, GID>::message;
   void message(unsigned int domain, const Rec* oldRecord, const Rec* newRecord) override;
   void resync() override;
 };
 
-class DeepheaderHandler : public HandlerTemplate<__aps_fasmilter, GID_DEEP_HEADER> {
+extern template class KESTRAV_API ProfileHandler<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>;
+extern template class KESTRAV_API ProfileHandler<__aps_gw_av_profile, GID_ANTIVIRUS_PROFILE>;
+extern template class KESTRAV_API ProfileHandler<__aps_dlp_profile, GID_DLP_PROFILE>;
+extern template class KESTRAV_API ProfileHandler<__vexa_encryption_profile, GID_ENCRYPTION_PROFILE>;
+extern template class KESTRAV_API
+    ProfileHandler<__aps_profile_notification, GID_NOTIFICATION_PROFILE>;
+extern template class KESTRAV_API ProfileHandler<__aps_gw_content_profile, GID_CONTENT_PROFILE>;
+extern template class KESTRAV_API ProfileHandler<__qv_ip_profile, GID_SESSION_PROFILE>;
+extern template class KESTRAV_API
+    ProfileHandler<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER>;
+
+class KESTRAV_API DeepheaderHandler : public HandlerTemplate<__aps_fasmilter, GID_DEEP_HEADER> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_fasmilter*, const __aps_fasmilter*) override;
 };
 
-class QV_DICTIONARY_GROUP : public HandlerTemplate<__vexa_dictionary_group, GID_DICTIONARY_GROUP> {
+class KESTRAV_API QV_DICTIONARY_GROUP
+    : public HandlerTemplate<__vexa_dictionary_group, GID_DICTIONARY_GROUP> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __vexa_dictionary_group*,
                const __vexa_dictionary_group*) override;
 };
 
-class QV_DICTIONARY_GDEFINE
+class KESTRAV_API QV_DICTIONARY_GDEFINE
     : public HandlerTemplate<__vexa_dictionary_group_item, GID_DICTIONARY_GROUP_ITEM> {
  public:
   using HandlerTemplate::message;
@@ -74,76 +87,85 @@ class QV_DICTIONARY_GDEFINE
                const __vexa_dictionary_group_item*) override;
 };
 
-class QV_DICTIONARY : public HandlerTemplate<__vexa_dictionary, GID_DICTIONARY> {
+class KESTRAV_API QV_DICTIONARY : public HandlerTemplate<__vexa_dictionary, GID_DICTIONARY> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __vexa_dictionary*, const __vexa_dictionary*) override;
 };
 
 // Spelled so on purpose: the name is known outside.
-class QV_DICTIONAY_ITEM : public HandlerTemplate<__vexa_dictionary_item, GID_DICTIONARY_ITEM> {
+class KESTRAV_API QV_DICTIONAY_ITEM
+    : public HandlerTemplate<__vexa_dictionary_item, GID_DICTIONARY_ITEM> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __vexa_dictionary_item*, const __vexa_dictionary_item*) override;
 };
 
-class AntiSpamActionHandler : public HandlerTemplate<__aps_antispam_action, GID_ANTISPAM_ACTION> {
+class KESTRAV_API AntiSpamActionHandler
+    : public HandlerTemplate<__aps_antispam_action, GID_ANTISPAM_ACTION> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_antispam_action*, const __aps_antispam_action*) override;
 };
 
-class AntiVirusActionHandler : public HandlerTemplate<aps_antivirus_action, GID_ANTIVIRUS_ACTION> {
+class KESTRAV_API AntiVirusActionHandler
+    : public HandlerTemplate<aps_antivirus_action, GID_ANTIVIRUS_ACTION> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const aps_antivirus_action*, const aps_antivirus_action*) override;
 };
 
-class ContentActionHandler : public HandlerTemplate<__aps_content_action, GID_CONTENT_ACTION> {
+class KESTRAV_API ContentActionHandler
+    : public HandlerTemplate<__aps_content_action, GID_CONTENT_ACTION> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_content_action*, const __aps_content_action*) override;
 };
 
-class FilePatternHandler : public HandlerTemplate<__attachment_file_pattern, GID_FILE_PATTERN> {
+class KESTRAV_API FilePatternHandler
+    : public HandlerTemplate<__attachment_file_pattern, GID_FILE_PATTERN> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __attachment_file_pattern*,
                const __attachment_file_pattern*) override;
 };
 
-class CustomMessageHandler : public HandlerTemplate<__aps_cmsg_type, GID_CUSTOM_MESSAGE> {
+class KESTRAV_API CustomMessageHandler
+    : public HandlerTemplate<__aps_cmsg_type, GID_CUSTOM_MESSAGE> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_cmsg_type*, const __aps_cmsg_type*) override;
 };
 
-class MailSettingHandler : public HandlerTemplate<__aps_mailserver, GID_MAIL_SERVER> {
+class KESTRAV_API MailSettingHandler : public HandlerTemplate<__aps_mailserver, GID_MAIL_SERVER> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_mailserver*, const __aps_mailserver* newRecord) override;
   void resync() override;
 };
 
-class SessionAddressMapHandler : public HandlerTemplate<__aps_vip_map, GID_ADDRESS_MAP> {
+class KESTRAV_API SessionAddressMapHandler
+    : public HandlerTemplate<__aps_vip_map, GID_ADDRESS_MAP> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_vip_map*, const __aps_vip_map*) override;
 };
 
-class SessionACLHandler : public HandlerTemplate<__aps_acl_ruleset, GID_ACL_RULESET> {
+class KESTRAV_API SessionACLHandler : public HandlerTemplate<__aps_acl_ruleset, GID_ACL_RULESET> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_acl_ruleset*, const __aps_acl_ruleset*) override;
 };
 
-class BounceRulesHandler : public HandlerTemplate<__vexa_bounce_profile, GID_BOUNCE_PROFILE> {
+class KESTRAV_API BounceRulesHandler
+    : public HandlerTemplate<__vexa_bounce_profile, GID_BOUNCE_PROFILE> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __vexa_bounce_profile*, const __vexa_bounce_profile*) override;
 };
 
-class WebFilterHandler : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
+class KESTRAV_API WebFilterHandler
+    : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
  public:
   // Web filters hold copies of their categories.
   WebFilterHandler() { other(GID_WEB_CATEGORY); }
@@ -151,7 +173,8 @@ class WebFilterHandler : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FIL
   void message(unsigned int, const __aps_as_wf_profile*, const __aps_as_wf_profile*) override;
 };
 
-class AntiSpamTrustedMTAHandler : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_MTA> {
+class KESTRAV_API AntiSpamTrustedMTAHandler
+    : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_MTA> {
  public:
   using HandlerTemplate::message;
   void message(unsigned int, const __aps_ip_mask_string* oldRecord,
@@ -159,7 +182,7 @@ class AntiSpamTrustedMTAHandler : public HandlerTemplate<__aps_ip_mask_string, G
   void resync() override;
 };
 
-class AntiSpamTrustedAntiSpamMTAHandler
+class KESTRAV_API AntiSpamTrustedAntiSpamMTAHandler
     : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_ANTISPAM_MTA> {
  public:
   using HandlerTemplate::message;
