@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "client/Listening.h"
@@ -17,6 +18,9 @@ namespace {
 using Testing::ConfigStore;
 using Testing::OwnedRecord;
 using Testing::Revision;
+
+static_assert(std::is_base_of_v<NonCopyable, ApsSysClientSideCache<__aps_sys_global>>);
+static_assert(!std::is_copy_constructible_v<ApsSysClientSideCache<__aps_sys_global>>);
 
 using Global = RefApsSysClientSideCache<__aps_sys_global, 732>;
 using MailServer = RefApsSysClientSideCache<__aps_mailserver, 617>;

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "config/CMF.h"
@@ -160,6 +161,20 @@ class CmfCalls : public testing::Test {
 };
 
 using Table = TableQuery<Row, 456>;
+
+template <class Query>
+constexpr bool kIsNonCopyable =
+    std::is_base_of_v<NonCopyable, Query> && !std::is_copy_constructible_v<Query> &&
+    !std::is_copy_assignable_v<Query>;
+static_assert(kIsNonCopyable<Table>);
+static_assert(kIsNonCopyable<ObjectQuery<Row, 732>>);
+static_assert(kIsNonCopyable<ObjectQueryById<Row, 1511>>);
+static_assert(!std::is_copy_constructible_v<Lock> && !std::is_copy_assignable_v<Lock>);
+static_assert(std::has_virtual_destructor_v<Table>);
+static_assert(std::has_virtual_destructor_v<_iterator<Row>>);
+static_assert(std::has_virtual_destructor_v<Object<Row, 17>>);
+static_assert(std::is_base_of_v<_iterator<Row>, Table::iterator>);
+static_assert(sizeof(Table::iterator) == sizeof(_iterator<Row>), "the name adds nothing");
 
 TEST_F(CmfCalls, TableQueryIsMadeForItsDomainAndFreed) {
   { Table table(12); }

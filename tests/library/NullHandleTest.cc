@@ -1,10 +1,12 @@
 // What every accessor of a null handle throws: the texts and lines are read by people in old logs.
 #include <gtest/gtest.h>
 
+#include <concepts>
 #include <functional>
 #include <ostream>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "Action.h"
@@ -17,10 +19,34 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "common/Exception.h"
+#include "profile/ActionImpl.h"
+#include "profile/ProfileImpl.h"
 
 using namespace Kestrav;
 
 namespace {
+
+// An implementation is shared through handles only, and its count is a virtual base: no cast leads
+// back from there.
+template <class Impl>
+concept Shared = std::derived_from<Impl, RefImpl> && std::derived_from<Impl, NonCopyable> &&
+                 std::has_virtual_destructor_v<Impl> && !std::is_copy_constructible_v<Impl> &&
+                 !std::is_copy_assignable_v<Impl> && !requires(RefImpl * base) {
+  static_cast<Impl*>(base);
+};
+static_assert(Shared<ProfileImpl>);
+static_assert(Shared<ActionImpl>);
+static_assert(Shared<ActionContainerImpl>);
+static_assert(Shared<ProfileQuarantineFolder>);
+
+// Handles add no data to what they derive from.
+static_assert(sizeof(Profile) == sizeof(Ref<ProfileImpl>));
+static_assert(sizeof(ProfileAntiSpam) == sizeof(Profile));
+static_assert(sizeof(ProfileWebFilter) == sizeof(Profile));
+static_assert(sizeof(Action) == sizeof(Ref<ActionImpl>));
+static_assert(sizeof(ActionContainer) == sizeof(Ref<ActionContainerImpl>));
+static_assert(sizeof(PolicyIPAddress) == sizeof(Policy) &&
+              sizeof(PolicyRecipient) == sizeof(Policy));
 
 struct NullUse {
   const char* what;

@@ -36,6 +36,12 @@ std::string className(const CMF::Event::Handler& handler) {
   return name.compare(0, space.size(), space) == 0 ? name.substr(space.size()) : name;
 }
 
+// How each dispatcher was asked for.
+std::vector<bool>& dispatcherFlags() {
+  static std::vector<bool> seen;
+  return seen;
+}
+
 // All registrations of the factory's start, those of the caches it uses included.
 const std::vector<Registration>& registrations() {
   static const std::vector<Registration> made = [] {
@@ -44,6 +50,10 @@ const std::vector<Registration>& registrations() {
     hooks().addHandler = [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
                              unsigned char first, unsigned char second) {
       seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first, second});
+    };
+    hooks().dispatcherInstance = [](const std::string&, bool first, bool second) {
+      dispatcherFlags().push_back(first);
+      dispatcherFlags().push_back(second);
     };
     start();
     return seen;
@@ -101,8 +111,12 @@ TEST(FactoryHandlers, HaveTheirNames) {
                      }));
 }
 
+// So are those of the caches.
 TEST(FactoryHandlers, AreRegisteredWithTheUnnamedDispatcher) {
-  for (const Registration& one : ofTheFactory()) {
+  EXPECT_GT(registrations().size(), ofTheFactory().size());
+  EXPECT_FALSE(dispatcherFlags().empty());
+  EXPECT_THAT(dispatcherFlags(), testing::Each(false));
+  for (const Registration& one : registrations()) {
     SCOPED_TRACE(one.type);
     EXPECT_EQ(one.dispatcher, "");
     EXPECT_EQ(one.first, 127);

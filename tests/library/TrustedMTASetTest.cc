@@ -69,6 +69,32 @@ TEST(TrustedMTASet, TwoFormsOfOneMaskAreOneElement) {
   EXPECT_EQ(mtas().size(), before);
 }
 
+// The old text goes before the new one comes.
+TEST(TrustedMTASet, MaskThatIsOnlyWrittenAnewStays) {
+  factory();
+  const std::uint32_t mta = freshId();
+  const std::uint32_t antispam = freshId();
+  put(TrustedMtaRecord(mta, "203.0.113.0/25"),
+      TrustedAntispamMtaRecord(antispam, "203.0.113.0/25"));
+  put(TrustedMtaRecord(mta, "203.0.113.0/255.255.255.128"),
+      TrustedAntispamMtaRecord(antispam, "203.0.113.0/255.255.255.128"));
+  EXPECT_TRUE(mtas().contains(mask("203.0.113.0/25")));
+  EXPECT_TRUE(antispamMtas().contains(mask("203.0.113.0/25")));
+  erase(GID_TRUSTED_MTA, mta);
+  erase(GID_TRUSTED_ANTISPAM_MTA, antispam);
+}
+
+TEST(TrustedMTASet, InitialisingKeepsWhatTheTablesDoNotHold) {
+  TrustedMTASetRef sets = TrustedMTASetRef::instance(false);
+  sets->trustedMTAs().insert(mask("192.0.2.121"));
+  sets->trustedAntispamMTAs().insert(mask("192.0.2.122"));
+  initializeTrustedMTASet();
+  EXPECT_TRUE(mtas().contains(mask("192.0.2.121")));
+  EXPECT_TRUE(antispamMtas().contains(mask("192.0.2.122")));
+  sets->trustedMTAs().erase(mask("192.0.2.121"));
+  sets->trustedAntispamMTAs().erase(mask("192.0.2.122"));
+}
+
 TEST(TrustedMTASet, InitialisingAddsBothTables) {
   factory();
   const std::uint32_t mta = freshId();

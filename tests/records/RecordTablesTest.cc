@@ -65,6 +65,56 @@ TEST(RecordTables, NumbersAndKeysAreUnique) {
   EXPECT_EQ(findTableByKey("antispam-profile"), nullptr);
 }
 
+// The numbers stand in stores and journals, the type names in what other programs are built from.
+TEST(RecordTables, NumbersHoldTheirTypes) {
+  const struct {
+    unsigned int gid;
+    const char* type;
+  } fixed[] = {
+      {17, "__aps_mail_disclaimer"},
+      {199, "__qv_ip_profile"},
+      {363, "__aps_fasmilter"},
+      {377, "__aps_gw_av_profile"},
+      {446, "__aps_ip_mask_string"},
+      {448, "__aps_ip_mask_string"},
+      {456, "__aps_gw_as_profile"},
+      {512, "__aps_gw_content_profile"},
+      {617, "__aps_mailserver"},
+      {732, "__aps_sys_global"},
+      {733, "__aps_gw_server"},
+      {801, "__aps_sys_antispam"},
+      {862, "__vexa_dictionary"},
+      {864, "__vexa_dictionary_item"},
+      {871, "__vexa_dictionary_group"},
+      {898, "__vexa_dictionary_group_item"},
+      {901, "__aps_antispam_action"},
+      {916, "__aps_content_action"},
+      {948, "__vexa_encryption_profile"},
+      {956, "__vexa_certificate_binding"},
+      {1194, "__vexa_email_address_group"},
+      {1198, "__vexa_ip_address_group"},
+      {1229, "__aps_cmsg_type"},
+      {1251, "aps_antivirus_action"},
+      {1339, "__aps_profile_notification"},
+      {1382, "__aps_mail_disclaimer_exclude"},
+      {1418, "__aps_vip_map"},
+      {1441, "__aps_acl_ruleset"},
+      {1511, "__vexa_bounce_profile"},
+      {1528, "__aps_as_wf_profile"},
+      {1593, "__aps_sandbox_configuration_t"},
+      {1682, "__aps_systemquarantine_folders"},
+      {1726, "__aps_attachment_signature"},
+      {1782, "__attachment_file_pattern"},
+      {1832, "__aps_dlp_profile"},
+  };
+  for (const auto& row : fixed) {
+    SCOPED_TRACE(row.gid);
+    const Table* table = findTable(static_cast<G_CLI_GID>(row.gid));
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->type->name, row.type);
+  }
+}
+
 TEST(RecordTables, IdAndNameOffsetsAreThoseOfTheFields) {
   for (const Table& table : tables()) {
     SCOPED_TRACE(table.key);
