@@ -68,7 +68,8 @@ int dryRun(const Context& context, const Configuration& configuration) {
   progress.clear();
   Counts counts;
   const Config::Snapshot snapshot = store->snapshot();
-  const RemovedNames removed = removedNames(*store, before, after);
+  RemovedNames removed;
+  addRemovedNames(removed, *store, before, after);
   const Names names(snapshot, &removed);
   store->journal(before, after, [&](const Config::JournalEntry& entry) {
     counts.count(changeOf(entry));

@@ -7,9 +7,8 @@
 
 namespace Kestrav::Tool {
 
-RemovedNames removedNames(Config::ConfigStore& store, Config::Revision after,
-                          Config::Revision upTo) {
-  RemovedNames names;
+void addRemovedNames(RemovedNames& names, Config::ConfigStore& store, Config::Revision after,
+                     Config::Revision upTo) {
   store.journal(after, upTo, [&](const Config::JournalEntry& entry) {
     const Config::Table* table = Config::findTable(entry.gid);
     if (!entry.before || entry.after || table == nullptr) return;
@@ -21,7 +20,6 @@ RemovedNames removedNames(Config::ConfigStore& store, Config::Revision after,
         names.domains.emplace(server.configuration_domain, boundedText(server.name));
     }
   });
-  return names;
 }
 
 std::optional<Names::Found> Names::find(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const {

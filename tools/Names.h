@@ -16,9 +16,9 @@ struct RemovedNames {
   std::map<std::tuple<G_CLI_GID, ngid_t, std::uint32_t>, std::string> records;
   std::map<ngid_t, std::string> domains;
 };
-// Of the revisions in (after, upTo].
-RemovedNames removedNames(Config::ConfigStore& store, Config::Revision after,
-                          Config::Revision upTo);
+// Adds those of the revisions in (after, upTo].
+void addRemovedNames(RemovedNames& names, Config::ConfigStore& store, Config::Revision after,
+                     Config::Revision upTo);
 
 class Names {
  public:

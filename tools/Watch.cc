@@ -33,6 +33,7 @@ int watch(const Context& context, const WatchOptions& options) {
   std::signal(SIGINT, onInterrupt);
   std::signal(SIGTERM, onInterrupt);
   const auto store = openStore(context, IfMissing::kRefuse);
+  store->registerProcess(name);  // the event thread would do so in its own time
   auto dispatcher = CMF::Event::Dispatcher::instance("", false, false);
   const RenderOptions render{.secrets = options.secrets};
 
@@ -40,14 +41,23 @@ int watch(const Context& context, const WatchOptions& options) {
   std::mutex printing;
   Config::Revision seen = 0;
   Config::Revision last = 0;  // to be printed; 0: there is no end
-  RemovedNames removed;       // by revision `seen`
+  // Names are looked up as of now: what the change itself and those after it removed is remembered.
+  RemovedNames removed;
+  Config::Revision removedUpTo = 0;
   std::unique_lock lock(printing);
   const unsigned int observer = dispatcher->observe([&](const Config::JournalEntry& entry) {
     const std::lock_guard turn(printing);
     if (last != 0 && entry.revision > last) return;
-    if (entry.revision != seen) removed = removedNames(*store, entry.revision - 1, entry.revision);
     seen = entry.revision;
     const Config::Snapshot snapshot = store->snapshot();
+    if (entry.revision > removedUpTo) {
+      removed = RemovedNames();
+      removedUpTo = entry.revision - 1;
+    }
+    if (snapshot.revision() > removedUpTo) {
+      addRemovedNames(removed, *store, removedUpTo, snapshot.revision());
+      removedUpTo = snapshot.revision();
+    }
     const Json document = changeDocument(entry, Names(snapshot, &removed), render);
     if (options.json) {
       context.out << line(document);

@@ -25,6 +25,18 @@ class Watch : public ToolFixture {
     load(file("changed.yaml", text));
     load(example());
   }
+
+  // A change that is told in far more bytes than a pipe holds: whoever tells it gets no further
+  // until somebody reads.
+  static std::string largeGroup() {
+    std::string members;
+    for (int i = 10'000; i < 30'000; ++i) {
+      members += "      - member-" + std::to_string(i) + "@example.com\n";
+    }
+    return replaced(fileContent(example()), "\nemail-groups:\n",
+                    "\nemail-groups:\n  - name: large\n    members:\n" + members);
+  }
+  Json processes() const { return Json::parse(run({"status", "--json"}).out)["processes"]; }
 };
 
 TEST_F(Watch, TellsEachRecordAndField) {
@@ -81,20 +93,20 @@ TEST_F(Watch, EndsWhenNobodyReadsAnyMore) {
 TEST_F(Watch, IsListedWithWhatItApplied) {
   Process watching(withStore({"watch", "--json"}));
   watching.line();
-  const Json before = Json::parse(run({"status", "--json"}).out)["processes"];
+  const Json before = processes();
   ASSERT_EQ(before.size(), 1u);
   EXPECT_EQ(before[0]["pid"], watching.pid());
   EXPECT_EQ(before[0]["name"], "vexactl watch");
   EXPECT_EQ(before[0]["applied"], 1);
   EXPECT_EQ(before[0]["lag"], 0);
 
-  // Stopped, it falls behind by what is committed meanwhile.
-  watching.signal(SIGSTOP);
-  makeChanges();
-  const Json behind = Json::parse(run({"status", "--json"}).out)["processes"];
+  load(file("large.yaml", largeGroup()));
+  load(example());
+  const Json behind = processes();
   ASSERT_EQ(behind.size(), 1u);
+  EXPECT_EQ(behind[0]["applied"], 1);
   EXPECT_EQ(behind[0]["lag"], 2);
-  watching.signal(SIGCONT);
+
   for (int revision = 0; revision < 3;) {
     const std::string line = watching.line();
     ASSERT_FALSE(line.empty());
@@ -102,16 +114,34 @@ TEST_F(Watch, IsListedWithWhatItApplied) {
   }
   watching.signal(SIGINT);
   EXPECT_EQ(watching.wait().code, 0);
-  EXPECT_TRUE(Json::parse(run({"status", "--json"}).out)["processes"].empty());
+  EXPECT_TRUE(processes().empty());
+}
+
+TEST_F(Watch, NamesWhatIsGoneByNow) {
+  Process watching(withStore({"watch", "--changes", "3", "--json"}));
+  watching.line();
+  load(file("large.yaml", largeGroup()));
+  EXPECT_EQ(Json::parse(watching.line())["name"], "large");
+  // Told only once both are committed.
+  load(file("renamed.yaml", replaced(largeGroup(), "partner-hosts", "partner-networks")));
+  load(example());
+  const Result result = watching.wait();
+  EXPECT_TRUE(contains(result.out, R"("from":"partner-hosts","to":"partner-networks")"))
+      << result.out;
+  EXPECT_TRUE(contains(result.out, R"("from":"partner-networks","to":"partner-hosts")"))
+      << result.out;
 }
 
 // The journal is kept for those who are behind, but not without end.
 TEST_F(Watch, SaysWhenItMissedChanges) {
   Process watching(withStore({"watch"}));
   watching.line();
-  watching.signal(SIGSTOP);
+  load(file("large.yaml", largeGroup()));
+  // Once this has come, the rest of revision 2 is stuck and later ones have not been looked at.
+  EXPECT_EQ(watching.line().substr(0, 10), "revision 2");
   {
     Kestrav::Config::ConfigStore::Options options;
+    options.create = false;
     options.journalEntries = 2;
     options.journalEntriesHard = 4;
     const auto writer = Kestrav::Config::ConfigStore::open(store(), options);
@@ -123,8 +153,11 @@ TEST_F(Watch, SaysWhenItMissedChanges) {
       writer->commit(std::move(changes));
     }
   }
-  watching.signal(SIGCONT);
-  EXPECT_EQ(watching.line(), "revision 11  the changes since revision 1 were missed");
+  std::string line;
+  do {
+    line = watching.line();
+  } while (!line.empty() && line.substr(0, 11) != "revision 12");
+  EXPECT_EQ(line, "revision 12  the changes since revision 2 were missed");
   watching.signal(SIGINT);
   EXPECT_EQ(watching.wait().code, 0);
 }
