@@ -215,9 +215,10 @@ class KESTRAV_API ConfigStore {
   // once a second, in case a writer died between commit and wake. Returns the revision.
   Revision waitForRevision(Revision seen, int timeoutMs);
 
-  // Journal entries of all revisions in (after, upTo], in commit order. False, with none visited,
-  // when the journal no longer reaches back to `after`. A single-record table's entries always give
-  // both records.
+  // Journal entries of all revisions in (after, upTo], in commit order. False when the journal no
+  // longer reaches back to `after`: with none visited, unless it was cut between the calls of
+  // `visit`, which run while no snapshot of the journal is held. A single-record table's entries
+  // always give both records.
   bool journal(Revision after, Revision upTo,
                const std::function<void(const JournalEntry&)>& visit);
 

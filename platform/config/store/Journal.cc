@@ -1,6 +1,7 @@
 #include "config/store/Journal.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "common/LogCodes.h"
 #include "common/Logger.h"
@@ -32,6 +33,56 @@ std::size_t entriesOf(MDB_txn* txn, unsigned db, Revision revision) {
 void skipped(const JournalRows& rows, const char* reason) {
   Logger::instance().log(LogCode::kStoreRecordSkipped, "%u\x01%u\x01%s",
                          static_cast<unsigned>(rows.gid), rows.id, reason);
+}
+
+// What is copied at a time, at least one entry: a revision may be larger than the memory that one
+// wants to spend on it.
+constexpr std::size_t kBatchBytes = 1u << 20;
+
+struct CopiedEntry {
+  Revision revision;
+  std::string bytes;
+};
+
+// Copies entries from the key `from` on. False at the end; otherwise `from` is where to go on.
+bool copyEntries(const Reading& reading, std::string& from, Revision upTo,
+                 std::vector<CopiedEntry>& batch) {
+  Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
+  std::size_t copied = 0;
+  for (bool more = cursor.seek(from); more; more = cursor.next()) {
+    const Revision revision = bigEndian(cursor.key().substr(0, 8));
+    if (revision > upTo) return false;
+    if (copied >= kBatchBytes) {
+      from = cursor.key();
+      return true;
+    }
+    batch.push_back({revision, std::string(cursor.value())});
+    copied += sizeof(CopiedEntry) + cursor.value().size();
+  }
+  return false;
+}
+
+// Without records when the entry cannot be read.
+JournalEntry decoded(const CopiedEntry& copy) {
+  JournalEntry entry;
+  const auto rows = decodeEntry(copy.bytes);
+  if (!rows) return entry;
+  const Table* table = findTable(rows->gid);
+  if (table == nullptr) {
+    skipped(*rows, "journal: there is no such table");
+    return entry;
+  }
+  entry.revision = copy.revision;
+  entry.gid = rows->gid;
+  entry.domain = rows->domain;
+  entry.id = rows->id;
+  if (rows->before) {
+    entry.before = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->before);
+  }
+  if (rows->after) {
+    entry.after = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->after);
+  }
+  return entry;
 }
 
 }  // namespace
@@ -89,30 +140,25 @@ void trimJournal(MDB_txn* txn, StoreCore& core, Revision newest) {
   if (cut != 0) put(txn, core.env->db(LmdbEnv::kMeta), Key('j'), asBytes(cut));
 }
 
+// Nothing of the store is held while `visit` runs: it may wait for whatever it likes, and the map
+// may grow meanwhile.
 bool ConfigStore::journal(Revision after, Revision upTo,
                           const std::function<void(const JournalEntry&)>& visit) {
-  const Reading reading(impl_->core, Reading::kNewest);
-  const auto cut = get(reading.txn(), reading.db(LmdbEnv::kMeta), Key('j'));
-  if (cut && after < fromBytes<Revision>(*cut)) return false;
-  Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
-  for (bool more = cursor.seek(journalKey(after + 1, 0)); more; more = cursor.next()) {
-    const Revision revision = bigEndian(cursor.key().substr(0, 8));
-    if (revision > upTo) break;
-    const auto rows = decodeEntry(cursor.value());
-    if (!rows) continue;
-    const Table* table = findTable(rows->gid);
-    if (table == nullptr) {
-      skipped(*rows, "journal: there is no such table");
-      continue;
+  std::string from(journalKey(after + 1, 0));
+  for (bool first = true, more = true; more; first = false) {
+    std::vector<CopiedEntry> batch;
+    {
+      const Reading reading(impl_->core, Reading::kNewest);
+      // What was cut off later is missed only when it was still to come.
+      const auto cut = get(reading.txn(), reading.db(LmdbEnv::kMeta), Key('j'));
+      const Revision kept = first ? after : bigEndian(std::string_view(from).substr(0, 8)) - 1;
+      if (cut && kept < fromBytes<Revision>(*cut)) return false;
+      more = copyEntries(reading, from, upTo, batch);
     }
-    JournalEntry entry{revision, rows->gid, rows->domain, rows->id, {}, {}};
-    if (rows->before) {
-      entry.before = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->before);
+    for (const CopiedEntry& copy : batch) {
+      const JournalEntry entry = decoded(copy);
+      if (entry.before || entry.after) visit(entry);
     }
-    if (rows->after) {
-      entry.after = RowCodec::decodeOrLog(*table, rows->domain, rows->id, *rows->after);
-    }
-    if (entry.before || entry.after) visit(entry);
   }
   return true;
 }
