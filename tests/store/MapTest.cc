@@ -108,6 +108,30 @@ TEST_F(StoreLimits, TakenReaderSlotsAreSaidToBe) {
   EXPECT_EQ(store->snapshot().revision(), 2u) << "the dead ones' slots are free again";
 }
 
+TEST_F(StoreLimits, AStoreOpensWhenTheDeadHoldAllReaderSlots) {
+  ConfigStore::Options options;
+  options.readerSlots = 4;
+  auto store = ConfigStore::open(folder_ / "store", options);
+  putAll(*store, {1});
+  Child readers({"hold", path(), "3"});
+  EXPECT_EQ(readers.line(), "1");
+  EXPECT_EQ(revisionSeenByAnotherThread(*store), 1u);
+  Child last({"hold", path(), "1"});
+  EXPECT_EQ(last.line(), "1");
+  store.reset();
+  expectCode(StoreError::kNoReaderSlot, [&] { ConfigStore::open(folder_ / "store"); });
+  try {
+    ConfigStore::open(folder_ / "store");
+    ADD_FAILURE() << "opened without a reader slot";
+  } catch (const Exception& exception) {
+    EXPECT_THAT(exception.message(), HasSubstr("All 4 reader slots"));
+  }
+  readers.kill();
+  last.kill();
+  store = ConfigStore::open(folder_ / "store");
+  EXPECT_EQ(store->snapshot().revision(), 1u);
+}
+
 TEST_F(StoreLimits, ThreadsThatDoNotReadAtTheMomentGiveTheirSlotsAway) {
   ConfigStore::Options options;
   options.readerSlots = 2;

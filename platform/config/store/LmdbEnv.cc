@@ -67,9 +67,11 @@ void LmdbEnv::openDatabases(const std::filesystem::path& folder, bool create) {
   };
   bool empty = false;
   {
-    MDB_txn* txn = nullptr;
-    check(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn), "open");
-    Transaction reading(txn);
+    ReaderSlot slot;  // no other thread knows this environment yet
+    beginRead(slot);
+    leave(slot);
+    Transaction reading(std::exchange(slot.txn, nullptr));
+    MDB_txn* const txn = reading.get();
     for (unsigned i = 0; i < kDbs && !empty; ++i) {
       const int rc = mdb_dbi_open(txn, kNames[i], 0, &dbs_[i]);
       if (rc == MDB_NOTFOUND) {
