@@ -1,7 +1,11 @@
 #include "profile/FactoryHandlers.h"
 
+#include <exception>
+
 #include "DLPRuleFactory.h"
 #include "TrustedMTASet.h"
+#include "common/LogCodes.h"
+#include "common/Logger.h"
 #include "config/CMF.h"
 #include "config/records/AntispamRecords.h"
 #include "config/records/AntivirusRecords.h"
@@ -176,7 +180,13 @@ void FilePatternHandler::message(unsigned int, const __attachment_file_pattern*,
   ProfileFactory& factory = FactoryEvents::factory();
   factory.clearFilePatternProfiles();
   factory.clearContentProfiles();
-  DLPRuleFactory::instance()->clearDLPRules();
+  try {
+    DLPRuleFactory::instance()->clearDLPRules();
+  } catch (const std::exception& failure) {
+    // The rules are a daemon's own code; its failure must not keep stale profiles.
+    Logger::instance(false).log(LogCode::kHandlerFailed, "%u\x01%s",
+                                static_cast<unsigned int>(GID_FILE_PATTERN), failure.what());
+  }
   factory.clearDLPProfiles();
 }
 

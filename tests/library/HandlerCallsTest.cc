@@ -12,6 +12,7 @@
 #include "Factory.h"
 #include "FactoryCalls.h"
 #include "Gateway.h"
+#include "common/Exception.h"
 #include "profile/FactoryHandlers.h"
 
 using namespace Kestrav;
@@ -135,6 +136,24 @@ INSTANTIATE_TEST_SUITE_P(Tables, HandlerCalls, testing::ValuesIn(kRows), tableNa
 INSTANTIATE_TEST_SUITE_P(Tables, DomainHandlerCalls, testing::ValuesIn(domainRows()), tableName);
 
 }  // namespace
+
+TEST(FilePatternChange, ForgetsTheDlpProfilesAlsoWhenTheRulesFail) {
+  class FailingRules : public DLPRuleFactory {
+   public:
+    FailingRules() : installed_(s_instance) { s_instance = this; }
+    ~FailingRules() override { s_instance = installed_; }
+    void clearDLPRules() override { throw Exception("no rules", 7); }
+
+   private:
+    DLPRuleFactory* const installed_;
+  };
+  factory();
+  const FailingRules rules;
+  takeFactoryCalls();
+  AnyRecord record(GID_FILE_PATTERN);
+  putInto(0, record);
+  EXPECT_EQ(takeFactoryCalls(), (Calls{"clear file pattern", "clear content", "clear DLP"}));
+}
 
 TEST(MissedChanges, ForgetTheWholeKind) {
   using namespace CMF::Event;

@@ -60,6 +60,7 @@ ConfigStore::ConfigStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 ConfigStore::~ConfigStore() = default;
 
 void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
+  // The former store ends with the parameter, after the locks: ending it takes others.
   Attachment& state = attachment();
   const std::scoped_lock attaching(state.attaching);
   char* zone = nullptr;
@@ -73,7 +74,6 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
     const std::unique_lock lock(state.mutex);
     state.store.swap(store);
   }
-  store.reset();  // the former one
   currentZone(zone);
 }
 
