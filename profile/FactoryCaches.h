@@ -25,6 +25,7 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "config/CMF.h"
+#include "config/client/RootEntities.h"
 #include "config/records/AntispamRecords.h"
 #include "config/records/QuarantineRecords.h"
 #include "config/store/StatusArea.h"
@@ -98,7 +99,7 @@ template <class Handle>
 [[nodiscard]] typename ProfileCache<Handle>::Entries takeAll(ProfileCache<Handle>& cache,
                                                              std::uint32_t dirty) {
   // First the mark: one that is set again from here on asks for another round.
-  if (dirty != 0) Config::StatusArea(nCfg_debug_zone).clearDirty(dirty);
+  if (dirty != 0) Config::StatusArea(Config::Client::debugZone()).clearDirty(dirty);
   return cache.clear();
 }
 
@@ -109,7 +110,7 @@ bool lookUp(ProfileFactory::Caches& caches, int id, typename Kind::Handle& out) 
   typename ProfileCache<typename Kind::Handle>::Entries stale;
   const ReadLock reading(kind.lock);
   if constexpr (Kind::kDirty != 0) {
-    if ((Config::StatusArea(nCfg_debug_zone).dirtyFlags() & Kind::kDirty) != 0) {
+    if ((Config::StatusArea(Config::Client::debugZone()).dirtyFlags() & Kind::kDirty) != 0) {
       stale = takeAll(kind.entries, Kind::kDirty);
     }
   }
