@@ -28,6 +28,8 @@ struct Attachment {
 
   std::shared_mutex mutex;
   std::shared_ptr<ConfigStore> store;  // guarded by `mutex`
+
+  std::mutex registering;  // held while this process's slot is exchanged
 };
 
 Attachment& attachment() {
@@ -47,6 +49,9 @@ Attachment& attachment() {
           // The child's thread is another one than that which locked for writing: unlocking would
           // not be taken for a writer's.
           new (&attachment().mutex) std::shared_mutex;
+          // A thread that does not exist here may hold it; the slots of the parent's stores are not
+          // this process's.
+          new (&attachment().registering) std::mutex;
           attachment().attaching.unlock();
         });
     return *made;
@@ -60,7 +65,6 @@ ConfigStore::ConfigStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 ConfigStore::~ConfigStore() = default;
 
 void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
-  // The former store ends with the parameter, after the locks: ending it takes others.
   Attachment& state = attachment();
   const std::scoped_lock attaching(state.attaching);
   char* zone = nullptr;
@@ -75,6 +79,8 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
     state.store.swap(store);
   }
   currentZone(zone);
+  // `store`, the former one, ends without the lock: closing it waits for the list of open stores,
+  // which a fork takes after or before this lock, as they were first used.
 }
 
 std::shared_ptr<ConfigStore> ConfigStore::attached() {
@@ -119,8 +125,7 @@ void ConfigStore::registerProcess(std::string_view name) {
   StoreCore& core = *impl_->core;
   const Revision present = refreshRevision(impl_->core);
   core.checkProcess();
-  static std::mutex registering;
-  std::scoped_lock lock(registering);
+  const std::scoped_lock lock(attachment().registering);
   const int former = core.processSlot.load();
   if (former >= 0) core.status->release(former);
   core.processSlot.store(core.status->claim(name, present));
