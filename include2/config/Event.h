@@ -86,8 +86,8 @@ class KESTRAV_API DispatcherImpl : public virtual RefImpl, public NonCopyable {
   const std::string& name() const { return name_; }
 
   // Registers the handler. It sees every change after the revision returned, none up to it. May be
-  // called from within a handler. The two numbers are accepted for the callers' sake and make no
-  // difference.
+  // called from within a handler, and with a lock held that a handler takes: no handler is told
+  // anything here. The two numbers are accepted for the callers' sake and make no difference.
   Config::Revision add(const RefHandler& handler, unsigned char, unsigned char);
   // When it returns, the handler is not running and is not called again. Not with a lock held that
   // a handler takes.
@@ -116,7 +116,9 @@ class KESTRAV_API DispatcherImpl : public virtual RefImpl, public NonCopyable {
   void stop();
   void start();
   // Follows the store attached last, when that is another one: every handler is told to resync, on
-  // this thread. Happens of itself within a second, and at the next registration.
+  // this thread. Happens of itself within a second, on another one; the library's caches wait for
+  // that up to two seconds, in case the caller holds what a handler waits for. Not with a lock held
+  // that a handler takes.
   void synchronise();
 
  private:

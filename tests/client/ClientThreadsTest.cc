@@ -9,6 +9,8 @@
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
+#include "config/client/RootEntities.h"
+#include "config/store/StatusArea.h"
 
 namespace Kestrav::CMF {
 namespace {
@@ -21,6 +23,19 @@ using Global = RefApsSysClientSideCache<__aps_sys_global, 732>;
 
 constexpr int kReaders = 4;
 constexpr std::uint32_t kChanges = 150;
+
+class AnyChangeHandler : public Event::HandlerTemplate<__aps_systemquarantine_folders, 1682> {
+ public:
+  explicit AnyChangeHandler(Testing::Notes& notes) : notes_(notes) {}
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_systemquarantine_folders*,
+               const __aps_systemquarantine_folders*) override {
+    notes_.add("heard");
+  }
+
+ private:
+  Testing::Notes& notes_;
+};
 
 class ClientThreads : public Testing::StoreTest {
  protected:
@@ -148,6 +163,25 @@ TEST_F(ClientThreads, HandlersComeAndGoDuringDelivery) {
   EXPECT_EQ(seen, kChanges);
 }
 
+TEST_F(ClientThreads, StoreAttachedDuringTheFirstRegistrationIsFollowed) {
+  for (int round = 0; round < 100; ++round) {
+    ConfigStore::attach(nullptr);
+    Testing::dispatcher()->synchronise();
+    Testing::Notes notes;
+    std::atomic<bool> go{false};
+    std::thread attaching([&] {
+      go.wait(false);
+      ConfigStore::attach(store_);
+    });
+    go = true;
+    go.notify_all();
+    const Testing::Registered handler(new AnyChangeHandler(notes));
+    attaching.join();
+    putFolder(1, std::to_string(round));
+    ASSERT_TRUE(notes.waitFor("heard"));  // without a call that would follow the store
+  }
+}
+
 TEST_F(ClientThreads, StoresAreExchangedUnderReaders) {
   const Testing::Folder second;
   const auto other = ConfigStore::open(second.path() / "store");
@@ -155,6 +189,7 @@ TEST_F(ClientThreads, StoresAreExchangedUnderReaders) {
       [&](int) {
         Global::instance(false)->record();
         RefApsGwServerCache::instance(false).find("a.example");
+        EXPECT_TRUE(Config::StatusArea(Config::Client::debugZone()).contentInspection());
       },
       [&] {
         for (int change = 0; change < 20; ++change) {

@@ -8,11 +8,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <mutex>
 #include <stdexcept>
+#include <thread>
 
 #include "client/Listening.h"
 #include "common/Logger.h"
 #include "config/CMF.h"
+#include "config/ClientSideCache.h"
 #include "config/records/AntispamRecords.h"
 #include "config/records/SessionRecords.h"
 
@@ -438,6 +441,68 @@ TEST_F(Events, HandlerMayEndTheProcess) {
   EXPECT_EQ(runProcess({"end-by-handler", store_->folder()}), 7);
 }
 
+TEST_F(Events, NoHandlerIsCalledOnceStaticObjectsAreGone) {
+  for (int run = 0; run < 5; ++run) {
+    EXPECT_EQ(runProcess({"end-detached", store_->folder()}), 0);
+  }
+}
+
+TEST_F(Events, ProcessThatGetsNoThreadGoesOnAndTriesAgain) {
+  EXPECT_EQ(runProcess({"without-threads", store_->folder()}), 0);
+}
+
+TEST_F(Events, ChildForkedWhileItsParentRegistersFollowsItsOwnStore) {
+  for (int run = 0; run < 20; ++run) {
+    EXPECT_EQ(runProcess({"fork-early", store_->folder()}), 0);
+  }
+}
+
+TEST_F(Events, ChildForkedWhileAStoreIsFollowedFollowsItsOwn) {
+  std::atomic<bool> goOn{false};
+  const Registered handler(new FolderHandler(notes_, "h", [&] { goOn.wait(false); }));
+  ConfigStore::attach(nullptr);
+  ASSERT_TRUE(notes_.waitFor("h: 0 ->-"));  // another thread is in the middle of it
+  const Testing::Folder second;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    goOn = true;
+    const auto own = ConfigStore::open(second.path() / "store");
+    ConfigStore::attach(own);
+    ChangeSet changes;
+    changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
+    const Revision revision = own->commit(std::move(changes));
+    ::_exit(dispatcher()->waitApplied(revision, 20'000) && dispatcher()->applied() == revision ? 42
+                                                                                               : 1);
+  }
+  goOn = true;
+  goOn.notify_all();
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
+TEST_F(Events, ForksAndAttachmentsWaitForEachOtherInOneOrder) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  std::atomic<bool> done{false};
+  std::thread attaching([&] {
+    do {
+      const Testing::Folder passing;
+      ConfigStore::attach(ConfigStore::open(passing.path() / "store"));
+      ConfigStore::attach(nullptr);  // closes it
+    } while (!done);
+  });
+  for (int fork = 0; fork < 50; ++fork) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(ConfigStore::attached() != nullptr ? 0 : 42);
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+  }
+  done = true;
+  attaching.join();
+}
+
 TEST_F(Events, ChildAfterForkDeliversNothing) {
   const Registered handler(new FolderHandler(notes_, "h"));
   applied(putFolder(1, "one"));
@@ -497,6 +562,44 @@ TEST_F(Events, AnotherStoreResynchronisesItsHandlersAndIsFollowed) {
   changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
   applied(other->commit(std::move(changes)));
   EXPECT_THAT(notes_.all(), ElementsAre("resync", "h: 0 ->nine"));
+}
+
+TEST_F(Events, RegisteringAndReadingWaitForNoHandlerForEver) {
+  ConfigStore::attach(nullptr);
+  dispatcher()->synchronise();
+  std::mutex firstUse;
+  std::unique_ptr<Registered> second;
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    const std::scoped_lock lock(firstUse);
+    notes_.add("went on");
+  }));
+  {
+    const std::scoped_lock lock(firstUse);
+    ConfigStore::attach(store_);
+    ASSERT_TRUE(notes_.waitFor("h: 0 ->-"));  // and now it waits for the lock
+    second = std::make_unique<Registered>(new FolderHandler(notes_, "second"));
+    RefApsSysClientSideCache<__aps_sys_global, 732>::instance(false)->record();
+    EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->-"));
+  }
+  ASSERT_TRUE(notes_.waitFor("went on"));
+}
+
+TEST_F(Events, CachesNeverCallAHandlerOnTheirReadersThread) {
+  ConfigStore::attach(nullptr);
+  dispatcher()->synchronise();
+  const auto mine = std::this_thread::get_id();
+  std::atomic<int> calls{0};
+  std::atomic<bool> onReadersThread{false};
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    ++calls;
+    if (std::this_thread::get_id() == mine) onReadersThread = true;
+  }));
+  for (int change = 1; change <= 50; ++change) {
+    ConfigStore::attach(change % 2 == 0 ? nullptr : store_);
+    RefApsSysClientSideCache<__aps_sys_global, 732>::instance(false)->record();
+    EXPECT_EQ(calls, change);  // and the handlers were waited for
+  }
+  EXPECT_FALSE(onReadersThread);
 }
 
 TEST_F(Events, StoreAttachedAfterTheRegistrationIsFollowedUnasked) {

@@ -3,8 +3,19 @@
 //   wait-alone FOLDER         waits for a change without having registered a handler
 //   end-busy FOLDER           ends while changes are delivered to a handler
 //   end-by-handler FOLDER     a handler ends the process, with code 7
+//   end-detached FOLDER       ends right after it has let go of the store; code 9 when a handler is
+//                             called once static objects are gone
+//   without-threads FOLDER    registers and attaches while no thread can be made, then is told all
+//   fork-early FOLDER         forks right after the first registration; the child follows its own
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstdlib>
 #include <string>
+#include <system_error>
+#include <thread>
 
 #include "client/Listening.h"
 
@@ -17,6 +28,105 @@ Config::Revision putFolder(Config::ConfigStore& store, unsigned long id, const s
   changes.put(GID_QUARANTINE_FOLDER, 0,
               Testing::folderRecord(static_cast<std::uint32_t>(id), name).data());
   return store.commit(std::move(changes));
+}
+
+class AnyHandler : public CMF::Event::HandlerTemplate<__aps_systemquarantine_folders, 1682> {
+ public:
+  explicit AnyHandler(std::function<void()> call) : call_(std::move(call)) {}
+  using HandlerTemplate::message;
+  void message(unsigned int, const __aps_systemquarantine_folders*,
+               const __aps_systemquarantine_folders*) override {
+    call_();
+  }
+
+ private:
+  const std::function<void()> call_;
+};
+
+void listen(std::function<void()> call) {
+  Testing::dispatcher()->add(CMF::Event::RefHandler(new AnyHandler(std::move(call))), 127, 1);
+}
+
+std::atomic<bool> staticsGone{false};
+
+struct Static {
+  ~Static() {
+    staticsGone = true;
+    Testing::dispatcher()->waitApplied(~Config::Revision{0}, 100);  // time for whoever is late
+  }
+};
+
+int endDetached() {
+  static const Static made;
+  listen([] {
+    if (staticsGone) ::_exit(9);
+  });
+  Config::ConfigStore::attach(nullptr);
+  std::exit(EXIT_SUCCESS);
+}
+
+// Threads of a size that no address space has.
+class NoThreads {
+ public:
+  NoThreads() {
+    pthread_getattr_default_np(&before_);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, std::size_t{1} << 47);
+    pthread_setattr_default_np(&attributes);
+    pthread_attr_destroy(&attributes);
+  }
+  ~NoThreads() {
+    pthread_setattr_default_np(&before_);
+    pthread_attr_destroy(&before_);
+  }
+  NoThreads(const NoThreads&) = delete;
+  NoThreads& operator=(const NoThreads&) = delete;
+
+ private:
+  pthread_attr_t before_;
+};
+
+bool threadsCanBeMade() {
+  try {
+    std::thread([] {}).join();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+int withoutThreads(const std::shared_ptr<Config::ConfigStore>& store) {
+  std::atomic<int> heard{0};
+  {
+    const NoThreads none;
+    if (threadsCanBeMade()) return 3;
+    listen([&] { ++heard; });
+    Config::ConfigStore::attach(nullptr);
+    Config::ConfigStore::attach(store);
+    putFolder(*store, 1, "one");
+    Testing::dispatcher()->synchronise();
+    if (Testing::dispatcher()->waitApplied(putFolder(*store, 2, "two"), 1)) return 4;
+  }
+  const int before = heard;
+  if (!Testing::dispatcher()->waitApplied(putFolder(*store, 3, "three"), Testing::kForeverMs))
+    return 5;
+  return heard > before ? EXIT_SUCCESS : 6;
+}
+
+int forkEarly() {
+  const Testing::Folder second;
+  auto& heard = *new std::atomic<bool>{false};
+  listen([&] { heard = true; });
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto own = Config::ConfigStore::open(second.path() / "store");
+    Config::ConfigStore::attach(own);
+    const bool waited = Testing::dispatcher()->waitApplied(putFolder(*own, 1, "one"), 20'000);
+    ::_exit(waited && heard ? EXIT_SUCCESS : 1);
+  }
+  int status = 0;
+  return ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : 2;
 }
 
 int run(const std::string& verb, char** arguments) {
@@ -32,6 +142,9 @@ int run(const std::string& verb, char** arguments) {
     return Testing::dispatcher()->waitApplied(putFolder(*store, 1, "one"), 0) ? EXIT_SUCCESS
                                                                               : EXIT_FAILURE;
   }
+  if (verb == "end-detached") return endDetached();
+  if (verb == "without-threads") return withoutThreads(store);
+  if (verb == "fork-early") return forkEarly();
   auto& notes = *new Testing::Notes;  // the handler may outlive this function
   if (verb == "end-busy") {
     Testing::dispatcher()->add(CMF::Event::RefHandler(new Testing::FolderHandler(

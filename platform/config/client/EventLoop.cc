@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "common/LogCodes.h"
@@ -23,6 +24,12 @@ namespace {
 
 constexpr int kWaitMs = 1000;  // an idle thread looks around this often
 constexpr auto kPatienceAtExit = std::chrono::seconds(2);
+// Whoever asks for a store's following waits so long, and then goes on: it may hold what a handler
+// waits for.
+constexpr auto kPatienceForHandlers = std::chrono::seconds(2);
+// Every registration moves the end of delivery before the end of the static objects made up to
+// then; so many do, for what is registered at exit is never taken back.
+constexpr unsigned int kEndsAtExit = 1000;
 
 void logStoreFailure(const char* operation, const std::exception& reason) {
   Logger::instance(false).log(LogCode::kStoreFailure, "%s\x01%s", operation, reason.what());
@@ -48,7 +55,16 @@ void guarded(G_CLI_GID gid, Call call) {
 std::atomic<unsigned int> attachments{0};
 std::atomic<EventLoop*> theLoop{nullptr};
 
-thread_local bool onEventThread = false;
+// Greater than 0 while this thread calls handlers: it holds delivery_.
+thread_local int telling = 0;
+
+class Telling {
+ public:
+  Telling() { ++telling; }
+  ~Telling() { --telling; }
+  Telling(const Telling&) = delete;
+  Telling& operator=(const Telling&) = delete;
+};
 
 // The event thread takes no signals: they are for the threads of the daemon.
 class SignalsBlocked {
@@ -66,6 +82,9 @@ class SignalsBlocked {
   sigset_t before_;
 };
 
+// Made before there are threads, so that no fork comes in the middle of it.
+[[maybe_unused]] const EventLoop& madeEarly = EventLoop::instance();
+
 }  // namespace
 
 EventLoop& EventLoop::instance() {
@@ -81,16 +100,21 @@ EventLoop::EventLoop() : listeners_(std::make_shared<Listeners>()) {
   });
   pthread_atfork([] { instance().state_.lock(); }, [] { instance().state_.unlock(); },
                  [] { instance().forked(); });
-  // Runs before the static objects made up to now are destroyed. A thread that waits afterwards
-  // does no harm: it keeps its store, and what it finds when it wakes is never destroyed.
-  std::atexit([] {
-    EventLoop& loop = instance();
-    // By the system's clock: the thread sanitizer knows nothing of waits by the steady one.
-    const std::unique_lock delivery(loop.delivery_,
-                                    std::chrono::system_clock::now() + kPatienceAtExit);
-    const std::scoped_lock lock(loop.state_);
-    loop.exiting_ = true;
-  });
+  std::atexit([] { instance().endAtExit(); });
+}
+
+// Runs before the static objects made before its registration are destroyed. From then on no
+// handler is called. A thread that waits does no harm: it keeps its store, and what it finds when
+// it wakes is never destroyed.
+void EventLoop::endAtExit() {
+  if (exiting_.exchange(true)) return;  // from here on delivery ends after the handler it is in
+  // By the system's clock: the thread sanitizer knows nothing of waits by the steady one.
+  const auto end = std::chrono::system_clock::now() + kPatienceAtExit;
+  { const std::unique_lock delivery(delivery_, end); }
+  std::unique_lock lock(state_);
+  appliedChanged_.notify_all();
+  if (telling > 0) return;  // a handler ends the process
+  appliedChanged_.wait_until(lock, end, [&] { return !follower_; });
 }
 
 // ---- listeners
@@ -117,36 +141,52 @@ Revision EventLoop::newest() const {
 
 Revision EventLoop::add(const RefHandler& handler) {
   if (handler.isNull()) throw Exception("DispatcherImpl::add", Exception::kNullHandle);
-  synchronise();
-  std::shared_ptr<const Listeners> before;
-  const std::scoped_lock lock(state_);
-  // Read under the lock: a revision later than this one is delivered with the list that holds the
-  // handler.
-  const Revision since = newest();
   RefHandler copy = handler;
   Handler* called = copy.operator->();
-  before = change([&](Listeners& to) { to.handlers.push_back({std::move(copy), called, since}); });
-  listened(before->empty());
+  Revision since = 0;
+  enlist([&](Listeners& to) {
+    // Read with state_ held: a revision later than this one is delivered with the list that holds
+    // the handler.
+    since = newest();
+    to.handlers.push_back({std::move(copy), called, since});
+  });
   return since;
 }
 
 unsigned int EventLoop::observe(CMF::Event::DispatcherImpl::Observer observer) {
-  synchronise();
-  std::shared_ptr<const Listeners> before;
-  const std::scoped_lock lock(state_);
-  const unsigned int number = ++observers_;
-  before = change([&](Listeners& to) { to.observers.push_back({number, std::move(observer)}); });
-  listened(before->empty());
+  unsigned int number = 0;
+  enlist([&](Listeners& to) {
+    number = ++observers_;
+    to.observers.push_back({number, std::move(observer)});
+  });
   return number;
 }
 
-// REQUIRES: state_ held. The first listener starts from now.
-void EventLoop::listened(bool first) {
+// Tells no handler anything and waits for none: the caller may hold what a handler waits for.
+template <class Entry>
+void EventLoop::enlist(Entry entry) {
+  followUnheard();
+  {
+    std::shared_ptr<const Listeners> before;
+    std::unique_lock lock(state_);
+    before = change(entry);
+    if (endsAtExit_ < kEndsAtExit && !exiting_) {
+      ++endsAtExit_;
+      std::atexit([] { instance().endAtExit(); });
+    }
+    listened(before->empty(), lock);
+  }
+  // Whoever attached a store before there was a listener has left its following to this one.
+  if (otherAttached() && !sendFollower()) threadFailed("follow");
+}
+
+// REQUIRES: `lock` holds state_. The first listener starts from now.
+void EventLoop::listened(bool first, std::unique_lock<std::mutex>& lock) {
   if (first && !running_) {
     applied_ = newest();
     delivering_ = newest();
   }
-  startThread();
+  startThread(lock);
 }
 
 void EventLoop::remove(const RefHandler& handler) {
@@ -173,28 +213,71 @@ void EventLoop::unobserve(unsigned int observer) {
 // On the thread that attaches, in the middle of it: neither a lock nor the store is for the taking
 // here.
 void EventLoop::attachedElsewhere() {
-  if (!listening_ || exiting_) return;
-  const SignalsBlocked blocked;
-  std::thread([this] { synchronise(); }).detach();
+  // Without a thread to be had the event thread finds out by itself, or the next caller does.
+  if (listening_) sendFollower();
+}
+
+// A thread that follows the attached store, unless there is one. False: it cannot be made. Takes no
+// lock.
+bool EventLoop::sendFollower() noexcept {
+  if (exiting_ || follower_.exchange(true)) return true;
+  try {
+    const SignalsBlocked blocked;
+    std::thread([this] {
+      // One that is asked for meanwhile finds this one still there, and so does not come.
+      do {
+        synchronise();
+        follower_ = false;
+      } while (otherAttached() && !exiting_ && !follower_.exchange(true));
+      {
+        const std::scoped_lock lock(state_);
+        appliedChanged_.notify_all();
+      }
+      takeOver();
+    }).detach();
+    return true;
+  } catch (const std::exception&) {
+    follower_ = false;
+    return false;
+  }
 }
 
 void EventLoop::synchronise() {
   const std::shared_ptr<ConfigStore> attached = ConfigStore::attached();
   {
-    const std::scoped_lock lock(state_);
-    if (attached == store_ && attachments.load() == followed_.load()) return;
+    std::unique_lock lock(state_);
+    if (attached == store_ && attachments.load() == followed_.load()) return startThread(lock);
   }
   const std::scoped_lock delivery(delivery_);
   follow();
 }
 
 bool EventLoop::otherAttached() const {
-  return attachments.load(std::memory_order_acquire) != followed_.load(std::memory_order_acquire);
+  return attachments.load() != followed_.load(std::memory_order_acquire);
+}
+
+// While nobody listens there is nobody to tell, and nothing to wait for.
+void EventLoop::followUnheard() {
+  if (!otherAttached() || listening_) return;
+  if (const std::unique_lock delivery(delivery_, std::try_to_lock); delivery) follow(kUnheard);
+}
+
+void EventLoop::catchUp() {
+  if (telling > 0) return synchronise();  // nobody else could follow before this handler returns
+  if (exiting_) return;
+  followUnheard();
+  const unsigned int wanted = attachments.load();
+  if (wanted != followed_.load() && !sendFollower()) return threadFailed("follow");
+  std::unique_lock lock(state_);
+  startThread(lock);
+  appliedChanged_.wait_for(lock, kPatienceForHandlers, [&] {
+    return exiting_ || static_cast<int>(followed_.load() - wanted) >= 0;
+  });
 }
 
 // REQUIRES: delivery_ held.
-void EventLoop::follow() {
-  if (following_) return;  // a handler asks while it is told to resync
+void EventLoop::follow(Hearing hearing) {
+  if (following_ || exiting_) return;  // a handler asks while it is told to resync
   const unsigned int seen = attachments.load();
   std::shared_ptr<ConfigStore> store = ConfigStore::attached();
   std::shared_ptr<ConfigStore> beforeStore;
@@ -203,10 +286,12 @@ void EventLoop::follow() {
   bool other = false;
   {
     const std::scoped_lock lock(state_);
+    if (hearing == kUnheard && !listeners_->empty()) return;
     other = store != store_;
     if (other) {
       beforeStore = std::exchange(store_, std::move(store));
       parents_ = nullptr;
+      if (!usable()) parents_ = store_.get();
       ++generation_;
       running_ = false;
       now = newest();
@@ -215,17 +300,34 @@ void EventLoop::follow() {
         for (Registration& entry : of.handlers) entry.since = now;
       });
     }
+    if (hearing == kUnheard) {  // whoever listens from here on listens to this store
+      if (other) applied_ = now;
+      followed_ = seen;
+      appliedChanged_.notify_all();
+      return;
+    }
   }
   if (other) {
     following_ = true;
     resyncHandlers();
     following_ = false;
   }
-  const std::scoped_lock lock(state_);
+  std::unique_lock lock(state_);
   if (other) applied_ = now;
   followed_ = seen;  // only now: whoever compares it may rely on the handlers' being done
-  startThread();
   appliedChanged_.notify_all();
+  startThread(lock);
+}
+
+// REQUIRES: state_ held. A child may find that its parent's store is attached which its parent had
+// not followed yet.
+bool EventLoop::usable() const {
+  try {
+    if (store_ != nullptr) store_->revision();
+    return true;
+  } catch (const Exception&) {
+    return false;
+  }
 }
 
 void EventLoop::stop() {
@@ -238,16 +340,18 @@ void EventLoop::stop() {
 
 void EventLoop::start() {
   synchronise();
-  const std::scoped_lock lock(state_);
+  std::unique_lock lock(state_);
   stopped_ = false;
-  startThread();
+  startThread(lock);
 }
 
 void EventLoop::forked() {
   parents_ = store_.get();
   ++generation_;
   running_ = false;
-  // Another thread may have held or waited on these; it does not exist here.
+  // Another thread may have held, set or waited on these; it does not exist here.
+  following_ = false;
+  follower_ = false;
   new (&delivery_) std::recursive_timed_mutex;
   new (&appliedChanged_) std::condition_variable;
   state_.unlock();
@@ -256,17 +360,55 @@ void EventLoop::forked() {
 // ---- the thread
 
 // REQUIRES: state_ held.
-void EventLoop::startThread() {
-  if (running_ || stopped_ || exiting_ || store_ == nullptr || store_.get() == parents_ ||
-      listeners_->empty()) {
+bool EventLoop::threadWanted() const {
+  return !running_ && !stopped_ && !exiting_ && store_ != nullptr && store_.get() != parents_ &&
+         !listeners_->empty();
+}
+
+// REQUIRES: `lock` holds state_; let go of meanwhile when there is a failure to log.
+void EventLoop::startThread(std::unique_lock<std::mutex>& lock) {
+  if (!threadWanted()) {
+    threadMissing_ = false;
     return;
   }
   const SignalsBlocked blocked;
-  std::thread thread(
-      [this, generation = ++generation_, store = store_] { run(generation, store); });
-  pthread_setname_np(thread.native_handle(), "config-events");
-  thread.detach();
-  running_ = true;
+  try {
+    std::thread thread(
+        [this, generation = ++generation_, store = store_] { run(generation, store); });
+    pthread_setname_np(thread.native_handle(), "config-events");
+    thread.detach();
+    running_ = true;
+    threadMissing_ = false;
+  } catch (const std::system_error& reason) {
+    // Whoever asks next tries again; so does the thread that followed the store, by being it.
+    if (threadMissing_.exchange(true)) return;
+    lock.unlock();
+    logStoreFailure("event thread", reason);
+    lock.lock();
+  }
+}
+
+void EventLoop::threadFailed(const char* operation) {
+  if (threadMissing_.exchange(true)) return;
+  logStoreFailure(operation, std::system_error(EAGAIN, std::generic_category()));
+}
+
+// At the end of a thread of the loop's own: it is the event thread from here on when that could not
+// be made.
+void EventLoop::takeOver() {
+  for (;;) {
+    unsigned int generation = 0;
+    std::shared_ptr<ConfigStore> store;
+    {
+      const std::scoped_lock lock(state_);
+      if (!threadMissing_ || !threadWanted()) return;
+      threadMissing_ = false;
+      running_ = true;
+      generation = ++generation_;
+      store = store_;
+    }
+    serve(generation, store);
+  }
 }
 
 bool EventLoop::current(unsigned int generation) const {
@@ -275,7 +417,11 @@ bool EventLoop::current(unsigned int generation) const {
 }
 
 void EventLoop::run(unsigned int generation, const std::shared_ptr<ConfigStore>& store) {
-  onEventThread = true;
+  serve(generation, store);
+  takeOver();
+}
+
+void EventLoop::serve(unsigned int generation, const std::shared_ptr<ConfigStore>& store) {
   try {
     store->registerProcess(program_invocation_short_name);
     store->applied(applied());
@@ -318,8 +464,10 @@ void EventLoop::deliver(ConfigStore& store, unsigned int generation, Revision up
   }
 }
 
-void EventLoop::deliverEntry(const Listeners& listeners, const JournalEntry& entry) {
+void EventLoop::deliverEntry(const Listeners& listeners, const JournalEntry& entry) const {
+  const Telling tellingNow;
   for (const Registration& registration : listeners.handlers) {
+    if (exiting_) return;
     if (entry.revision <= registration.since) continue;
     Handler& handler = *registration.called;
     const std::vector<G_CLI_GID>& others = handler.others();
@@ -348,7 +496,9 @@ void EventLoop::resynchronise(ConfigStore& store) {
 
 void EventLoop::resyncHandlers() {
   const std::shared_ptr<const Listeners> listening = listeners();
+  const Telling tellingNow;
   for (const Registration& registration : listening->handlers) {
+    if (exiting_) return;
     guarded(registration.called->gid(), [&] { registration.called->resync(); });
   }
 }
@@ -366,7 +516,7 @@ void EventLoop::publish(ConfigStore& store, Revision revision) {
 
 bool EventLoop::waitApplied(Revision revision, int timeoutMs) {
   synchronise();
-  if (onEventThread) return applied() >= revision;  // nobody else would apply it
+  if (telling > 0) return applied() >= revision;  // nobody else would apply it
   std::unique_lock lock(state_);
   if (listeners_->empty()) return true;
   return appliedChanged_.wait_for(lock, std::chrono::milliseconds(timeoutMs),

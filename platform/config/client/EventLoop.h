@@ -32,11 +32,14 @@ class EventLoop {
 
   void stop();
   void start();
-  // Follows the attached store, when that is another one.
+  // Follows the attached store, when that is another one; the handlers are told on this thread. Not
+  // with a lock held that a handler takes.
   void synchronise();
-  // As above for two loads: for callers in a hurry.
+  // Has it followed, for three loads when there is nothing to do. The handlers are told on another
+  // thread, and one that does not return is not waited for for ever: the caller may hold what it
+  // waits for.
   void synchroniseIfAttached() {
-    if (otherAttached()) synchronise();
+    if (otherAttached() || threadMissing_.load(std::memory_order_relaxed)) catchUp();
   }
 
  private:
@@ -55,6 +58,8 @@ class EventLoop {
     bool empty() const { return handlers.empty() && observers.empty(); }
   };
 
+  enum Hearing { kHeard, kUnheard };  // kUnheard: only as long as nobody listens
+
   EventLoop();
   ~EventLoop() = delete;
 
@@ -62,18 +67,29 @@ class EventLoop {
   template <class Change>
   std::shared_ptr<const Listeners> change(Change change);
   Revision newest() const;
-  void listened(bool first);
+  template <class Entry>
+  void enlist(Entry entry);
+  void listened(bool first, std::unique_lock<std::mutex>& lock);
 
   void attachedElsewhere();
+  bool sendFollower() noexcept;
   bool otherAttached() const;
-  void follow();
+  void followUnheard();
+  void catchUp();
+  void follow(Hearing hearing = kHeard);
+  bool usable() const;
   void forked();
+  void endAtExit();
 
-  void startThread();
+  bool threadWanted() const;
+  void startThread(std::unique_lock<std::mutex>& lock);
+  void threadFailed(const char* operation);
+  void takeOver();
   bool current(unsigned int generation) const;
   void run(unsigned int generation, const std::shared_ptr<ConfigStore>& store);
+  void serve(unsigned int generation, const std::shared_ptr<ConfigStore>& store);
   void deliver(ConfigStore& store, unsigned int generation, Revision upTo);
-  static void deliverEntry(const Listeners& listeners, const JournalEntry& entry);
+  void deliverEntry(const Listeners& listeners, const JournalEntry& entry) const;
   void resynchronise(ConfigStore& store);
   void resyncHandlers();
   void publish(ConfigStore& store, Revision revision);
@@ -94,12 +110,15 @@ class EventLoop {
   bool stopped_ = false;
   const ConfigStore* parents_ = nullptr;  // in a child after fork: the store not to be used
   unsigned int observers_ = 0;
+  unsigned int endsAtExit_ = 0;
 
   std::atomic<Revision> applied_{0};
   std::atomic<Revision> delivering_{0};
   std::atomic<bool> listening_{false};  // there are listeners
   std::atomic<bool> exiting_{false};
-  std::atomic<unsigned int> followed_{0};  // how many attachments were followed
+  std::atomic<bool> follower_{false};       // a thread follows the attached store, or is about to
+  std::atomic<bool> threadMissing_{false};  // it could not be made; cleared when it is there
+  std::atomic<unsigned int> followed_{0};   // how many attachments were followed
 };
 
 }  // namespace Kestrav::Config::Client
