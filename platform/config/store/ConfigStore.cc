@@ -65,6 +65,7 @@ ConfigStore::ConfigStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 ConfigStore::~ConfigStore() = default;
 
 void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
+  // The former store ends with the parameter, after the locks: ending it takes others.
   Attachment& state = attachment();
   const std::scoped_lock attaching(state.attaching);
   char* zone = nullptr;
@@ -79,8 +80,6 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
     state.store.swap(store);
   }
   currentZone(zone);
-  // `store`, the former one, ends without the lock: closing it waits for the list of open stores,
-  // which a fork takes after or before this lock, as they were first used.
 }
 
 std::shared_ptr<ConfigStore> ConfigStore::attached() {
