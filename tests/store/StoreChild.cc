@@ -89,6 +89,32 @@ void follow(ConfigStore& store, const Arguments& arguments) {
   untilReleased();
 }
 
+// With a small map: says how many items there are, and again when it is released, twice with no
+// address space to spare and once with as much as before.
+void cramped(ConfigStore& store, const Arguments&) {
+  const auto items = [&store] { return std::to_string(store.snapshot().size(kItems, 0)); };
+  say(items());
+  untilReleased();
+  rlimit before{};
+  ::getrlimit(RLIMIT_AS, &before);
+  std::size_t pages = 0;
+  if (std::FILE* statm = std::fopen("/proc/self/statm", "r"); statm != nullptr) {
+    if (std::fscanf(statm, "%zu", &pages) != 1) pages = 0;
+    std::fclose(statm);
+  }
+  const rlimit tight{(pages << 12) + (1u << 20), before.rlim_max};
+  ::setrlimit(RLIMIT_AS, &tight);
+  for (int i = 0; i < 2; ++i) {
+    try {
+      say(items() + " in spite of the limit");
+    } catch (const Kestrav::Exception& exception) {
+      say(std::to_string(exception.code()) + ": " + exception.message());
+    }
+  }
+  ::setrlimit(RLIMIT_AS, &before);
+  say(items() + " with more room");
+}
+
 void justOpen(ConfigStore& store, const Arguments&) {
   say(std::to_string(store.revision()));
 }
@@ -98,11 +124,13 @@ void justOpen(ConfigStore& store, const Arguments&) {
 int main(int argc, char** argv) {
   const std::map<std::string, void (*)(ConfigStore&, const Arguments&)> verbs = {
       {"hold", hold},          {"churn", churn},   {"fill", fill},     {"put", putOne},
-      {"wait", awaitRevision}, {"follow", follow}, {"open", justOpen},
+      {"wait", awaitRevision}, {"follow", follow}, {"open", justOpen}, {"cramped", cramped},
   };
   if (argc < 3 || !verbs.contains(argv[1])) return 2;
   try {
-    const auto store = ConfigStore::open(argv[2]);
+    ConfigStore::Options options;
+    if (argv[1] == std::string("cramped")) options.initialMapSize = 1u << 20;
+    const auto store = ConfigStore::open(argv[2], options);
     verbs.at(argv[1])(*store, Arguments(argv + 3, argv + argc));
     return 0;
   } catch (const Kestrav::Exception& exception) {

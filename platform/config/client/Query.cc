@@ -165,18 +165,25 @@ void Query::load(const Snapshot& snapshot) {
 }
 
 bool Query::put(const void* data) {
-  const Reading reading(*this);
   const Table* table = findTable(gid_);
   const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
-  if (table == nullptr || store == nullptr || data == nullptr || current_row < 0) return false;
-  const std::uint32_t id = RowCodec::idOf(*table, data);
-  const StoredRecord basis = reading->byId(gid_, domain_, id);
+  std::uint32_t id = 0;
+  StoredRecord basis;
+  Revision basisRevision = 0;
+  {
+    // Ended before the commit, which may have to make the store's map grow.
+    const Reading reading(*this);
+    if (table == nullptr || store == nullptr || data == nullptr || current_row < 0) return false;
+    id = RowCodec::idOf(*table, data);
+    basis = reading->byId(gid_, domain_, id);
+    basisRevision = reading->revision();
+  }
   const auto commitAt = [&](Revision revision) {
     ChangeSet changes;
     changes.put(gid_, domain_, data);
     return store->commitAt(revision, std::move(changes)).has_value();
   };
-  bool done = basis && commitAt(reading->revision());
+  bool done = basis && commitAt(basisRevision);
   if (basis && !done) {
     // Somebody else has written since. What they did to other records does not matter; this one
     // must be as it was when the change was made, or their change would be lost.

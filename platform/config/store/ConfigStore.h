@@ -163,11 +163,13 @@ class KESTRAV_API ConfigStore {
     // Make the folder and the files when they are missing.
     bool create = true;
     // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
-    // until no thread of this process holds a snapshot; the default is large enough for that not to
-    // happen.
+    // until no other thread of this process holds a snapshot; the default is large enough for that
+    // not to happen. The thread that commits may hold one of the newest revision, which moves on
+    // with the store should another process commit at that moment. While it holds one of an older
+    // revision, or calls from within a walk, the map cannot grow and the commit fails at once.
     std::size_t initialMapSize = 16ull << 30;
     std::size_t maximumMapSize = 64ull << 30;
-    // How long a resize waits for this process's snapshots before the change is given up.
+    // How long a resize waits for other threads' snapshots before the change is given up.
     int resizePatienceMs = 5000;
     // Threads reading at once, all processes together. The process that opens the store first
     // decides for those that join it.
@@ -196,14 +198,16 @@ class KESTRAV_API ConfigStore {
   ConfigStore& operator=(const ConfigStore&) = delete;
 
   const std::filesystem::path& folder() const;
-  // Throws Exception kNoReaderSlot when all reader slots are taken by threads that read.
+  // Throws Exception kNoReaderSlot when all reader slots are taken by threads that read, and kFull
+  // when another process made the map grow and this one has no room for it.
   Snapshot snapshot();
   // What a process without a store sees.
   static Snapshot emptySnapshot();
 
   // Commits the real differences only and returns the revision that holds them: the present one,
   // unraised, when there are none. Wakes waiting processes. Throws Exception, and commits nothing,
-  // when the changes cannot be made.
+  // when the changes cannot be made: kFull also when the map has to grow and a snapshot, the
+  // calling thread's own or another's, does not let it (see Options::initialMapSize).
   Revision commit(ChangeSet changes);
   // The same, for changes that were worked out from what the store held at revision `basis`: empty,
   // with nothing committed, when another writer has raised the revision since.

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <thread>
 #include <utility>
 
 #include "common/Exception.h"
 #include "common/LogCodes.h"
 #include "common/Logger.h"
+#include "config/store/DataFile.h"
 #include "config/store/Keys.h"
 
 namespace Kestrav::Config {
@@ -25,7 +27,7 @@ std::size_t wholePages(std::size_t size) {
   return (size + 4095) & ~std::size_t{4095};
 }
 
-// Whether the process could map that much: a failed resize would leave it without any map.
+// Whether the process could map that much more: a failed resize would leave it without any map.
 bool mappable(std::size_t size) {
   void* map = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (map == MAP_FAILED) return false;
@@ -33,7 +35,18 @@ bool mappable(std::size_t size) {
   return true;
 }
 
+std::atomic<std::uint64_t> threads{0};
+
+Exception noResize(const std::string& why) {
+  return Exception("The store's map cannot be resized: " + why, StoreError::kFull);
+}
+
 }  // namespace
+
+std::uint64_t threadNumber() {
+  thread_local const std::uint64_t number = threads.fetch_add(1) + 1;
+  return number;
+}
 
 LmdbEnv::LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
                  std::size_t mapSize)
@@ -232,29 +245,71 @@ void LmdbEnv::followMapSize() {
   resize(0);
 }
 
+std::vector<std::shared_ptr<ReaderSlot>> LmdbEnv::ownReaders() const {
+  std::vector<std::shared_ptr<ReaderSlot>> own;
+  const std::scoped_lock lock(slotsMutex_);
+  std::copy_if(slots_.begin(), slots_.end(), std::back_inserter(own), [](const auto& slot) {
+    return slot->thread == threadNumber() && slot->state.load() == ReaderSlot::kActive;
+  });
+  return own;
+}
+
 void LmdbEnv::resize(std::size_t size) {
+  // Nothing keeps the pages of a revision while its reader is away: only the newest one is still
+  // whole afterwards.
+  const auto own = ownReaders();
+  for (const auto& slot : own) {
+    if (slot->walks > 0) throw noResize("the calling thread is walking through a table");
+    if (mdb_txn_id(slot->txn) != newestTransaction(*slot)) {
+      throw noResize("the calling thread holds a snapshot of an older revision");
+    }
+  }
+  const std::size_t present = mapBytes();
+  const char* path = nullptr;
+  check(mdb_env_get_path(env_, &path), "resize");
+  const std::size_t wanted =
+      size != 0 ? size : inspectDataFile(std::filesystem::path(path) / "data.mdb").mapSize;
+
   std::unique_lock gate(gateMutex_);
   resizing_.store(true);
   const auto quiet = [this] {
     std::scoped_lock lock(slotsMutex_);
-    return std::none_of(slots_.begin(), slots_.end(),
-                        [](const auto& slot) { return slot->state.load() == ReaderSlot::kActive; });
+    return std::none_of(slots_.begin(), slots_.end(), [](const auto& slot) {
+      return slot->state.load() == ReaderSlot::kActive && slot->thread != threadNumber();
+    });
   };
   const bool drained = gate_.wait_for(gate, resizePatience_, quiet);
-  const bool possible = drained && (size == 0 || mappable(size));
-  const int rc = possible ? mdb_env_set_mapsize(env_, size) : 0;
+  const bool possible = drained && (wanted <= present || mappable(wanted - present));
+  int rc = MDB_SUCCESS;
+  if (possible) {
+    for (const auto& slot : own) mdb_txn_reset(slot->txn);
+    rc = mdb_env_set_mapsize(env_, size);
+    for (const auto& slot : own) {
+      for (int attempt = 0; rc == MDB_SUCCESS; ++attempt) {
+        rc = mdb_txn_renew(slot->txn);
+        if (rc != MDB_MAP_RESIZED || attempt >= kAttempts) break;
+        rc = mdb_env_set_mapsize(env_, 0);
+      }
+    }
+  }
   resizing_.store(false);
   gate_.notify_all();
-  if (!drained) {
-    throw Exception("The store's map cannot be resized: threads of this process hold snapshots",
-                    StoreError::kFull);
-  }
+  gate.unlock();
+  if (!drained) throw noResize("threads of this process hold snapshots");
   if (!possible) {
-    throw Exception("The store's map cannot grow to " + std::to_string(size) +
+    throw Exception("The store's map cannot grow to " + std::to_string(wanted) +
                         " bytes: the process has no room for it",
                     StoreError::kFull);
   }
   check(rc, "resize");
+  for (const auto& slot : own) takeUpAgain(*slot);
+}
+
+// Another process may have committed while the slot's reader was away.
+void LmdbEnv::takeUpAgain(ReaderSlot& slot) {
+  const auto revision = Kestrav::Config::get(slot.txn, dbs_[kMeta], Key('r'));
+  slot.revision = revision ? fromBytes<Revision>(*revision) : 0;
+  slot.transaction = 0;
 }
 
 // ---- Figures.

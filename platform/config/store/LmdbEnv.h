@@ -1,7 +1,8 @@
 // The LMDB environment of one store, opened once in this process, and the readers' places in it.
 //
 // A map is resized only while no transaction of this process runs. Reading threads therefore pass a
-// gate: the state of their own slot, which a resize waits for. Thread-safe unless a function says
+// gate: the state of their own slot, which a resize waits for. The resizing thread cannot wait for
+// itself: what it reads is taken up again behind the resize. Thread-safe unless a function says
 // otherwise.
 #pragma once
 
@@ -19,6 +20,9 @@
 
 namespace Kestrav::Config {
 
+// Of the calling thread, in this process; never used twice.
+std::uint64_t threadNumber();
+
 // A place among the readers, used by one thread at a time. Its transaction is kept between uses,
 // which makes reading cheap; it is given back when the thread ends or when others need the place.
 struct ReaderSlot {
@@ -26,7 +30,10 @@ struct ReaderSlot {
   std::atomic<int> state{kIdle};
   MDB_txn* txn = nullptr;  // touched only by whoever moved `state` away from kIdle
 
+  const std::uint64_t thread = threadNumber();  // the only one that reads on it
+
   // The rest belongs to the slot's thread.
+  unsigned walks = 0;  // under way: their cursors stand in the map
   unsigned depth = 0;
   Revision revision = 0;          // that is being read, or was last
   std::uint64_t transaction = 0;  // LMDB's number of that revision's transaction; 0 when not known
@@ -68,7 +75,8 @@ class LmdbEnv {
   // REQUIRES: writeMutex() held.
   MDB_txn* beginWrite();
   // Doubles the map. REQUIRES: writeMutex() held, no write transaction. Throws Exception kFull when
-  // it has its full size already, or when readers of this process do not let go of their snapshots.
+  // it has its full size already, when other readers of this process do not let go of their
+  // snapshots, or when the calling thread holds one that cannot be taken up again.
   void grow();
 
   int clearDeadReaders();
@@ -86,6 +94,8 @@ class LmdbEnv {
   bool reclaimIdleSlots();
   void followMapSize();
   void resize(std::size_t size);  // 0: what the newest transaction says. REQUIRES: writeMutex_ held
+  std::vector<std::shared_ptr<ReaderSlot>> ownReaders() const;
+  void takeUpAgain(ReaderSlot& slot);
 
   MDB_env* env_ = nullptr;
   unsigned dbs_[kDbs] = {};

@@ -99,6 +99,18 @@ StoredRecord readSingle(const Reading* reading, const Table& table) {
   return record ? std::move(record) : RowCodec::defaults(table);
 }
 
+// While it lasts, the map stays where it is.
+class Walk {
+ public:
+  explicit Walk(ReaderSlot& slot) : slot_(slot) { ++slot_.walks; }
+  ~Walk() { --slot_.walks; }
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+
+ private:
+  ReaderSlot& slot_;
+};
+
 bool isSingle(const Table& table) {
   return table.scope == Scope::kSystemSingle;
 }
@@ -197,6 +209,7 @@ void Snapshot::walk(G_CLI_GID gid, ngid_t domain,
     return;
   }
   if (from == nullptr) return;
+  const Walk walking(from->slot());
   const Key prefix = tablePrefix(gid, domain);
   Cursor cursor(from->txn(), from->db(LmdbEnv::kRows));
   for (bool more = cursor.seek(prefix); more && cursor.under(prefix); more = cursor.next()) {
