@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <latch>
 #include <map>
 #include <sstream>
 
@@ -110,29 +111,27 @@ void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Argume
   ::_exit(0);
 }
 
-// Reads with as many threads as ARGUMENT says, each for itself.
+// Reads with as many threads as ARGUMENT says; each holds on to what it reads.
 void read(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
   store->registerProcess("reader");
   std::vector<std::thread> threads;
   std::atomic<bool> stop{false};
-  std::atomic<int> reading{0};
+  std::latch reading(numberAt(arguments, 0));
   for (int i = 0; i < numberAt(arguments, 0); ++i) {
-    threads.emplace_back([&] {
-      for (bool first = true; !stop; first = false) {
-        const Config::Snapshot snapshot = store->snapshot();
-        for (int set = 0; set < kSets; ++set) {
-          const std::string broken = brokenPart(snapshot, set);
-          if (!broken.empty()) complain(broken);
-        }
-        if (first) ++reading;
-      }
+    threads.emplace_back([&, set = i % kSets] {
+      const Config::Snapshot snapshot = store->snapshot();
+      const std::string broken = brokenPart(snapshot, set);
+      if (!broken.empty()) complain(broken);
+      reading.count_down();
+      stop.wait(false);
     });
   }
-  while (reading < static_cast<int>(threads.size())) std::this_thread::yield();
+  reading.wait();
   say("ready");
   for (std::string line; std::getline(std::cin, line);) {
   }
   stop = true;
+  stop.notify_all();
   for (std::thread& thread : threads) thread.join();
 }
 
