@@ -1,4 +1,4 @@
-// The two switches that decide which profiles policies carry. Read anew for each policy.
+// The switch that decides whether policies carry profiles. Read anew for each policy.
 #pragma once
 
 #include "config/client/RootEntities.h"
@@ -6,7 +6,8 @@
 
 namespace Kestrav {
 
-// While off, policies carry no antispam, antivirus, content or DLP profile.
+// While off, policies carry no antispam, antivirus, content or DLP profile, and those of
+// connections no session profiles either.
 inline bool contentInspectionOn() {
   return Config::StatusArea(Config::Client::debugZone()).contentInspection();
 }

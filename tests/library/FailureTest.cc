@@ -112,6 +112,30 @@ TEST(FactoryFailure, OfAnUpdateLeavesTheLockFree) {
   factory().clearAntispamProfiles();
 }
 
+// --- Profiles
+
+TEST(ProfileFailure, OfADictionaryOrACategoryIsTheCallersAndNothingIsKept) {
+  const std::uint32_t id = freshId();
+  const int number = static_cast<int>(id);
+  factory();
+  put(WebFilterRecord(id).categories({1}),
+      AntispamRecord(id).norbex().uriCategoryCheck(id).dictionary("no such dictionary"));
+  const LogCapture log;
+  const HooksOff afterwards;
+  hooks().sharedQuery = [](unsigned int gid) {
+    if (gid == GID_WEB_CATEGORY) fail();
+  };
+  EXPECT_THROW(factory().createProfileWebFilter(number), Exception);
+  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
+  hooks().sharedQuery = nullptr;
+  hooks().profileScanner = [](const auto&) { fail(); };
+  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
+  hooks().profileScanner = nullptr;
+  const ProfileAntiSpam made = factory().createProfileAntiSpam(number, 0);
+  ASSERT_FALSE(made.isNull());
+  EXPECT_FALSE(made.profileWebFilter().isNull());
+}
+
 // --- Policies
 
 namespace {
@@ -174,6 +198,19 @@ TEST(PolicyFailure, OfAnotherTypeIsTheCallers) {
   const HooksOff afterwards;
   hooks().antispamProfile = [](int, unsigned int) { throw std::runtime_error("not ours"); };
   EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
+  EXPECT_TRUE(log.codes().empty());
+}
+
+TEST(PolicyFailure, OfAnotherTypeIsTheCallersHoweverThePolicyIsMade) {
+  IpPolicyRecord record(1);
+  const PolicyIPAddress ip(record.record());
+  const EmailAddress recipient = address("user@nowhere.example");
+  const LogCapture log;
+  const HooksOff afterwards;
+  hooks().protectedDomains = [] { throw std::runtime_error("not ours"); };
+  EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
+  EXPECT_THROW(PolicyRecipient(kSender, recipient, ip), std::runtime_error);
+  EXPECT_THROW(PolicyRecipient(kSender, recipient, true, true), std::runtime_error);
   EXPECT_TRUE(log.codes().empty());
 }
 

@@ -10,6 +10,7 @@
 #include "Interposed.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
+#include "ProfileFactory.h"
 #include "common/IPAddress.h"
 
 using namespace Kestrav;
@@ -171,4 +172,16 @@ TEST_F(PlatformCalls, IncomingProfilesAreAskedForInTheDomainsConfiguration) {
           .antispam(18));
   EXPECT_FALSE(PolicyRecipient(kSender, address("user@" + name), false, true).isNull());
   EXPECT_THAT(antispamRequests, ElementsAre(Pair(18, domain)));
+}
+
+TEST_F(PlatformCalls, WebFiltersAreReadThroughTheSharedQueriesOnce) {
+  const std::uint32_t id = freshId();
+  const ProfileFactory& factory = *ProfileFactory::instance();
+  put(WebFilterRecord(id).categories({1, 0, 2}));
+  std::vector<unsigned int> tables;
+  hooks().sharedQuery = [&](unsigned int gid) { tables.push_back(gid); };
+  EXPECT_FALSE(factory.createProfileWebFilter(static_cast<int>(id)).isNull());
+  EXPECT_THAT(tables, ElementsAre(1528, 1524, 1524, 1524));
+  EXPECT_FALSE(factory.createProfileWebFilter(static_cast<int>(id)).isNull());
+  EXPECT_EQ(tables.size(), 4u);
 }

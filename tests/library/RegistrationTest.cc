@@ -26,6 +26,7 @@ struct Registration {
   std::string dispatcher;
   int first;
   int second;
+  bool foldersKnown;
 };
 
 std::string className(const CMF::Event::Handler& handler) {
@@ -49,7 +50,8 @@ const std::vector<Registration>& registrations() {
     const HooksOff afterwards;
     hooks().addHandler = [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
                              unsigned char first, unsigned char second) {
-      seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first, second});
+      seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first, second,
+                      ProfileFactory::virus_folderId != 0});
     };
     hooks().dispatcherInstance = [](const std::string&, bool first, bool second) {
       dispatcherFlags().push_back(first);
@@ -134,6 +136,11 @@ TEST(FactoryHandlers, DeferredPeriodIsReadBeforeTheLastOne) {
   ASSERT_NE(cache, all.begin());
   EXPECT_EQ(std::prev(cache)->gid, 448u);
   EXPECT_EQ(std::next(cache)->gid, 1682u);
+}
+
+TEST(FactoryHandlers, FoldersAreReadBeforeTheFirstOne) {
+  ASSERT_FALSE(registrations().empty());
+  EXPECT_TRUE(registrations().front().foldersKnown);
 }
 
 TEST(FactoryHandlers, AreRegisteredOnce) {

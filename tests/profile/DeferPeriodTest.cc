@@ -1,6 +1,10 @@
 #include "DeferPeriod.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <ctime>
+#include <string>
 
 namespace Kestrav {
 namespace {
@@ -33,6 +37,49 @@ TEST(DeferPeriod, HoldsFromItsStartToItsEnd) {
 
 TEST(DeferPeriod, IsOffAtFirst) {
   EXPECT_FALSE(DeferPeriod()());
+}
+
+// In a zone of its own, away from UTC by neither whole hours nor a whole day.
+class LocalZone {
+ public:
+  LocalZone() {
+    if (const char* zone = ::getenv("TZ")) before_ = zone;
+    ::setenv("TZ", "TST-05:30", 1);
+    ::tzset();
+  }
+  ~LocalZone() {
+    if (before_.empty()) {
+      ::unsetenv("TZ");
+    } else {
+      ::setenv("TZ", before_.c_str(), 1);
+    }
+    ::tzset();
+  }
+
+ private:
+  std::string before_;
+};
+
+TEST(DeferPeriod, GoesByTheLocalMinuteOfTheDay) {
+  const LocalZone zone;
+  const auto minuteNow = [] { return (std::time(nullptr) / 60 + 5 * 60 + 30) % 1440; };
+  const auto holds = [](std::int64_t start, std::int64_t end) {
+    DeferPeriod period;
+    period.start = start;
+    period.end = end;
+    return period();
+  };
+  bool within = false, behind = true, around = true;
+  std::int64_t minute;
+  do {  // once more when a minute ends meanwhile
+    minute = minuteNow();
+    within = holds(minute, minute + 1);
+    behind = holds(minute + 1, minute + 2);
+    around = holds(minute + 1, minute);
+  } while (minute != minuteNow());
+  EXPECT_TRUE(within);
+  EXPECT_FALSE(behind);
+  EXPECT_FALSE(around);
 }
 
 TEST(DeferPeriod, AndItsComplementShareTheDay) {
