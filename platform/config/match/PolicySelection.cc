@@ -113,12 +113,15 @@ bool selectOutgoingPolicy(const char* sender, const char* recipient,
 }  // namespace Kestrav::Config
 
 int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* record) {
-  using Kestrav::IPAddress;
+  Kestrav::IPAddress serverAddress;
+  Kestrav::IPAddress clientAddress;
   try {
-    return Kestrav::Config::selectIpPolicy(IPAddress(server), IPAddress(client), record) ? 0 : -1;
+    serverAddress = Kestrav::IPAddress(server);
+    clientAddress = Kestrav::IPAddress(client);
   } catch (const Kestrav::Exception&) {
     return -1;  // no address, no policy
   }
+  return Kestrav::Config::selectIpPolicy(serverAddress, clientAddress, record) ? 0 : -1;
 }
 
 int cfg_get_incoming_policy(const char* sender, const char* recipient,
