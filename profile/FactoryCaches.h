@@ -117,6 +117,16 @@ bool lookUp(ProfileFactory::Caches& caches, int id, typename Kind::Handle& out) 
   return kind.entries.find(id, out);
 }
 
+// How many profiles the calling thread is making.
+inline thread_local int profilesBeingMade = 0;
+
+struct Making {
+  Making() { ++profilesBeingMade; }
+  ~Making() { --profilesBeingMade; }
+  Making(const Making&) = delete;
+  Making& operator=(const Making&) = delete;
+};
+
 // What `make` makes, kept under `id`; or what another thread has put there meanwhile. Profiles are
 // made under the upgrade lock, so that lookups go on; only keeping one excludes them. REQUIRES: the
 // store is still being read, at the state that `make` reads.
@@ -125,7 +135,10 @@ Handle makeOnce(LoadLock& loading, ProfileCache<Handle>& cache, std::uint64_t ti
                 const Make& make) {
   Handle profile;
   if (cache.find(id, profile)) return profile;
-  profile = make();
+  {
+    const Making making;
+    profile = make();
+  }
   const StoreMark read = StoreMark::pinned();
   const StoreLock storing(loading);
   return cache.publish(ticket, read, id, profile);

@@ -8,10 +8,12 @@
 #include "common/Exception.h"
 #include "common/LogCodes.h"
 #include "common/Logger.h"
+#include "config/Event.h"
 #include "config/ServerCache.h"
 #include "config/client/cmf.h"
 #include "config/records/DomainRecords.h"
 #include "config/records/PolicyRecords.h"
+#include "config/store/ConfigStore.h"
 #include "profile/InspectionSwitches.h"
 
 namespace Kestrav {
@@ -36,14 +38,15 @@ void logFailure(const Exception& failure) {
   Logger::instance(false).log(LogCode::kRecipientPolicyFailed, "%s", failure.asString().c_str());
 }
 
-// Takes over the profiles that `record` names; those it does not name stay null.
-void fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
+// Takes over the profiles that `record` names; those it does not name stay null. False when one
+// that it names is not to be had.
+bool fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
                   ngid_t domain) {
   const ProfileFactory* factory = ProfileFactory::instance();
-  if (record.antispam_profile != 0) {
-    policy.antispam =
-        factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
-  }
+  if (record.antispam_profile == 0) return true;
+  policy.antispam =
+      factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
+  return !policy.antispam.isNull();
 }
 
 void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& record) {
@@ -53,13 +56,10 @@ void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& 
   access.authValue = record.auth_value;
 }
 
-}  // namespace
-
-PolicyRecipientImpl::~PolicyRecipientImpl() = default;
-
-PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
-                                                 const EmailAddress& recipient) try {
-  ProfileFactory::instance();
+// `complete` is whether there is a policy with all the profiles that it names.
+std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
+                                            const EmailAddress& recipient, bool& complete) {
+  complete = false;
   const CMF::RefApsGwServer domain = protectedDomain(recipient);
   const bool incoming = !domain.isNull();
 
@@ -75,11 +75,57 @@ PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
   policy->ngid = record.ngid;
   policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
   if (incoming) policy->policyDomain = recipient.domain();
+  complete = true;
   if (contentInspectionOn()) {
-    fillProfiles(*policy, record, incoming ? domain->configurationDomain() : kSystemDomain);
+    complete =
+        fillProfiles(*policy, record, incoming ? domain->configurationDomain() : kSystemDomain);
   }
   fillAccess(policy->access, record);
-  return policy.release();
+  return policy;
+}
+
+// A choice is put together from several answers, each of them of its moment. While a change of
+// several tables is being applied, a policy may name what is not there yet or no longer, although
+// at no revision it does.
+class Moment {
+ public:
+  Moment() : applied_(dispatcher()->applied()) {}
+
+  // Whether the configuration has changed since; waits a little for the change to be applied.
+  bool passed() const {
+    constexpr int kPatience = 200;  // ms; it takes that long only if nobody applies changes
+    const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+    if (store == nullptr) return false;
+    const Config::Revision newest = store->revision();
+    if (newest <= applied_) return false;
+    dispatcher()->waitApplied(newest, kPatience);
+    return true;
+  }
+
+ private:
+  static CMF::Event::Dispatcher& dispatcher() {
+    static auto& instance =
+        *new CMF::Event::Dispatcher(CMF::Event::Dispatcher::instance("", false, false));
+    return instance;
+  }
+
+  const Config::Revision applied_;
+};
+
+}  // namespace
+
+PolicyRecipientImpl::~PolicyRecipientImpl() = default;
+
+PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
+                                                 const EmailAddress& recipient) try {
+  constexpr int kMostChoices = 4;
+  ProfileFactory::instance();
+  for (int choices = 1;; ++choices) {
+    const Moment moment;
+    bool complete = false;
+    auto policy = choose(sender, recipient, complete);
+    if (complete || choices == kMostChoices || !moment.passed()) return policy.release();
+  }
 } catch (const Exception& failure) {
   logFailure(failure);
   return nullptr;

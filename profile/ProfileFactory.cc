@@ -77,6 +77,16 @@ void dropAll(CacheLock& lock, std::uint32_t dirty, ProfileCache<Handle>&... cach
   dropped = std::make_tuple(takeAll(caches, dirty)...);
 }
 
+// True while this thread makes a profile from a revision that has not been applied yet: what is
+// cached may be older than that, and a profile must not be put together from two revisions.
+bool makesAheadOfChanges() {
+  if (profilesBeingMade == 0) return false;
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  if (store == nullptr) return false;
+  return store->snapshot().revision() >
+         CMF::Event::Dispatcher::instance("", false, false)->applied();
+}
+
 DeferPeriod deferPeriodOf(const __aps_mailserver& settings) {
   constexpr std::int64_t kMinutesPerHour = 60;
   DeferPeriod period;
@@ -161,7 +171,8 @@ Ref<ProfileQuarantineFolder> ProfileFactory::createProfileQuarantineFolder(int i
 ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
   ProfileCache<ProfileWebFilter>& cache = caches_->webFilter.entries;
   ProfileWebFilter profile;
-  {
+  const bool ahead = makesAheadOfChanges();
+  if (!ahead) {
     const ReadLock reading(caches_->webFilter.lock);
     if (cache.find(id, profile)) return profile;
   }
@@ -174,6 +185,7 @@ ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
   if (cmf_query_do_get_by_gid(query, static_cast<unsigned int>(id)) != 0) return profile;
   const void* record = cmf_query_update(query);
   if (record == nullptr) return profile;
+  if (ahead) return ProfileWebFilter(record);
   return makeOnce(loading, cache, ticket, id, [&] { return ProfileWebFilter(record); });
 }
 
