@@ -51,6 +51,8 @@ struct ConnectionTraits {
   // Filed by whichever side is the smaller network, by the client when they are equal.
   class Filing {
    public:
+    void count(const Rules&) {}  // the size of a network tells enough
+    void done() {}
     void file(const Rules& rules, CandidateIndex::Ordinal ordinal, CandidateIndex& index);
     std::vector<CandidateIndex::Key> keys(const Subject& subject) const;
 

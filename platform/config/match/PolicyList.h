@@ -9,6 +9,8 @@
 //                                          Exception when they do not compile
 //   Outcome Rules::outcome(Subject)        kWon when both match, else the first side that does not
 //   struct Filing                          how rules are found
+//     count(Rules)                         of each policy, before the first is filed
+//     done()                               after the last was filed
 //     file(Rules, ordinal, CandidateIndex&)
 //     keys(Subject) -> std::vector<Key>
 #pragma once
@@ -40,6 +42,13 @@ class PolicyList {
       add(*stored.as<Record>(), domain, groups);
       return true;
     });
+    for (const Policy& policy : policies_) {
+      if (canWin(policy)) filing_.count(*policy.rules);
+    }
+    for (CandidateIndex::Ordinal i = 0; i < policies_.size(); ++i) {
+      if (canWin(policies_[i])) filing_.file(*policies_[i].rules, i, index_);
+    }
+    filing_.done();
     index_.seal();
   }
 
@@ -79,6 +88,8 @@ class PolicyList {
     std::optional<typename Traits::Rules> rules;  // none: they do not compile
   };
 
+  static bool canWin(const Policy& policy) { return policy.record.enabled && policy.rules; }
+
   static Outcome outcome(const Policy& policy, const Subject& subject) {
     if (!policy.record.enabled) return Outcome::kDisabled;
     if (!policy.rules) return Outcome::kInvalid;
@@ -86,7 +97,6 @@ class PolicyList {
   }
 
   void add(const Record& record, ngid_t domain, typename Traits::Groups& groups) {
-    const auto ordinal = static_cast<CandidateIndex::Ordinal>(policies_.size());
     Policy& policy = policies_.emplace_back(Policy{record, domain, std::nullopt});
     try {
       policy.rules.emplace(record, groups);
@@ -95,7 +105,6 @@ class PolicyList {
                                   error.asString().c_str());
       return;
     }
-    if (record.enabled) filing_.file(*policy.rules, ordinal, index_);
   }
 
   std::vector<Policy> policies_;

@@ -48,11 +48,20 @@ struct RecipientTraits {
     AddressRule recipient_;
   };
 
-  // Filed by whichever side fewer addresses share, by the recipient when they are equal.
+  // Filed by whichever side shares its keys with fewer policies, by the recipient when they are
+  // equal.
   class Filing {
    public:
+    void count(const Rules& rules);
+    void done() { policies_ = {}; }
     void file(const Rules& rules, CandidateIndex::Ordinal ordinal, CandidateIndex& index);
     std::vector<CandidateIndex::Key> keys(const Subject& subject) const;
+
+   private:
+    // How many policies must be looked at by who shows a key of the rule.
+    std::size_t cost(const AddressRule& rule, char side) const;
+
+    std::unordered_map<CandidateIndex::Key, std::size_t> policies_;  // by key, until done
   };
 };
 
