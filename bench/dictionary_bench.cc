@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "dictionary/DictionaryItems.h"
+#include "tests/dictionary/DictionaryItems.h"
 
 namespace Kestrav {
 namespace {

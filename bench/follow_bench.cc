@@ -23,8 +23,8 @@
 
 #include "ProfileFactory.h"
 #include "config/Event.h"
-#include "config/store/ConfigStore.h"
-#include "support/Builders.h"
+#include "platform/config/store/ConfigStore.h"
+#include "tests/support/Builders.h"
 
 namespace {
 

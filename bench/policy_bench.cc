@@ -10,10 +10,10 @@
 
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "config/match/PolicyList.h"
-#include "config/match/RecipientTraits.h"
-#include "config/store/ConfigStore.h"
-#include "support/Builders.h"
+#include "platform/config/match/PolicyList.h"
+#include "platform/config/match/RecipientTraits.h"
+#include "platform/config/store/ConfigStore.h"
+#include "tests/support/Builders.h"
 
 namespace {
 

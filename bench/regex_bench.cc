@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "regex/PatternContainer.h"
-#include "regex/StringPattern.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringPattern.h"
 
 namespace {
 

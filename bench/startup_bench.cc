@@ -12,8 +12,8 @@
 #include <string>
 
 #include "PolicyRecipient.h"
-#include "config/store/ConfigStore.h"
-#include "support/Builders.h"
+#include "platform/config/store/ConfigStore.h"
+#include "tests/support/Builders.h"
 
 namespace {
 

@@ -13,15 +13,12 @@ function(kestrav_room name)
   endif()
   add_library(kestrav_${name}_objects OBJECT ${ARG_SOURCES})
   target_include_directories(kestrav_${name}_objects PUBLIC
-    ${PROJECT_SOURCE_DIR}/include2 ${PROJECT_SOURCE_DIR}/platform)
-  if(ARG_LIBRARY STREQUAL policy)
-    target_include_directories(kestrav_${name}_objects PUBLIC ${PROJECT_SOURCE_DIR})
-  endif()
+    ${PROJECT_SOURCE_DIR}/include2 ${PROJECT_SOURCE_DIR})
   target_link_libraries(kestrav_${name}_objects PRIVATE ${ARG_LIBS})
 
   add_library(kestrav_${name} STATIC $<TARGET_OBJECTS:kestrav_${name}_objects>)
   target_include_directories(kestrav_${name} PUBLIC
-    ${PROJECT_SOURCE_DIR}/include2 ${PROJECT_SOURCE_DIR}/platform ${PROJECT_SOURCE_DIR})
+    ${PROJECT_SOURCE_DIR}/include2 ${PROJECT_SOURCE_DIR})
   set_target_properties(kestrav_${name} PROPERTIES LINKER_LANGUAGE CXX)
   # Linked with, not compiled with: outside headers end at the room's sources.
   target_link_libraries(kestrav_${name} PRIVATE ${ARG_LIBS})
@@ -45,7 +42,7 @@ function(kestrav_test name)
     target_link_libraries(${name}_tests PRIVATE kestrav_${room})
   endforeach()
   target_link_libraries(${name}_tests PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main Threads::Threads)
-  target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR})
   # A test that compiles with outside libraries has other flags than the shared header was made with.
   if(TARGET kestrav_test_pch AND NOT ARG_LIBS)
     target_precompile_headers(${name}_tests REUSE_FROM kestrav_test_pch)
@@ -85,7 +82,7 @@ function(kestrav_bench name)
     target_link_libraries(bench_${name} PRIVATE kestrav_${room})
   endforeach()
   target_link_libraries(bench_${name} PRIVATE ${ARG_LIBS} benchmark::benchmark Threads::Threads)
-  target_include_directories(bench_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_include_directories(bench_${name} PRIVATE ${PROJECT_SOURCE_DIR})
 endfunction()
 
 # One of the two shared libraries, from the rooms named for it.

@@ -7,7 +7,7 @@
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 using namespace Kestrav;
 

@@ -11,9 +11,9 @@
 
 #include "EmailAddressRewriter.h"
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "parser/EmailAddress.h"
-#include "parser/Header.h"
+#include "platform/common/Export.h"
+#include "platform/parser/EmailAddress.h"
+#include "platform/parser/Header.h"
 
 namespace Kestrav {
 

@@ -9,7 +9,7 @@
 
 #include "Action.h"
 #include "VexaRefcounted.h"
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -1,7 +1,7 @@
 // The hook through which the daemons supply the rules that data loss prevention scans with.
 #pragma once
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

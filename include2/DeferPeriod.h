@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -8,8 +8,8 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <string>
 
-#include "common/Export.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/Export.h"
+#include "platform/parser/EmailAddress.h"
 
 struct cfg_as_email_address_modification_;
 

@@ -14,8 +14,8 @@
 #include "ProfileContent.h"
 #include "ProfileDLP.h"
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Gid.h"
 
 namespace Kestrav {
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "Policy.h"
-#include "common/Export.h"
-#include "common/IPAddress.h"
+#include "platform/common/Export.h"
+#include "platform/common/IPAddress.h"
 
 struct __qv_ip_policy;
 

@@ -6,8 +6,8 @@
 
 #include "Policy.h"
 #include "PolicyIPAddress.h"
-#include "common/Export.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/Export.h"
+#include "platform/parser/EmailAddress.h"
 
 namespace Kestrav {
 

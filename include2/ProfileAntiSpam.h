@@ -13,8 +13,8 @@
 #include "Profile.h"
 #include "ProfileWebFilter.h"
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "dictionary/DictionaryScanner.h"
+#include "platform/common/Export.h"
+#include "platform/dictionary/DictionaryScanner.h"
 
 namespace Kestrav {
 

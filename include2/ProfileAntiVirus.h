@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Profile.h"
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -15,8 +15,8 @@
 #include "ProfileAntiSpam.h"
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
-#include "common/Export.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Gid.h"
 
 struct __aps_as_wf_profile;
 struct __aps_dlp_profile;

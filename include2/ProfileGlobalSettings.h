@@ -1,7 +1,7 @@
 // Settings that belong to no single profile.
 #pragma once
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -12,10 +12,10 @@
 #include <set>
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "common/IPAddress.h"
-#include "common/IPAddressMask.h"
-#include "common/Mutex.h"
+#include "platform/common/Export.h"
+#include "platform/common/IPAddress.h"
+#include "platform/common/IPAddressMask.h"
+#include "platform/common/Mutex.h"
 
 namespace Kestrav {
 

@@ -13,8 +13,8 @@
 #include <cstdint>
 #include <utility>
 
-#include "common/Exception.h"
-#include "common/Export.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -1,6 +1,6 @@
 #include "Action.h"
 
-#include "parser/Rfc2047.h"
+#include "platform/parser/Rfc2047.h"
 #include "profile/ActionImpl.h"
 #include "profile/NullHandle.h"
 

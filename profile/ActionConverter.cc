@@ -5,12 +5,12 @@
 #include <set>
 #include <string>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/SharedRecords.h"
 
 namespace Kestrav {
 

@@ -1,8 +1,8 @@
 #include "profile/Adapters.h"
 
-#include "common/IPAddress.h"
-#include "common/IPAddressMask.h"
-#include "common/Strings.h"
+#include "platform/common/IPAddress.h"
+#include "platform/common/IPAddressMask.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav {
 

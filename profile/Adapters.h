@@ -4,10 +4,10 @@
 #include <list>
 #include <string>
 
-#include "common/Export.h"
-#include "config/records/SharedRecords.h"
-#include "regex/PatternContainer.h"
-#include "regex/StringContainer.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/SharedRecords.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringContainer.h"
 
 namespace Kestrav {
 

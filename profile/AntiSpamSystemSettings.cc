@@ -3,12 +3,12 @@
 #include <string>
 
 #include "ProfileAntiSpam.h"
-#include "common/Mutex.h"
-#include "common/Strings.h"
-#include "common/Synchronized.h"
 #include "config/ClientSideCache.h"
-#include "config/records/AntispamRecords.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/Mutex.h"
+#include "platform/common/Strings.h"
+#include "platform/common/Synchronized.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/parser/EmailAddress.h"
 
 namespace Kestrav {
 

@@ -6,11 +6,11 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <memory>
 
-#include "common/Exception.h"
-#include "common/Mutex.h"
-#include "common/Strings.h"
-#include "common/Synchronized.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Mutex.h"
+#include "platform/common/Strings.h"
+#include "platform/common/Synchronized.h"
+#include "platform/config/records/SharedRecords.h"
 #include "profile/NullHandle.h"
 
 namespace Kestrav {

@@ -25,10 +25,10 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "config/CMF.h"
-#include "config/client/RootEntities.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/QuarantineRecords.h"
-#include "config/store/StatusArea.h"
+#include "platform/config/client/RootEntities.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/store/StatusArea.h"
 #include "profile/ProfileCache.h"
 
 namespace Kestrav {

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "ProfileFactory.h"
-#include "common/Export.h"
 #include "config/Event.h"
+#include "platform/common/Export.h"
 
 struct __aps_acl_ruleset;
 struct __aps_antispam_action;

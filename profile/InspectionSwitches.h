@@ -1,8 +1,8 @@
 // The switch that decides whether policies carry profiles. Read anew for each policy.
 #pragma once
 
-#include "config/client/RootEntities.h"
-#include "config/store/StatusArea.h"
+#include "platform/config/client/RootEntities.h"
+#include "platform/config/store/StatusArea.h"
 
 namespace Kestrav {
 

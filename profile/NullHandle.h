@@ -1,7 +1,7 @@
 // The failure of an accessor that was called on a null handle.
 #pragma once
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 

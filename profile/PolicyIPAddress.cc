@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "ProfileFactory.h"
-#include "config/client/cmf.h"
-#include "config/records/PolicyRecords.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/records/PolicyRecords.h"
 #include "profile/InspectionSwitches.h"
 #include "profile/NullHandle.h"
 #include "profile/PolicyIPAddressImpl.h"

@@ -1,7 +1,7 @@
 // The implementation behind PolicyIPAddress.
 #pragma once
 
-#include "common/IPAddress.h"
+#include "platform/common/IPAddress.h"
 #include "profile/PolicyImpl.h"
 
 struct __qv_ip_policy;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "parser/EmailAddress.h"
+#include "platform/parser/EmailAddress.h"
 #include "profile/PolicyImpl.h"
 
 namespace Kestrav {

@@ -1,6 +1,6 @@
 #include "ProfileAntiSpam.h"
 
-#include "common/Strings.h"
+#include "platform/common/Strings.h"
 #include "profile/NullHandle.h"
 #include "profile/ProfileAntiSpamImpl.h"
 

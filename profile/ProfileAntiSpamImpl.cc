@@ -1,10 +1,10 @@
 #include "profile/ProfileAntiSpamImpl.h"
 
 #include "ProfileFactory.h"
-#include "common/Strings.h"
-#include "config/records/DictionaryRecords.h"
-#include "dictionary/DictionaryFactory.h"
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/dictionary/DictionaryFactory.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 #include "profile/ActionConverter.h"
 
 namespace Kestrav {

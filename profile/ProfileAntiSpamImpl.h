@@ -8,7 +8,7 @@
 
 #include "ProfileAntiSpam.h"
 #include "config/CMF.h"
-#include "config/records/AntispamRecords.h"
+#include "platform/config/records/AntispamRecords.h"
 #include "profile/ProfileImpl.h"
 
 namespace Kestrav {

@@ -14,7 +14,7 @@
 #include <shared_mutex>
 #include <utility>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav {
 

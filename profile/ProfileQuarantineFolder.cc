@@ -1,9 +1,9 @@
 #include "ProfileQuarantineFolder.h"
 
-#include "common/Buffer.h"
-#include "common/Strings.h"
-#include "config/records/QuarantineRecords.h"
-#include "parser/VexaConv.h"
+#include "platform/common/Buffer.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "platform/parser/VexaConv.h"
 
 namespace Kestrav {
 

@@ -4,8 +4,8 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <iterator>
 
-#include "common/Strings.h"
-#include "config/client/cmf.h"
+#include "platform/common/Strings.h"
+#include "platform/config/client/cmf.h"
 #include "profile/NullHandle.h"
 #include "profile/ProfileWebFilterImpl.h"
 

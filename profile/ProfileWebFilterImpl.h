@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <map>
 
-#include "config/records/WebFilterRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 #include "profile/ProfileImpl.h"
 
 namespace Kestrav {

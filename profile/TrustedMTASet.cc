@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "common/Synchronized.h"
+#include "platform/common/Synchronized.h"
 #include "profile/TrustedMTATables.h"
 
 namespace Kestrav {

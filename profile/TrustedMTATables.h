@@ -7,12 +7,12 @@
 #include <utility>
 
 #include "TrustedMTASet.h"
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "common/Strings.h"
 #include "config/CMF.h"
-#include "config/records/AntispamRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
 
 namespace Kestrav {
 

@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
 
 namespace Kestrav::Tool {
 namespace {

@@ -4,7 +4,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 #include "tools/Render.h"
 
 namespace Kestrav::Tool {

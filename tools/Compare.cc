@@ -6,10 +6,10 @@
 #include <set>
 #include <string_view>
 
-#include "common/Strings.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
 
 namespace Kestrav::Tool {
 namespace {

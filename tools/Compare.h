@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 #include "tools/Render.h"
 
 namespace Kestrav::Tool {

@@ -1,7 +1,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 #include "tools/Compare.h"
 #include "tools/Progress.h"
 #include "tools/Scratch.h"

@@ -2,7 +2,7 @@
 
 #include "Action.h"
 #include "ProfileFactory.h"
-#include "parser/Rfc2047.h"
+#include "platform/parser/Rfc2047.h"
 #include "tools/ExplainModel.h"
 
 namespace Kestrav::Tool {

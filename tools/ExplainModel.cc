@@ -5,12 +5,12 @@
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "common/IPAddress.h"
 #include "config/ServerCache.h"
-#include "config/match/PolicySelection.h"
-#include "config/records/PolicyRecords.h"
-#include "config/store/StatusArea.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/IPAddress.h"
+#include "platform/config/match/PolicySelection.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/store/StatusArea.h"
+#include "platform/parser/EmailAddress.h"
 
 namespace Kestrav::Tool {
 namespace {

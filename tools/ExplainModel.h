@@ -8,7 +8,7 @@
 
 #include "ActionContainer.h"
 #include "ProfileAntiSpam.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 #include "tools/Names.h"
 #include "tools/Verbs.h"
 

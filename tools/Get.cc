@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "config/ServerCache.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
-#include "config/text/Text.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Text.h"
 #include "tools/Messages.h"
 #include "tools/Names.h"
 #include "tools/OpenStore.h"

@@ -1,7 +1,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 #include "tools/Changes.h"
 #include "tools/OpenStore.h"
 #include "tools/Progress.h"

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "common/Exception.h"
-#include "config/text/Nearest.h"
+#include "platform/common/Exception.h"
+#include "platform/config/text/Nearest.h"
 
 namespace Kestrav::Tool {
 

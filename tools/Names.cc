@@ -1,8 +1,8 @@
 #include "tools/Names.h"
 
-#include "common/Strings.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/Tables.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Tables.h"
 #include "tools/Render.h"
 
 namespace Kestrav::Tool {

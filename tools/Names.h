@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Tool {
 

@@ -1,6 +1,6 @@
 #include "tools/OpenStore.h"
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav::Tool {
 

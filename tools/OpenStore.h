@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 #include "tools/Verbs.h"
 
 namespace Kestrav::Tool {

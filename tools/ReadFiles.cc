@@ -3,7 +3,7 @@
 #include <ostream>
 #include <vector>
 
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 #include "tools/Messages.h"
 #include "tools/Progress.h"
 

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "config/text/Configuration.h"
+#include "platform/config/text/Configuration.h"
 #include "tools/Verbs.h"
 
 namespace Kestrav::Tool {

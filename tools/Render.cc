@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "config/records/FieldAccess.h"
+#include "platform/config/records/FieldAccess.h"
 
 namespace Kestrav::Tool {
 namespace {

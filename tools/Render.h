@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "config/records/Field.h"
-#include "config/text/Text.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/text/Text.h"
 #include "tools/Names.h"
 
 namespace Kestrav::Tool {

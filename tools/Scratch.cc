@@ -4,9 +4,9 @@
 #include <string>
 #include <system_error>
 
-#include "common/Exception.h"
-#include "config/records/Tables.h"
-#include "config/text/Text.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Text.h"
 #include "tools/ReadFiles.h"
 
 namespace Kestrav::Tool {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 #include "tools/Verbs.h"
 
 namespace Kestrav::Tool {

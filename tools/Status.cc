@@ -1,7 +1,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "config/store/StatusArea.h"
+#include "platform/config/store/StatusArea.h"
 #include "tools/OpenStore.h"
 #include "tools/Switches.h"
 

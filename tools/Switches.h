@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "config/store/StatusArea.h"
+#include "platform/config/store/StatusArea.h"
 
 namespace Kestrav::Tool {
 

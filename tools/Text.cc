@@ -1,7 +1,7 @@
 // The verbs that only read or write text: check, dump, schema, records.
 #include <ostream>
 
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 #include "tools/OpenStore.h"
 #include "tools/Progress.h"
 #include "tools/ReadFiles.h"

@@ -12,8 +12,8 @@
 #include <iostream>
 #include <string_view>
 
-#include "common/Logger.h"
-#include "config/text/Nearest.h"
+#include "platform/common/Logger.h"
+#include "platform/config/text/Nearest.h"
 #include "tools/Messages.h"
 #include "tools/Output.h"
 #include "tools/Verbs.h"

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "VexaRefcounted.h"
-#include "common/Exception.h"
-#include "common/Export.h"
-#include "config/client/cmf.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Export.h"
+#include "platform/config/client/cmf.h"
 
 struct __aps_systemquarantine_folders;
 

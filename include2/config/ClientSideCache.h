@@ -6,15 +6,15 @@
 #pragma once
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "common/Mutex.h"
 #include "config/CMF.h"
 #include "config/Event.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/records/WebFilterRecords.h"
+#include "platform/common/Export.h"
+#include "platform/common/Mutex.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 
 namespace Kestrav::CMF {
 

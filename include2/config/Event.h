@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Gid.h"
 
 namespace Kestrav::Config {
 struct JournalEntry;

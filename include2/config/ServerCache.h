@@ -10,9 +10,9 @@
 #include <string>
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
 
 namespace Kestrav::CMF {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

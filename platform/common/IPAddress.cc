@@ -1,4 +1,4 @@
-#include "common/IPAddress.h"
+#include "platform/common/IPAddress.h"
 
 #include <arpa/inet.h>
 
@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "common/Exception.h"
-#include "common/Strings.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "common/Export.h"
-#include "common/IpTypes.h"
+#include "platform/common/Export.h"
+#include "platform/common/IpTypes.h"
 
 namespace Kestrav {
 

@@ -1,4 +1,4 @@
-#include "common/IPAddressMask.h"
+#include "platform/common/IPAddressMask.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,7 +7,7 @@
 #include <tuple>
 #include <utility>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "common/IPAddress.h"
+#include "platform/common/IPAddress.h"
 
 namespace Kestrav {
 

@@ -1,12 +1,12 @@
-#include "common/LogCatalogue.h"
+#include "platform/common/LogCatalogue.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <string_view>
 
-#include "common/LogCodes.h"
-#include "common/LogFormat.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/LogFormat.h"
 
 namespace Kestrav {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Logger.h"
+#include "platform/common/Logger.h"
 
 namespace Kestrav {
 

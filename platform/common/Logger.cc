@@ -1,4 +1,4 @@
-#include "common/Logger.h"
+#include "platform/common/Logger.h"
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
@@ -12,9 +12,9 @@
 #include <mutex>
 #include <utility>
 
-#include "common/Exception.h"
-#include "common/LogCatalogue.h"
-#include "common/LogFormat.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCatalogue.h"
+#include "platform/common/LogFormat.h"
 
 namespace Kestrav {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

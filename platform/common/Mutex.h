@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

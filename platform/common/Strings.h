@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

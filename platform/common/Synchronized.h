@@ -1,7 +1,7 @@
 // Holds a Mutex for the length of a scope: `Synchronized guard(mutex);`
 #pragma once
 
-#include "common/Mutex.h"
+#include "platform/common/Mutex.h"
 
 namespace Kestrav {
 

@@ -1,11 +1,11 @@
-#include "dictionary/CompiledItems.h"
+#include "platform/dictionary/CompiledItems.h"
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-#include "dictionary/Words.h"
-#include "regex/Characters.h"
+#include "platform/dictionary/Words.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {

@@ -9,10 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "dictionary/DictionaryItem.h"
-#include "dictionary/DictionaryScanner.h"
-#include "dictionary/ExpressionSet.h"
-#include "dictionary/LiteralSet.h"
+#include "platform/dictionary/DictionaryItem.h"
+#include "platform/dictionary/DictionaryScanner.h"
+#include "platform/dictionary/ExpressionSet.h"
+#include "platform/dictionary/LiteralSet.h"
 
 namespace Kestrav::Dictionary {
 

@@ -1,4 +1,4 @@
-#include "dictionary/CountedExpression.h"
+#include "platform/dictionary/CountedExpression.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -7,9 +7,9 @@
 #include <array>
 #include <new>
 
-#include "common/Exception.h"
-#include "dictionary/Words.h"
-#include "regex/Characters.h"
+#include "platform/common/Exception.h"
+#include "platform/dictionary/Words.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {

@@ -1,14 +1,14 @@
-#include "dictionary/DictionaryFactory.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 #include <set>
 #include <utility>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "common/Synchronized.h"
-#include "config/store/ConfigStore.h"
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/common/Synchronized.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 
 namespace Kestrav {
 namespace {

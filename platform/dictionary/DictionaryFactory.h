@@ -11,8 +11,8 @@
 #include <memory>
 #include <string>
 
-#include "common/Mutex.h"
-#include "dictionary/DictionaryScanner.h"
+#include "platform/common/Mutex.h"
+#include "platform/dictionary/DictionaryScanner.h"
 
 namespace Kestrav {
 

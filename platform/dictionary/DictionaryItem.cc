@@ -1,9 +1,9 @@
-#include "dictionary/DictionaryItem.h"
+#include "platform/dictionary/DictionaryItem.h"
 
-#include "common/Exception.h"
-#include "common/Strings.h"
-#include "dictionary/WildcardTranslation.h"
-#include "dictionary/Words.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
+#include "platform/dictionary/WildcardTranslation.h"
+#include "platform/dictionary/Words.h"
 
 namespace Kestrav::Dictionary {
 namespace {

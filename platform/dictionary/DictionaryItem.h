@@ -15,8 +15,8 @@
 #include <memory>
 #include <string>
 
-#include "config/records/DictionaryRecords.h"
-#include "dictionary/CountedExpression.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/dictionary/CountedExpression.h"
 
 namespace Kestrav::Dictionary {
 

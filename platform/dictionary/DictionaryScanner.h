@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "VexaRefcounted.h"
-#include "common/Export.h"
-#include "config/records/DictionaryRecords.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/DictionaryRecords.h"
 
 namespace Kestrav {
 

@@ -1,4 +1,4 @@
-#include "dictionary/ExpressionSet.h"
+#include "platform/dictionary/ExpressionSet.h"
 
 #include <hs/hs.h>
 

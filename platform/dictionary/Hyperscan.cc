@@ -1,4 +1,4 @@
-#include "dictionary/Hyperscan.h"
+#include "platform/dictionary/Hyperscan.h"
 
 #include <hs/hs.h>
 
@@ -8,7 +8,7 @@
 #include <new>
 #include <unordered_set>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav::Dictionary {
 namespace {

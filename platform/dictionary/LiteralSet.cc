@@ -1,4 +1,4 @@
-#include "dictionary/LiteralSet.h"
+#include "platform/dictionary/LiteralSet.h"
 
 #include <hs/hs.h>
 

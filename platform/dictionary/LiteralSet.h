@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dictionary/Hyperscan.h"
+#include "platform/dictionary/Hyperscan.h"
 
 namespace Kestrav::Dictionary {
 

@@ -1,14 +1,14 @@
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 
 #include <exception>
 #include <utility>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "common/Synchronized.h"
-#include "dictionary/CompiledItems.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/common/Synchronized.h"
+#include "platform/dictionary/CompiledItems.h"
 
 namespace Kestrav {
 namespace {

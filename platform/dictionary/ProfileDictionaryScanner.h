@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "common/Mutex.h"
-#include "dictionary/DictionaryScanner.h"
+#include "platform/common/Mutex.h"
+#include "platform/dictionary/DictionaryScanner.h"
 
 namespace Kestrav {
 

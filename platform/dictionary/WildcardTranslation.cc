@@ -1,10 +1,10 @@
-#include "dictionary/WildcardTranslation.h"
+#include "platform/dictionary/WildcardTranslation.h"
 
 #include <vector>
 
-#include "common/Exception.h"
-#include "dictionary/Words.h"
-#include "regex/Characters.h"
+#include "platform/common/Exception.h"
+#include "platform/dictionary/Words.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {

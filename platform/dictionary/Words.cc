@@ -1,9 +1,9 @@
-#include "dictionary/Words.h"
+#include "platform/dictionary/Words.h"
 
 #include <unicode/uchar.h>
 #include <unicode/uscript.h>
 
-#include "regex/Characters.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {

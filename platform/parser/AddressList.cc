@@ -7,11 +7,11 @@
 #include <string_view>
 #include <utility>
 
-#include "common/Strings.h"
-#include "parser/EmailAddress.h"
-#include "parser/GMimeLibrary.h"
-#include "parser/MailboxBuilder.h"
-#include "parser/Utf8.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/EmailAddress.h"
+#include "platform/parser/GMimeLibrary.h"
+#include "platform/parser/MailboxBuilder.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav {
 namespace {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "parser/Media.h"
+#include "platform/parser/Media.h"
 
 namespace Kestrav {
 

@@ -1,11 +1,11 @@
-#include "parser/EmailAddress.h"
+#include "platform/parser/EmailAddress.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "common/Strings.h"
-#include "parser/MailboxBuilder.h"
-#include "parser/Utf8.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/MailboxBuilder.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav {
 namespace {

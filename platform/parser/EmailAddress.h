@@ -12,7 +12,7 @@
 #include <set>
 #include <string>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

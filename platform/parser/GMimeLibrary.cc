@@ -1,4 +1,4 @@
-#include "parser/GMimeLibrary.h"
+#include "platform/parser/GMimeLibrary.h"
 
 #include <gmime/gmime.h>
 

@@ -1,7 +1,7 @@
 // GMime needs one call before its first use; whoever uses it in this process calls this first.
 #pragma once
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

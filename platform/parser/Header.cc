@@ -1,6 +1,6 @@
-#include "parser/Header.h"
+#include "platform/parser/Header.h"
 
-#include "common/Strings.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav {
 namespace {

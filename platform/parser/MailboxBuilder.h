@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "common/Exception.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/Exception.h"
+#include "platform/parser/EmailAddress.h"
 
 namespace Kestrav {
 

@@ -8,10 +8,10 @@
 #include <charconv>
 #include <string_view>
 
-#include "common/Strings.h"
-#include "parser/EmailAddress.h"
-#include "parser/MailboxBuilder.h"
-#include "parser/Utf8.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/EmailAddress.h"
+#include "platform/parser/MailboxBuilder.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav {
 namespace {

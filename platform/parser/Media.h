@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "common/Buffer.h"
-#include "common/Export.h"
+#include "platform/common/Buffer.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -1,4 +1,4 @@
-#include "parser/Rfc2047.h"
+#include "platform/parser/Rfc2047.h"
 
 #include <gmime/gmime.h>
 
@@ -7,10 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "common/Strings.h"
-#include "parser/GMimeLibrary.h"
-#include "parser/Utf8.h"
-#include "parser/VexaConv.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/GMimeLibrary.h"
+#include "platform/parser/Utf8.h"
+#include "platform/parser/VexaConv.h"
 
 namespace Kestrav {
 namespace {

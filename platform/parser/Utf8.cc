@@ -1,4 +1,4 @@
-#include "parser/Utf8.h"
+#include "platform/parser/Utf8.h"
 
 #include <unicode/utf8.h>
 

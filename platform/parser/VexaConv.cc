@@ -1,4 +1,4 @@
-#include "parser/VexaConv.h"
+#include "platform/parser/VexaConv.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 namespace {

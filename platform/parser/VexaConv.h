@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "common/Buffer.h"
-#include "common/Export.h"
-#include "parser/Media.h"
+#include "platform/common/Buffer.h"
+#include "platform/common/Export.h"
+#include "platform/parser/Media.h"
 
 namespace Kestrav {
 

@@ -1,13 +1,13 @@
-#include "regex/PatternContainer.h"
+#include "platform/regex/PatternContainer.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "regex/Characters.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/regex/Characters.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

@@ -17,8 +17,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "common/Export.h"
-#include "regex/Wildcard.h"
+#include "platform/common/Export.h"
+#include "platform/regex/Wildcard.h"
 
 namespace Kestrav {
 

@@ -1,4 +1,4 @@
-#include "regex/RegularExpression.h"
+#include "platform/regex/RegularExpression.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -9,9 +9,9 @@
 #include <mutex>
 #include <new>
 
-#include "common/Exception.h"
-#include "regex/Characters.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/regex/Characters.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

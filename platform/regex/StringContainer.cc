@@ -1,6 +1,6 @@
-#include "regex/StringContainer.h"
+#include "platform/regex/StringContainer.h"
 
-#include "regex/Characters.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav {
 

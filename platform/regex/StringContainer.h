@@ -8,7 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

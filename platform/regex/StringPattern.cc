@@ -1,12 +1,12 @@
-#include "regex/StringPattern.h"
+#include "platform/regex/StringPattern.h"
 
 #include <algorithm>
 #include <optional>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "regex/RegularExpression.h"
-#include "regex/Wildcard.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/regex/RegularExpression.h"
+#include "platform/regex/Wildcard.h"
 
 namespace Kestrav {
 

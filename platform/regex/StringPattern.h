@@ -23,7 +23,7 @@
 #include <string>
 #include <string_view>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav {
 

@@ -1,13 +1,13 @@
-#include "regex/Wildcard.h"
+#include "platform/regex/Wildcard.h"
 
 #include <unicode/uset.h>
 
 #include <algorithm>
 #include <memory>
 
-#include "common/Exception.h"
-#include "regex/Characters.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/regex/Characters.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

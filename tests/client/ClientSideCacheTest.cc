@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "client/Listening.h"
+#include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {
 namespace {

@@ -5,12 +5,12 @@
 #include <thread>
 #include <vector>
 
-#include "client/Listening.h"
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
-#include "config/client/RootEntities.h"
-#include "config/store/StatusArea.h"
+#include "platform/config/client/RootEntities.h"
+#include "platform/config/store/StatusArea.h"
+#include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {
 namespace {

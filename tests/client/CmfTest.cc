@@ -10,12 +10,12 @@
 #include <thread>
 #include <vector>
 
-#include "client/StoreFixture.h"
-#include "common/Logger.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/store/StatusArea.h"
+#include "platform/common/Logger.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/store/StatusArea.h"
+#include "tests/client/StoreFixture.h"
 
 using testing::ElementsAre;
 

@@ -12,12 +12,12 @@
 #include <stdexcept>
 #include <thread>
 
-#include "client/Listening.h"
-#include "common/Logger.h"
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/SessionRecords.h"
+#include "platform/common/Logger.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "tests/client/Listening.h"
 
 using testing::AllOf;
 using testing::ElementsAre;

@@ -4,10 +4,10 @@
 
 #include <thread>
 
-#include "client/StoreFixture.h"
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
+#include "tests/client/StoreFixture.h"
 
 namespace Kestrav::CMF {
 namespace {

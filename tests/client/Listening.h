@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "client/StoreFixture.h"
+#include "tests/client/StoreFixture.h"
 
 namespace Kestrav::Testing {
 

@@ -17,7 +17,7 @@
 #include <system_error>
 #include <thread>
 
-#include "client/Listening.h"
+#include "tests/client/Listening.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <random>
 #include <string>
 
-#include "client/Listening.h"
-#include "common/Logger.h"
-#include "config/client/DomainIndex.h"
+#include "platform/common/Logger.h"
+#include "platform/config/client/DomainIndex.h"
+#include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {
 namespace {

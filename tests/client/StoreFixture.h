@@ -10,13 +10,13 @@
 #include <string>
 #include <string_view>
 
-#include "common/Strings.h"
 #include "config/Event.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/QuarantineRecords.h"
-#include "config/records/Tables.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Testing {
 

@@ -1,4 +1,4 @@
-#include "common/Buffer.h"
+#include "platform/common/Buffer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/ForwardHandle.h"
+#include "tests/common/ForwardHandle.h"
 
 #include <atomic>
 

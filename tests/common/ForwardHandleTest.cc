@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/ForwardHandle.h"
+#include "tests/common/ForwardHandle.h"
 
 namespace Kestrav {
 namespace {

@@ -1,4 +1,4 @@
-#include "common/IPAddressMask.h"
+#include "platform/common/IPAddressMask.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 namespace {

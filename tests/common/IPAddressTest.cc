@@ -1,4 +1,4 @@
-#include "common/IPAddress.h"
+#include "platform/common/IPAddress.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 namespace {

@@ -1,4 +1,4 @@
-#include "common/LogCatalogue.h"
+#include "platform/common/LogCatalogue.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "common/LogCodes.h"
+#include "platform/common/LogCodes.h"
 
 namespace Kestrav {
 namespace {

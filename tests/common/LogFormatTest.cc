@@ -1,4 +1,4 @@
-#include "common/LogFormat.h"
+#include "platform/common/LogFormat.h"
 
 #include <gtest/gtest.h>
 

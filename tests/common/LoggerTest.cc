@@ -1,4 +1,4 @@
-#include "common/Logger.h"
+#include "platform/common/Logger.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
 
 namespace Kestrav {
 namespace {

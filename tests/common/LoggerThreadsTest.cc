@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
 
 namespace Kestrav {
 namespace {

@@ -1,4 +1,4 @@
-#include "common/Mutex.h"
+#include "platform/common/Mutex.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "common/Synchronized.h"
+#include "platform/common/Synchronized.h"
 
 namespace Kestrav {
 namespace {

@@ -1,4 +1,4 @@
-#include "common/Strings.h"
+#include "platform/common/Strings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "dictionary/CountedExpression.h"
+#include "platform/dictionary/CountedExpression.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav::Dictionary {
 namespace {

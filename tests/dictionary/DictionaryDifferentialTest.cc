@@ -7,8 +7,8 @@
 #include <memory>
 #include <random>
 
-#include "dictionary/DictionaryItems.h"
-#include "dictionary/Words.h"
+#include "platform/dictionary/Words.h"
+#include "tests/dictionary/DictionaryItems.h"
 
 namespace Kestrav {
 namespace {

@@ -1,13 +1,13 @@
-#include "dictionary/DictionaryFactory.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
 
-#include "common/LogCodes.h"
-#include "dictionary/DictionaryItems.h"
-#include "support/StoreFixture.h"
+#include "platform/common/LogCodes.h"
+#include "tests/dictionary/DictionaryItems.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav {
 namespace {

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "config/records/DictionaryRecords.h"
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 
 namespace Kestrav::Testing {
 

@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "dictionary/DictionaryFactory.h"
-#include "dictionary/DictionaryItems.h"
-#include "support/StoreFixture.h"
+#include "platform/dictionary/DictionaryFactory.h"
+#include "tests/dictionary/DictionaryItems.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav {
 namespace {

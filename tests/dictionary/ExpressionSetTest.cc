@@ -1,11 +1,11 @@
-#include "dictionary/ExpressionSet.h"
+#include "platform/dictionary/ExpressionSet.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <new>
 
-#include "dictionary/LiteralSet.h"
+#include "platform/dictionary/LiteralSet.h"
 
 namespace Kestrav::Dictionary {
 namespace {

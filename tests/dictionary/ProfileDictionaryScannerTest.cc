@@ -1,10 +1,10 @@
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "common/LogCodes.h"
-#include "dictionary/DictionaryItems.h"
+#include "platform/common/LogCodes.h"
+#include "tests/dictionary/DictionaryItems.h"
 
 namespace Kestrav {
 namespace {

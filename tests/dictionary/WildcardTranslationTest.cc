@@ -1,9 +1,9 @@
-#include "dictionary/WildcardTranslation.h"
+#include "platform/dictionary/WildcardTranslation.h"
 
 #include <gtest/gtest.h>
 
-#include "common/Exception.h"
-#include "dictionary/DictionaryItems.h"
+#include "platform/common/Exception.h"
+#include "tests/dictionary/DictionaryItems.h"
 
 namespace Kestrav::Dictionary {
 namespace {

@@ -1,8 +1,8 @@
-#include "dictionary/Words.h"
+#include "platform/dictionary/Words.h"
 
 #include <gtest/gtest.h>
 
-#include "regex/Characters.h"
+#include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {

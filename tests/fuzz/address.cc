@@ -7,8 +7,8 @@
 #include <set>
 #include <string>
 
-#include "common/Exception.h"
-#include "parser/EmailAddress.h"
+#include "platform/common/Exception.h"
+#include "platform/parser/EmailAddress.h"
 
 namespace {
 

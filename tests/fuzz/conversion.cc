@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "parser/VexaConv.h"
+#include "platform/parser/VexaConv.h"
 
 namespace {
 

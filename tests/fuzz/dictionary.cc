@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "dictionary/ProfileDictionaryScanner.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/dictionary/ProfileDictionaryScanner.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "common/Exception.h"
-#include "common/Logger.h"
-#include "regex/PatternContainer.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Logger.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringPattern.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "common/Strings.h"
-#include "parser/GMimeLibrary.h"
-#include "parser/Rfc2047.h"
-#include "parser/Utf8.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/GMimeLibrary.h"
+#include "platform/parser/Rfc2047.h"
+#include "platform/parser/Utf8.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace Kestrav::Config::Text;

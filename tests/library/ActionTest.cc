@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ActionContainer.h"
-#include "parser/Rfc2047.h"
+#include "platform/parser/Rfc2047.h"
 
 using namespace Kestrav;
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Strings.h"
+#include "platform/common/Strings.h"
 
 using namespace Kestrav;
 using testing::ElementsAre;

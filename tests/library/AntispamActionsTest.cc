@@ -9,9 +9,9 @@
 
 #include "AntispamProfile.h"
 #include "Gateway.h"
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "parser/Rfc2047.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/parser/Rfc2047.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -7,7 +7,7 @@
 
 #include "Gateway.h"
 #include "ProfileAntiSpam.h"
-#include "parser/EmailAddress.h"
+#include "platform/parser/EmailAddress.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "Gateway.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/Tables.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/Tables.h"
 
 namespace Kestrav::Testing {
 

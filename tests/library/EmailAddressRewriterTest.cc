@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
-#include "common/Exception.h"
-#include "common/Strings.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/SharedRecords.h"
 
 using namespace Kestrav;
 

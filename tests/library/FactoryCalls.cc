@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "ProfileFactory.h"
-#include "dictionary/DictionaryFactory.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -8,11 +8,11 @@
 
 #include "Factory.h"
 #include "Gateway.h"
-#include "common/LogCodes.h"
-#include "config/records/AntivirusRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/SessionRecords.h"
+#include "platform/common/LogCodes.h"
+#include "platform/config/records/AntivirusRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/SessionRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -12,8 +12,8 @@
 #include "Factory.h"
 #include "Gateway.h"
 #include "ProfileGlobalSettings.h"
-#include "common/Exception.h"
-#include "config/client/cmf.h"
+#include "platform/common/Exception.h"
+#include "platform/config/client/cmf.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -12,12 +12,12 @@
 #include "Interposed.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "config/records/AntivirusRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/SessionRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/config/records/AntivirusRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/SessionRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

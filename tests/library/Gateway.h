@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "common/Logger.h"
 #include "config/Event.h"
-#include "config/store/ConfigStore.h"
-#include "config/store/StatusArea.h"
+#include "platform/common/Logger.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/StatusArea.h"
 #include "tests/support/Builders.h"
 
 namespace Kestrav::Testing {

@@ -12,7 +12,7 @@
 #include "Factory.h"
 #include "FactoryCalls.h"
 #include "Gateway.h"
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 #include "profile/FactoryHandlers.h"
 
 using namespace Kestrav;

@@ -2,11 +2,11 @@
 
 #include "ProfileAntiSpam.h"
 #include "ProfileFactory.h"
-#include "common/IpTypes.h"
 #include "config/ServerCache.h"
-#include "config/client/cmf.h"
-#include "config/store/ConfigStore.h"
-#include "dictionary/DictionaryFactory.h"
+#include "platform/common/IpTypes.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 namespace Kestrav::Testing {
 

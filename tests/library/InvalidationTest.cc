@@ -11,8 +11,8 @@
 #include "DLPRuleFactory.h"
 #include "Factory.h"
 #include "Gateway.h"
-#include "config/client/cmf.h"
-#include "dictionary/DictionaryFactory.h"
+#include "platform/config/client/cmf.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

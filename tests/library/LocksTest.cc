@@ -13,10 +13,10 @@
 #include "Factory.h"
 #include "Gateway.h"
 #include "Interposed.h"
-#include "config/records/AntivirusRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/SessionRecords.h"
+#include "platform/config/records/AntivirusRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/SessionRecords.h"
 #include "profile/FactoryCaches.h"
 
 namespace Kestrav {

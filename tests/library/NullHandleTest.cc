@@ -18,7 +18,7 @@
 #include "ProfileAntiSpam.h"
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 #include "profile/ActionImpl.h"
 #include "profile/ProfileImpl.h"
 

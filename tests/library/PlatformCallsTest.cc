@@ -11,7 +11,7 @@
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "common/IPAddress.h"
+#include "platform/common/IPAddress.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -8,7 +8,7 @@
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "config/client/cmf.h"
+#include "platform/config/client/cmf.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

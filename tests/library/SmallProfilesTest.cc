@@ -9,7 +9,7 @@
 #include "ProfileFactory.h"
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
-#include "common/Buffer.h"
+#include "platform/common/Buffer.h"
 #include "profile/ProfileWebFilterImpl.h"
 
 using namespace Kestrav;

@@ -1,10 +1,10 @@
-#include "config/match/AddressRule.h"
+#include "platform/config/match/AddressRule.h"
 
 #include <algorithm>
 
 #include <gtest/gtest.h>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -1,4 +1,4 @@
-#include "config/match/NetworkRule.h"
+#include "platform/config/match/NetworkRule.h"
 
 #include <algorithm>
 #include <random>

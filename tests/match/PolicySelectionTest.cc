@@ -1,20 +1,20 @@
-#include "config/match/PolicySelection.h"
+#include "platform/config/match/PolicySelection.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
 #include "config/Event.h"
-#include "config/client/cmf.h"
-#include "config/match/ConnectionTraits.h"
-#include "config/match/PolicyList.h"
-#include "config/match/RecipientTraits.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/OwnedRecord.h"
-#include "support/Builders.h"
-#include "support/StoreFixture.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/match/ConnectionTraits.h"
+#include "platform/config/match/PolicyList.h"
+#include "platform/config/match/RecipientTraits.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "tests/support/Builders.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

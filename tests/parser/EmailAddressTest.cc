@@ -1,4 +1,4 @@
-#include "parser/EmailAddress.h"
+#include "platform/parser/EmailAddress.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "parser/Header.h"
+#include "platform/parser/Header.h"
 
 #include <gtest/gtest.h>
 

@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "parser/EmailAddress.h"
-#include "parser/Rfc2047.h"
-#include "parser/VexaConv.h"
+#include "platform/parser/EmailAddress.h"
+#include "platform/parser/Rfc2047.h"
+#include "platform/parser/VexaConv.h"
 
 namespace Kestrav {
 namespace {

@@ -1,4 +1,4 @@
-#include "parser/Rfc2047.h"
+#include "platform/parser/Rfc2047.h"
 
 #include <gmime/gmime.h>
 #include <gtest/gtest.h>
@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "common/Strings.h"
-#include "parser/GMimeLibrary.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/GMimeLibrary.h"
 
 namespace Kestrav {
 namespace {

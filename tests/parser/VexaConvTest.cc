@@ -1,4 +1,4 @@
-#include "parser/VexaConv.h"
+#include "platform/parser/VexaConv.h"
 
 #include <gtest/gtest.h>
 #include <unicode/ucnv.h>
@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav {
 namespace {

@@ -7,10 +7,10 @@
 #include "ProfileFactory.h"
 #include "Sets.h"
 #include "TrustedMTASet.h"
-#include "common/Strings.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
-#include "dictionary/DictionaryFactory.h"
+#include "platform/common/Strings.h"
+#include "platform/dictionary/DictionaryFactory.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -7,11 +7,11 @@
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "TrustedMTASet.h"
-#include "common/Strings.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
-#include "config/records/DictionaryRecords.h"
-#include "config/records/PolicyRecords.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/PolicyRecords.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -14,8 +14,8 @@
 #include "Answers.h"
 #include "Follower.h"
 #include "Sets.h"
-#include "common/Exception.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include "Sets.h"
 
-#include "common/Strings.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/Tables.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/Tables.h"
 #include "tests/support/Builders.h"
 
 namespace Kestrav::Testing {

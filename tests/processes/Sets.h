@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "config/records/Field.h"
-#include "config/records/OwnedRecord.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Testing {
 

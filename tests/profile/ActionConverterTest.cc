@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "config/records/SharedRecords.h"
+#include "platform/config/records/SharedRecords.h"
 #include "tests/support/Builders.h"
 
 namespace Kestrav {

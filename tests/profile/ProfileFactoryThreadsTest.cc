@@ -10,7 +10,7 @@
 #include "ProfileFactory.h"
 #include "TrustedMTASet.h"
 #include "config/Event.h"
-#include "config/store/StatusArea.h"
+#include "platform/config/store/StatusArea.h"
 #include "tests/support/Builders.h"
 #include "tests/support/StoreFixture.h"
 

@@ -1,17 +1,17 @@
 // Single fields: limits, signs, bits, texts without an end, counts that lie.
-#include "config/records/FieldAccess.h"
+#include "platform/config/records/FieldAccess.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 
-#include "config/records/AntispamRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/WebFilterRecords.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 
 using namespace Kestrav::Config;
 

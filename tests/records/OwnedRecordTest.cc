@@ -1,14 +1,14 @@
-#include "config/records/OwnedRecord.h"
+#include "platform/config/records/OwnedRecord.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
-#include "config/records/ContentRecords.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/WebFilterRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 
 using namespace Kestrav::Config;
 

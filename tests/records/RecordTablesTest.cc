@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "config/records/FieldAccess.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/Tables.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/Tables.h"
 
 using namespace Kestrav::Config;
 

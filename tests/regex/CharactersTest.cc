@@ -1,4 +1,4 @@
-#include "regex/Characters.h"
+#include "platform/regex/Characters.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "regex/PatternContainer.h"
+#include "platform/regex/PatternContainer.h"
 
 #include <gmock/gmock.h>
 
@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "regex/StringPattern.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

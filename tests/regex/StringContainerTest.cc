@@ -1,4 +1,4 @@
-#include "regex/StringContainer.h"
+#include "platform/regex/StringContainer.h"
 
 #include <gmock/gmock.h>
 

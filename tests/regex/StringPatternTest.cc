@@ -1,5 +1,5 @@
 // Regular expressions, lists, order and limits. Wildcards have their own file.
-#include "regex/StringPattern.h"
+#include "platform/regex/StringPattern.h"
 
 #include <gmock/gmock.h>
 
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
 
 namespace Kestrav {
 namespace {

@@ -7,10 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "common/Logger.h"
-#include "regex/PatternContainer.h"
-#include "regex/StringContainer.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Logger.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringContainer.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

@@ -1,5 +1,5 @@
 // Wildcards as StringPattern offers them, and their shapes as PatternContainer uses them.
-#include "regex/Wildcard.h"
+#include "platform/regex/Wildcard.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
-#include "regex/Characters.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/regex/Characters.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 
 #include "StoreRecords.h"
-#include "config/store/RowCodec.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "StoreRecords.h"
-#include "config/store/StatusArea.h"
-#include "support/StoreFixture.h"
+#include "platform/config/store/StatusArea.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -9,13 +9,13 @@
 #include <random>
 
 #include "StoreRecords.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/records/Tables.h"
-#include "config/store/DataFile.h"
-#include "config/store/Keys.h"
-#include "config/store/RowCodec.h"
-#include "support/StoreFixture.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/DataFile.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/RowCodec.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

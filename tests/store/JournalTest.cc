@@ -5,7 +5,7 @@
 
 #include "Child.h"
 #include "StoreRecords.h"
-#include "support/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -8,8 +8,8 @@
 #include <random>
 
 #include "StoreRecords.h"
-#include "config/store/TableEditor.h"
-#include "support/StoreFixture.h"
+#include "platform/config/store/TableEditor.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

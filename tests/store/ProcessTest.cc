@@ -8,8 +8,8 @@
 
 #include "Child.h"
 #include "StoreRecords.h"
-#include "config/store/StatusFile.h"
-#include "support/StoreFixture.h"
+#include "platform/config/store/StatusFile.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "StoreRecords.h"
-#include "common/Strings.h"
 #include "config/CMF.h"
-#include "support/StoreFixture.h"
+#include "platform/common/Strings.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "StoreRecords.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace {
 

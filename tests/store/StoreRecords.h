@@ -10,10 +10,10 @@
 #include <thread>
 #include <vector>
 
-#include "common/Exception.h"
-#include "config/records/DictionaryRecords.h"
-#include "config/records/PolicyRecords.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config::StoreTesting {
 

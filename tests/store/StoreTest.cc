@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "StoreRecords.h"
-#include "common/Exception.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/records/Tables.h"
-#include "support/StoreFixture.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/Tables.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -15,17 +15,17 @@
 #include <string_view>
 
 #include "ProfileAntiSpam.h"
-#include "common/Strings.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/DictionaryRecords.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/Gid.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/QuarantineRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/records/WebFilterRecords.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Testing {
 

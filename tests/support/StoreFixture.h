@@ -11,7 +11,7 @@
 #include <string>
 #include <system_error>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Testing {
 

@@ -1,10 +1,10 @@
-#include "config/text/CriterionText.h"
+#include "platform/config/text/CriterionText.h"
 
 #include <gtest/gtest.h>
 
-#include "config/records/FieldAccess.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/SessionRecords.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/SessionRecords.h"
 
 using namespace Kestrav::Config;
 using namespace Kestrav::Config::Text;

@@ -3,16 +3,16 @@
 #include <set>
 
 #include "TextFixture.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DictionaryRecords.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/records/Tables.h"
-#include "config/records/WebFilterRecords.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/records/WebFilterRecords.h"
 
 using namespace Kestrav::Config;
 using namespace Kestrav::Config::Text;

@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "config/records/Tables.h"
-#include "config/text/Text.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Text.h"
 
 using namespace Kestrav::Config;
 using namespace Kestrav::Config::Text;

@@ -1,6 +1,6 @@
 // Every kind of mistake, with its place and the whole message.
 #include "TextFixture.h"
-#include "config/text/Problem.h"
+#include "platform/config/text/Problem.h"
 
 using namespace Kestrav::Config::Text;
 

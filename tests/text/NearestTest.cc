@@ -1,4 +1,4 @@
-#include "config/text/Nearest.h"
+#include "platform/config/text/Nearest.h"
 
 #include <gtest/gtest.h>
 

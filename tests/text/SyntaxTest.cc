@@ -1,11 +1,11 @@
-#include "config/text/Syntax.h"
+#include "platform/config/text/Syntax.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "common/Exception.h"
-#include "config/records/Tables.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/Tables.h"
 
 using namespace Kestrav::Config;
 using namespace Kestrav::Config::Text;

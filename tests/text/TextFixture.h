@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
-#include "config/text/Text.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 

@@ -2,11 +2,11 @@
 #include <cstring>
 
 #include "TextFixture.h"
-#include "config/records/AntispamRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/Tables.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/Tables.h"
 
 using namespace Kestrav::Config;
 using namespace Kestrav::Config::Text;

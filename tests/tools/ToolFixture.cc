@@ -5,8 +5,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "config/records/Tables.h"
-#include "config/store/RowCodec.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::ToolTesting {
 

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "Process.h"
-#include "config/store/ConfigStore.h"
-#include "support/StoreFixture.h"
+#include "platform/config/store/ConfigStore.h"
+#include "tests/support/StoreFixture.h"
 
 namespace Kestrav::ToolTesting {
 

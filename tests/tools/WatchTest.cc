@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "ToolFixture.h"
-#include "config/records/Gid.h"
-#include "config/records/QuarantineRecords.h"
+#include "platform/config/records/Gid.h"
+#include "platform/config/records/QuarantineRecords.h"
 
 using namespace Kestrav::ToolTesting;
 using Json = nlohmann::json;

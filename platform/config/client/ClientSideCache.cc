@@ -4,8 +4,8 @@
 #include <mutex>
 #include <utility>
 
-#include "common/Synchronized.h"
-#include "config/client/EventLoop.h"
+#include "platform/common/Synchronized.h"
+#include "platform/config/client/EventLoop.h"
 
 namespace Kestrav::CMF {
 

@@ -2,7 +2,7 @@
 #include <mutex>
 
 #include "config/Event.h"
-#include "config/client/EventLoop.h"
+#include "platform/config/client/EventLoop.h"
 
 namespace Kestrav::CMF::Event {
 

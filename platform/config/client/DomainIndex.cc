@@ -1,11 +1,11 @@
-#include "config/client/DomainIndex.h"
+#include "platform/config/client/DomainIndex.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "common/Strings.h"
-#include "config/records/Tables.h"
-#include "config/store/RowCodec.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config::Client {
 namespace {

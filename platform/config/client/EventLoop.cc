@@ -1,4 +1,4 @@
-#include "config/client/EventLoop.h"
+#include "platform/config/client/EventLoop.h"
 
 #include <errno.h>
 #include <pthread.h>
@@ -11,9 +11,9 @@
 #include <system_error>
 #include <thread>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/store/StatusArea.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/store/StatusArea.h"
 
 namespace Kestrav::Config::Client {
 

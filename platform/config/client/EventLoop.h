@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "config/Event.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config::Client {
 

@@ -1,11 +1,11 @@
-#include "config/client/Query.h"
+#include "platform/config/client/Query.h"
 
 #include <cstring>
 
-#include "config/client/NewestRevision.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
-#include "config/store/RowCodec.h"
+#include "platform/config/client/NewestRevision.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config::Client {
 

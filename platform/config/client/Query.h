@@ -9,8 +9,8 @@
 #include <memory>
 #include <optional>
 
-#include "config/client/cmf.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config::Client {
 

@@ -5,12 +5,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/client/cmf.h"
-#include "config/records/Tables.h"
-#include "config/store/ConfigStore.h"
-#include "config/store/StatusArea.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/StatusArea.h"
 
 using namespace Kestrav::Config;
 

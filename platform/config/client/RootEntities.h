@@ -1,7 +1,7 @@
 // Reading the status zone's address while another thread attaches a store.
 #pragma once
 
-#include "config/client/cmf.h"
+#include "platform/config/client/cmf.h"
 
 namespace Kestrav::Config::Client {
 

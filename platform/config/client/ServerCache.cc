@@ -2,15 +2,15 @@
 
 #include <shared_mutex>
 
-#include "common/Strings.h"
 #include "config/CMF.h"
 #include "config/Event.h"
-#include "config/client/DomainIndex.h"
-#include "config/client/EventLoop.h"
-#include "config/client/NewestRevision.h"
-#include "config/records/Tables.h"
-#include "config/store/ConfigStore.h"
-#include "config/store/RowCodec.h"
+#include "platform/common/Strings.h"
+#include "platform/config/client/DomainIndex.h"
+#include "platform/config/client/EventLoop.h"
+#include "platform/config/client/NewestRevision.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::CMF {
 

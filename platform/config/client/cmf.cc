@@ -1,14 +1,14 @@
 // The plain functions over queries. A failure of the store is logged here and becomes an empty
 // answer.
-#include "config/client/cmf.h"
+#include "platform/config/client/cmf.h"
 
 #include <exception>
 #include <memory>
 #include <unordered_map>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/client/Query.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/client/Query.h"
 
 using Kestrav::Config::Client::Query;
 

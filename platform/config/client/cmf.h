@@ -5,9 +5,9 @@
 // every table is empty and single-record tables hold their defaults.
 #pragma once
 
-#include "common/Export.h"
-#include "common/IpTypes.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/common/IpTypes.h"
+#include "platform/config/records/Gid.h"
 
 struct __qv_ip_policy;
 struct __vexa_recipient_policy;

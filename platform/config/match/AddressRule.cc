@@ -1,9 +1,9 @@
-#include "config/match/AddressRule.h"
+#include "platform/config/match/AddressRule.h"
 
 #include <algorithm>
 
-#include "common/Exception.h"
-#include "common/Strings.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "config/match/CandidateIndex.h"
-#include "config/records/PolicyRecords.h"
-#include "regex/PatternContainer.h"
-#include "regex/StringPattern.h"
+#include "platform/config/match/CandidateIndex.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav::Config {
 

@@ -1,4 +1,4 @@
-#include "config/match/CandidateIndex.h"
+#include "platform/config/match/CandidateIndex.h"
 
 #include <bit>
 

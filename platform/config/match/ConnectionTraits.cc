@@ -1,11 +1,11 @@
-#include "config/match/ConnectionTraits.h"
+#include "platform/config/match/ConnectionTraits.h"
 
 #include <list>
 #include <string>
 
-#include "common/Exception.h"
-#include "common/Strings.h"
-#include "config/records/GroupRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -4,12 +4,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include "common/IPAddress.h"
-#include "common/IPAddressMask.h"
-#include "config/match/NetworkRule.h"
-#include "config/match/PolicySelection.h"
-#include "config/records/PolicyRecords.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/IPAddress.h"
+#include "platform/common/IPAddressMask.h"
+#include "platform/config/match/NetworkRule.h"
+#include "platform/config/match/PolicySelection.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

@@ -6,9 +6,9 @@
 #include <array>
 #include <vector>
 
-#include "common/IPAddress.h"
-#include "common/IPAddressMask.h"
-#include "config/match/CandidateIndex.h"
+#include "platform/common/IPAddress.h"
+#include "platform/common/IPAddressMask.h"
+#include "platform/config/match/CandidateIndex.h"
 
 namespace Kestrav::Config {
 

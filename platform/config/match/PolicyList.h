@@ -20,13 +20,13 @@
 #include <utility>
 #include <vector>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "common/Strings.h"
-#include "config/match/CandidateIndex.h"
-#include "config/match/PolicySelection.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
+#include "platform/config/match/CandidateIndex.h"
+#include "platform/config/match/PolicySelection.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

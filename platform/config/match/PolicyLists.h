@@ -12,7 +12,7 @@
 #include <unordered_map>
 
 #include "config/Event.h"
-#include "config/match/PolicyList.h"
+#include "platform/config/match/PolicyList.h"
 
 namespace Kestrav::Config {
 

@@ -1,15 +1,15 @@
-#include "config/match/PolicySelection.h"
+#include "platform/config/match/PolicySelection.h"
 
 #include <string>
 #include <tuple>
 
 #include "config/Event.h"
 #include "config/ServerCache.h"
-#include "config/client/cmf.h"
-#include "config/match/ConnectionTraits.h"
-#include "config/match/PolicyLists.h"
-#include "config/match/RecipientTraits.h"
-#include "config/records/GroupRecords.h"
+#include "platform/config/client/cmf.h"
+#include "platform/config/match/ConnectionTraits.h"
+#include "platform/config/match/PolicyLists.h"
+#include "platform/config/match/RecipientTraits.h"
+#include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
-#include "common/Export.h"
-#include "common/IPAddress.h"
-#include "config/records/Gid.h"
+#include "platform/common/Export.h"
+#include "platform/common/IPAddress.h"
+#include "platform/config/records/Gid.h"
 
 struct __qv_ip_policy;
 struct __vexa_recipient_policy;

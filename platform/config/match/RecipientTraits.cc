@@ -1,8 +1,8 @@
-#include "config/match/RecipientTraits.h"
+#include "platform/config/match/RecipientTraits.h"
 
-#include "common/Exception.h"
-#include "common/Strings.h"
-#include "config/records/GroupRecords.h"
+#include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
 namespace {

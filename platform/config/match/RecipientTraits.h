@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "config/match/AddressRule.h"
-#include "config/match/PolicySelection.h"
-#include "config/records/PolicyRecords.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/match/AddressRule.h"
+#include "platform/config/match/PolicySelection.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

@@ -1,6 +1,6 @@
-#include "config/records/AntispamRecords.h"
+#include "platform/config/records/AntispamRecords.h"
 
-#include "config/records/FieldMakers.h"
+#include "platform/config/records/FieldMakers.h"
 
 namespace Kestrav::Config {
 using namespace FieldMakers;

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/SharedRecords.h"
 
 // A banned or white word of an antispam profile.
 struct __aps_as_word_entry {

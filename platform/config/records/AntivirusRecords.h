@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/SharedRecords.h"
 
 // Which virus scan kinds run on a message, and what each verdict leads to.
 struct __aps_gw_av_profile {

@@ -1,6 +1,6 @@
-#include "config/records/ContentRecords.h"
+#include "platform/config/records/ContentRecords.h"
 
-#include "config/records/FieldMakers.h"
+#include "platform/config/records/FieldMakers.h"
 
 namespace Kestrav::Config {
 using namespace FieldMakers;

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/SharedRecords.h"
 
 // A file pattern named by an attachment filter.
 struct __attachment_file_pattern_id {

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 // How a message is encrypted, and what is done when that fails.
 struct __vexa_encryption_profile {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 // How a dictionary item's pattern is written: __vexa_dictionary_item::kind.
 enum class DictionaryPatternKind : unsigned short { kRegex = 1, kLiteral = 2, kWildcard = 3 };
 // Where a dictionary item is looked for: bits of __vexa_dictionary_item::scope.

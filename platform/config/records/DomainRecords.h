@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 // Disclaimers added to messages: the gateway's, or a protected domain's own.
 struct __aps_mail_disclaimer {

@@ -11,7 +11,7 @@
 #include <span>
 #include <string_view>
 
-#include "config/records/Gid.h"
+#include "platform/config/records/Gid.h"
 
 namespace Kestrav::Config {
 

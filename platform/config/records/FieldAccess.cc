@@ -1,12 +1,12 @@
-#include "config/records/FieldAccess.h"
+#include "platform/config/records/FieldAccess.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "common/Exception.h"
-#include "common/IPAddressMask.h"
+#include "platform/common/Exception.h"
+#include "platform/common/IPAddressMask.h"
 
 namespace Kestrav::Config {
 namespace {

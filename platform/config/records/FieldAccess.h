@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 namespace Kestrav::Config {
 

@@ -8,7 +8,7 @@
 
 #include <cstddef>
 
-#include "config/records/Field.h"
+#include "platform/config/records/Field.h"
 
 #define AT(member) offsetof(Record, member), sizeof(Record::member)
 

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "common/IpTypes.h"
-#include "config/records/Field.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Export.h"
+#include "platform/common/IpTypes.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/SharedRecords.h"
 
 // A named group of e-mail addresses.
 struct __vexa_email_address_group {

@@ -1,8 +1,8 @@
-#include "config/records/OwnedRecord.h"
+#include "platform/config/records/OwnedRecord.h"
 
 #include <cstring>
 
-#include "config/records/FieldAccess.h"
+#include "platform/config/records/FieldAccess.h"
 
 namespace Kestrav::Config {
 namespace {

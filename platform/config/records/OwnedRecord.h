@@ -10,8 +10,8 @@
 #include <map>
 #include <vector>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 namespace Kestrav::Config {
 

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 // How a client or server is given: __qv_ip_policy::client_kind, server_kind.
 enum class PeerKind : unsigned char { kAny = 0, kMask = 1, kGroup = 2 };
 // How a sender or recipient is given: __vexa_recipient_policy::sender_kind, recipient_kind. A

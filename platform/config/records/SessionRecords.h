@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "common/IpTypes.h"
-#include "config/records/Field.h"
-#include "config/records/SharedRecords.h"
+#include "platform/common/Export.h"
+#include "platform/common/IpTypes.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/SharedRecords.h"
 
 // What a connection may do on receipt, and what is changed on delivery.
 struct __qv_ip_profile {

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 // One half of an address rewriting rule: what becomes of the local part, or of the domain.
 struct cfg_as_email_address_modification_ {

@@ -1,19 +1,19 @@
-#include "config/records/Tables.h"
+#include "platform/config/records/Tables.h"
 
 #include <cstddef>
 
-#include "config/records/AntispamRecords.h"
-#include "config/records/AntivirusRecords.h"
-#include "config/records/ContentRecords.h"
-#include "config/records/DeliveryRecords.h"
-#include "config/records/DictionaryRecords.h"
-#include "config/records/DomainRecords.h"
-#include "config/records/GroupRecords.h"
-#include "config/records/PolicyRecords.h"
-#include "config/records/QuarantineRecords.h"
-#include "config/records/SessionRecords.h"
-#include "config/records/SystemRecords.h"
-#include "config/records/WebFilterRecords.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/AntivirusRecords.h"
+#include "platform/config/records/ContentRecords.h"
+#include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/GroupRecords.h"
+#include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 
 namespace Kestrav::Config {
 namespace {

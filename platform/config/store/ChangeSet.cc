@@ -1,7 +1,7 @@
-#include "common/Exception.h"
-#include "config/records/Tables.h"
-#include "config/store/Changes.h"
-#include "config/store/RowCodec.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/Changes.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config {
 namespace {

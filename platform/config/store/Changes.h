@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

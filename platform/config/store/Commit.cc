@@ -3,11 +3,11 @@
 #include <map>
 #include <memory>
 
-#include "common/Exception.h"
-#include "config/store/Changes.h"
-#include "config/store/Journal.h"
-#include "config/store/StoreImpl.h"
-#include "config/store/TableEditor.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/Changes.h"
+#include "platform/config/store/Journal.h"
+#include "platform/config/store/StoreImpl.h"
+#include "platform/config/store/TableEditor.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -1,4 +1,4 @@
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 #include <pthread.h>
 
@@ -8,11 +8,11 @@
 #include <new>
 #include <shared_mutex>
 
-#include "common/Exception.h"
-#include "config/store/Keys.h"
-#include "config/store/SnapshotPin.h"
-#include "config/store/StatusArea.h"
-#include "config/store/StoreImpl.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/SnapshotPin.h"
+#include "platform/config/store/StatusArea.h"
+#include "platform/config/store/StoreImpl.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -21,8 +21,8 @@
 #include <string_view>
 #include <vector>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
 
 namespace Kestrav::Config {
 

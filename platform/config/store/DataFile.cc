@@ -1,4 +1,4 @@
-#include "config/store/DataFile.h"
+#include "platform/config/store/DataFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "common/Exception.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -1,13 +1,13 @@
-#include "config/store/Journal.h"
+#include "platform/config/store/Journal.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/store/Keys.h"
-#include "config/store/RowCodec.h"
-#include "config/store/StoreImpl.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/RowCodec.h"
+#include "platform/config/store/StoreImpl.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "config/store/ConfigStore.h"
-#include "config/store/StoreCore.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/StoreCore.h"
 
 namespace Kestrav::Config {
 

@@ -15,7 +15,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

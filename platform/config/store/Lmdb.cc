@@ -1,12 +1,12 @@
-#include "config/store/Lmdb.h"
+#include "platform/config/store/Lmdb.h"
 
 #include <lmdb.h>
 
 #include <cerrno>
 #include <utility>
 
-#include "common/Exception.h"
-#include "config/store/ConfigStore.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 namespace {

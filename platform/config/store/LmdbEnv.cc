@@ -1,4 +1,4 @@
-#include "config/store/LmdbEnv.h"
+#include "platform/config/store/LmdbEnv.h"
 
 #include <lmdb.h>
 #include <sys/mman.h>
@@ -9,11 +9,11 @@
 #include <thread>
 #include <utility>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/store/DataFile.h"
-#include "config/store/Keys.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/store/DataFile.h"
+#include "platform/config/store/Keys.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -15,8 +15,8 @@
 #include <mutex>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
-#include "config/store/Lmdb.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Lmdb.h"
 
 namespace Kestrav::Config {
 

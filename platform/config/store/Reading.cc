@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "config/store/Keys.h"
-#include "config/store/StoreCore.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/StoreCore.h"
 
 namespace Kestrav::Config {
 namespace {

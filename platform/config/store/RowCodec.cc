@@ -1,13 +1,13 @@
-#include "config/store/RowCodec.h"
+#include "platform/config/store/RowCodec.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-#include "common/Exception.h"
-#include "common/LogCodes.h"
-#include "common/Logger.h"
-#include "config/records/FieldAccess.h"
+#include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/records/FieldAccess.h"
 
 namespace Kestrav::Config {
 namespace {

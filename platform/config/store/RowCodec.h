@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "config/records/Field.h"
-#include "config/store/ConfigStore.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

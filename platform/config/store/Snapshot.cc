@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <limits>
 
-#include "common/Exception.h"
-#include "config/store/ConfigStore.h"
-#include "config/store/Keys.h"
-#include "config/store/RowCodec.h"
-#include "config/store/SnapshotPin.h"
-#include "config/store/StoreCore.h"
-#include "config/store/TableOrder.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/RowCodec.h"
+#include "platform/config/store/SnapshotPin.h"
+#include "platform/config/store/StoreCore.h"
+#include "platform/config/store/TableOrder.h"
 
 namespace Kestrav::Config {
 namespace {

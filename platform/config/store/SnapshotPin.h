@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "config/store/ConfigStore.h"
-#include "config/store/StoreCore.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/StoreCore.h"
 
 namespace Kestrav::Config {
 

@@ -1,4 +1,4 @@
-#include "config/store/StatusArea.h"
+#include "platform/config/store/StatusArea.h"
 
 #include <atomic>
 #include <mutex>

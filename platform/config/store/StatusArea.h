@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav::Config {
 

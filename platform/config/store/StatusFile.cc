@@ -1,4 +1,4 @@
-#include "config/store/StatusFile.h"
+#include "platform/config/store/StatusFile.h"
 
 #include <fcntl.h>
 #include <linux/futex.h>
@@ -16,7 +16,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "common/Exception.h"
+#include "platform/common/Exception.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -16,8 +16,8 @@
 #include <string_view>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
-#include "config/store/StatusArea.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/StatusArea.h"
 
 namespace Kestrav::Config {
 

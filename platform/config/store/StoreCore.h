@@ -11,10 +11,10 @@
 #include <shared_mutex>
 #include <utility>
 
-#include "config/records/Tables.h"
-#include "config/store/ConfigStore.h"
-#include "config/store/LmdbEnv.h"
-#include "config/store/StatusFile.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/LmdbEnv.h"
+#include "platform/config/store/StatusFile.h"
 
 namespace Kestrav::Config {
 

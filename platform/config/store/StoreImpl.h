@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "config/store/StoreCore.h"
+#include "platform/config/store/StoreCore.h"
 
 namespace Kestrav::Config {
 

@@ -9,10 +9,10 @@
 #include <cstring>
 #include <map>
 
-#include "common/Exception.h"
-#include "config/store/DataFile.h"
-#include "config/store/Keys.h"
-#include "config/store/StoreImpl.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/DataFile.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/StoreImpl.h"
 
 namespace Kestrav::Config {
 namespace {

@@ -1,10 +1,10 @@
-#include "config/store/TableEditor.h"
+#include "platform/config/store/TableEditor.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "common/Exception.h"
-#include "config/store/RowCodec.h"
+#include "platform/common/Exception.h"
+#include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config {
 

@@ -12,8 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "config/store/Keys.h"
-#include "config/store/LmdbEnv.h"
+#include "platform/config/store/Keys.h"
+#include "platform/config/store/LmdbEnv.h"
 
 namespace Kestrav::Config {
 

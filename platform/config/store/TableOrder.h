@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "config/store/ConfigStore.h"
+#include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
 

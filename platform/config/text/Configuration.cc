@@ -1,6 +1,6 @@
-#include "config/text/Configuration.h"
+#include "platform/config/text/Configuration.h"
 
-#include "config/records/FieldAccess.h"
+#include "platform/config/records/FieldAccess.h"
 
 namespace Kestrav::Config::Text {
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "common/Export.h"
-#include "config/records/Field.h"
-#include "config/records/OwnedRecord.h"
+#include "platform/common/Export.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/OwnedRecord.h"
 
 namespace Kestrav::Config::Text {
 

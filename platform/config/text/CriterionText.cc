@@ -1,8 +1,8 @@
-#include "config/text/CriterionText.h"
+#include "platform/config/text/CriterionText.h"
 
 #include <utility>
 
-#include "common/IPAddressMask.h"
+#include "platform/common/IPAddressMask.h"
 
 namespace Kestrav::Config::Text {
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <variant>
 
-#include "config/records/Field.h"
-#include "config/text/Syntax.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/text/Syntax.h"
 
 namespace Kestrav::Config::Text {
 

@@ -6,11 +6,11 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "common/Exception.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
-#include "config/text/Reader.h"
-#include "config/text/Text.h"
+#include "platform/common/Exception.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Reader.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {

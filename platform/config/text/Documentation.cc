@@ -1,8 +1,8 @@
 #include <sstream>
 
-#include "config/records/Tables.h"
-#include "config/text/Reader.h"
-#include "config/text/Text.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Reader.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {

@@ -1,11 +1,11 @@
-#include "config/text/Emitter.h"
+#include "platform/config/text/Emitter.h"
 
 #include <yaml-cpp/binary.h>
 
 #include <cstdio>
 #include <ostream>
 
-#include "parser/Utf8.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav::Config::Text {
 namespace {

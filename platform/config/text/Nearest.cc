@@ -1,9 +1,9 @@
-#include "config/text/Nearest.h"
+#include "platform/config/text/Nearest.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "common/Strings.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav::Config::Text {
 namespace {

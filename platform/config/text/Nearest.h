@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav::Config::Text {
 

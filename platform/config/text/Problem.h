@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "common/Export.h"
+#include "platform/common/Export.h"
 
 namespace Kestrav::Config::Text {
 

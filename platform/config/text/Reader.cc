@@ -1,13 +1,13 @@
-#include "config/text/Reader.h"
+#include "platform/config/text/Reader.h"
 
 #include <algorithm>
 #include <set>
 
-#include "common/Strings.h"
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
-#include "config/text/Nearest.h"
-#include "config/text/Text.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Nearest.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {

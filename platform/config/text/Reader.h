@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "config/text/Configuration.h"
-#include "config/text/Problem.h"
-#include "config/text/Syntax.h"
-#include "config/text/YamlTree.h"
+#include "platform/config/text/Configuration.h"
+#include "platform/config/text/Problem.h"
+#include "platform/config/text/Syntax.h"
+#include "platform/config/text/YamlTree.h"
 
 namespace Kestrav::Config::Text {
 

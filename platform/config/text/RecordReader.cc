@@ -4,12 +4,12 @@
 #include <map>
 #include <variant>
 
-#include "config/records/DictionaryRecords.h"
-#include "config/records/FieldAccess.h"
-#include "config/text/CriterionText.h"
-#include "config/text/Nearest.h"
-#include "config/text/Reader.h"
-#include "config/text/Text.h"
+#include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/text/CriterionText.h"
+#include "platform/config/text/Nearest.h"
+#include "platform/config/text/Reader.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {

@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <set>
 
-#include "config/records/FieldAccess.h"
-#include "config/records/Tables.h"
-#include "config/text/Nearest.h"
-#include "config/text/Reader.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/Nearest.h"
+#include "platform/config/text/Reader.h"
 
 namespace Kestrav::Config::Text {
 namespace {

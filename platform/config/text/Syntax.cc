@@ -1,17 +1,17 @@
-#include "config/text/Syntax.h"
+#include "platform/config/text/Syntax.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 
-#include "common/Exception.h"
-#include "common/IPAddress.h"
-#include "common/IPAddressMask.h"
-#include "common/Strings.h"
-#include "parser/EmailAddress.h"
-#include "parser/Utf8.h"
-#include "regex/StringPattern.h"
+#include "platform/common/Exception.h"
+#include "platform/common/IPAddress.h"
+#include "platform/common/IPAddressMask.h"
+#include "platform/common/Strings.h"
+#include "platform/parser/EmailAddress.h"
+#include "platform/parser/Utf8.h"
+#include "platform/regex/StringPattern.h"
 
 namespace Kestrav::Config::Text {
 namespace {

@@ -1,12 +1,12 @@
-#include "config/text/Text.h"
+#include "platform/config/text/Text.h"
 
 #include <algorithm>
 #include <fstream>
 #include <map>
 #include <system_error>
 
-#include "config/text/Reader.h"
-#include "config/text/YamlTree.h"
+#include "platform/config/text/Reader.h"
+#include "platform/config/text/YamlTree.h"
 
 namespace Kestrav::Config::Text {
 namespace {

@@ -32,10 +32,10 @@
 #include <string>
 #include <vector>
 
-#include "common/Export.h"
-#include "config/store/ConfigStore.h"
-#include "config/text/Configuration.h"
-#include "config/text/Problem.h"
+#include "platform/common/Export.h"
+#include "platform/config/store/ConfigStore.h"
+#include "platform/config/text/Configuration.h"
+#include "platform/config/text/Problem.h"
 
 namespace Kestrav::Config::Text {
 

@@ -7,13 +7,13 @@
 #include <set>
 #include <unordered_map>
 
-#include "config/records/FieldAccess.h"
-#include "config/records/OwnedRecord.h"
-#include "config/records/Tables.h"
-#include "config/text/CriterionText.h"
-#include "config/text/Emitter.h"
-#include "config/text/Reader.h"
-#include "config/text/Text.h"
+#include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/text/CriterionText.h"
+#include "platform/config/text/Emitter.h"
+#include "platform/config/text/Reader.h"
+#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {

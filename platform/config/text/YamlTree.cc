@@ -1,4 +1,4 @@
-#include "config/text/YamlTree.h"
+#include "platform/config/text/YamlTree.h"
 
 #include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/exceptions.h>
@@ -8,8 +8,8 @@
 #include <sstream>
 #include <utility>
 
-#include "config/text/Text.h"
-#include "parser/Utf8.h"
+#include "platform/config/text/Text.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav::Config::Text {
 namespace {

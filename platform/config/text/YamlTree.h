@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "config/text/Problem.h"
+#include "platform/config/text/Problem.h"
 
 namespace Kestrav::Config::Text {
 
