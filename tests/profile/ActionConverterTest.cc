@@ -1,5 +1,5 @@
 // How the description of a record's layout decides what becomes of the record.
-#include "profile/ActionConverter.h"
+#include "profile/action/ActionConverter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // What a cache keeps and what it keeps out.
-#include "profile/ProfileCache.h"
+#include "profile/factory/ProfileCache.h"
 
 #include <gtest/gtest.h>
 

@@ -13,7 +13,7 @@
 #include "FactoryCalls.h"
 #include "Gateway.h"
 #include "platform/common/Exception.h"
-#include "profile/FactoryHandlers.h"
+#include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

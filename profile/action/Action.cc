@@ -1,8 +1,8 @@
 #include "Action.h"
 
 #include "platform/parser/Rfc2047.h"
-#include "profile/ActionImpl.h"
 #include "profile/NullHandle.h"
+#include "profile/action/ActionImpl.h"
 
 namespace Kestrav {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/common/Synchronized.h"
-#include "profile/TrustedMTATables.h"
+#include "profile/sets/TrustedMTATables.h"
 
 namespace Kestrav {
 

@@ -29,7 +29,7 @@
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/store/StatusArea.h"
-#include "profile/ProfileCache.h"
+#include "profile/factory/ProfileCache.h"
 
 namespace Kestrav {
 

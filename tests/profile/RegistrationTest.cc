@@ -12,7 +12,7 @@
 #include "Factory.h"
 #include "Gateway.h"
 #include "Interposed.h"
-#include "profile/FactoryHandlers.h"
+#include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -1,4 +1,4 @@
-#include "profile/FactoryHandlers.h"
+#include "profile/factory/FactoryHandlers.h"
 
 #include <exception>
 
@@ -17,7 +17,7 @@
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/WebFilterRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
-#include "profile/TrustedMTATables.h"
+#include "profile/sets/TrustedMTATables.h"
 
 namespace Kestrav {
 

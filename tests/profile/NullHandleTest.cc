@@ -19,8 +19,8 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "platform/common/Exception.h"
-#include "profile/ActionImpl.h"
 #include "profile/ProfileImpl.h"
+#include "profile/action/ActionImpl.h"
 
 using namespace Kestrav;
 

@@ -7,7 +7,7 @@
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "profile/NullHandle.h"
-#include "profile/ProfileWebFilterImpl.h"
+#include "profile/antispam/ProfileWebFilterImpl.h"
 
 namespace Kestrav {
 

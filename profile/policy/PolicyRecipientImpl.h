@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/parser/EmailAddress.h"
-#include "profile/PolicyImpl.h"
+#include "profile/policy/PolicyImpl.h"
 
 namespace Kestrav {
 

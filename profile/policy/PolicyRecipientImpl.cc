@@ -1,4 +1,4 @@
-#include "profile/PolicyRecipientImpl.h"
+#include "profile/policy/PolicyRecipientImpl.h"
 
 #include <memory>
 
@@ -14,7 +14,7 @@
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/store/ConfigStore.h"
-#include "profile/InspectionSwitches.h"
+#include "profile/policy/InspectionSwitches.h"
 
 namespace Kestrav {
 

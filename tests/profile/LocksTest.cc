@@ -17,7 +17,7 @@
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
-#include "profile/FactoryCaches.h"
+#include "profile/factory/FactoryCaches.h"
 
 namespace Kestrav {
 

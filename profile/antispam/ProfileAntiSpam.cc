@@ -2,7 +2,7 @@
 
 #include "platform/common/Strings.h"
 #include "profile/NullHandle.h"
-#include "profile/ProfileAntiSpamImpl.h"
+#include "profile/antispam/ProfileAntiSpamImpl.h"
 
 namespace Kestrav {
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "profile/FactoryHandlers.h"
+#include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav::CMF::Event;
 

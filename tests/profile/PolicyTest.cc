@@ -9,10 +9,10 @@
 
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
-#include "profile/PolicyIPAddressImpl.h"
-#include "profile/PolicyImpl.h"
-#include "profile/PolicyRecipientImpl.h"
 #include "profile/ProfileImpl.h"
+#include "profile/policy/PolicyIPAddressImpl.h"
+#include "profile/policy/PolicyImpl.h"
+#include "profile/policy/PolicyRecipientImpl.h"
 
 using namespace Kestrav;
 

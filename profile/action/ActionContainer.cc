@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "profile/ActionImpl.h"
+#include "profile/action/ActionImpl.h"
 
 namespace Kestrav {
 

@@ -5,9 +5,9 @@
 #include "ProfileFactory.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/PolicyRecords.h"
-#include "profile/InspectionSwitches.h"
 #include "profile/NullHandle.h"
-#include "profile/PolicyIPAddressImpl.h"
+#include "profile/policy/InspectionSwitches.h"
+#include "profile/policy/PolicyIPAddressImpl.h"
 
 namespace Kestrav {
 

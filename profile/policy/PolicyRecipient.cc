@@ -1,7 +1,7 @@
 #include "PolicyRecipient.h"
 
 #include "profile/NullHandle.h"
-#include "profile/PolicyRecipientImpl.h"
+#include "profile/policy/PolicyRecipientImpl.h"
 
 namespace Kestrav {
 

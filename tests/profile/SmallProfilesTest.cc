@@ -10,7 +10,7 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "platform/common/Buffer.h"
-#include "profile/ProfileWebFilterImpl.h"
+#include "profile/antispam/ProfileWebFilterImpl.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

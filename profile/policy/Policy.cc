@@ -1,7 +1,7 @@
 #include "Policy.h"
 
 #include "profile/NullHandle.h"
-#include "profile/PolicyImpl.h"
+#include "profile/policy/PolicyImpl.h"
 
 namespace Kestrav {
 

@@ -18,8 +18,8 @@
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/WebFilterRecords.h"
-#include "profile/FactoryCaches.h"
-#include "profile/FactoryHandlers.h"
+#include "profile/factory/FactoryCaches.h"
+#include "profile/factory/FactoryHandlers.h"
 
 namespace Kestrav {
 

@@ -1,4 +1,4 @@
-#include "profile/ActionConverter.h"
+#include "profile/action/ActionConverter.h"
 
 #include <algorithm>
 #include <cstring>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/common/IPAddress.h"
-#include "profile/PolicyImpl.h"
+#include "profile/policy/PolicyImpl.h"
 
 struct __qv_ip_policy;
 

@@ -1,11 +1,11 @@
-#include "profile/ProfileAntiSpamImpl.h"
+#include "profile/antispam/ProfileAntiSpamImpl.h"
 
 #include "ProfileFactory.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
-#include "profile/ActionConverter.h"
+#include "profile/action/ActionConverter.h"
 
 namespace Kestrav {
 
