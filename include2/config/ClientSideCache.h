@@ -1,8 +1,8 @@
 // Copies of system-wide settings that readers use without touching the store.
 //
-// A snapshot is never changed: a change of the table puts a new one in its place, and whoever holds
-// the old one keeps it. Take instance() once for an operation and read everything from that one.
-// Any thread may call instance() at any time.
+// A snapshot is never changed: a change of the table replaces it, and callers that hold the old one
+// keep it. Call instance() once for an operation and read everything from that snapshot. Any thread
+// may call instance() at any time.
 #pragma once
 
 #include "VexaRefcounted.h"
@@ -31,28 +31,27 @@ class KESTRAV_API ApsSysClientSideCache : public virtual RefImpl, public NonCopy
 };
 
 template <class Rec, unsigned int GID>
+class ApsSysClientSideCacheHandler;
+
+template <class Rec, unsigned int GID>
 class KESTRAV_API RefApsSysClientSideCache : public Ref<ApsSysClientSideCache<Rec>> {
  public:
   RefApsSysClientSideCache() = default;
   explicit RefApsSysClientSideCache(const Rec& record);
 
-  // The current snapshot; the first call makes it and registers for the table's changes. Throws
-  // Exception when the store cannot be read. The flag is accepted for the callers' sake and makes
-  // no difference.
+  // The current snapshot; the first call registers for the table's changes and reads the record.
+  // Throws Exception when the store cannot be read, kForked in a child that uses its parent's
+  // store. The flag makes no difference.
   static RefApsSysClientSideCache instance(bool);
 
-  // Reads the record again and makes a snapshot of it the current one, unless the current one was
-  // read from a later revision.
-  static void reload();
-  // As reload, of a store whose revisions are not comparable with the snapshot's, and only if there
-  // is a snapshot.
-  static void reset();
-
  private:
+  friend class ApsSysClientSideCacheHandler<Rec, GID>;
+
   struct Current;
   static Current& current();
   static RefApsSysClientSideCache read(Config::Revision& revision);
-  static void replace(bool evenNewer);
+  static void reload();
+  static void forget();
 };
 
 // Keeps the snapshot up to date, whatever the change was.
@@ -64,8 +63,8 @@ class KESTRAV_API ApsSysClientSideCacheHandler : public Event::HandlerTemplate<R
   void resync() override;
 };
 
-// All there are, with the constant that describes the record. They are made in one library, so that
-// a process has one snapshot of each.
+// All of them, with the constant that describes the record. They are instantiated in one library,
+// so that a process has one snapshot of each.
 #define KESTRAV_CLIENT_SIDE_CACHES(DO)                              \
   DO(__aps_mailserver, GID_MAIL_SERVER, kMailServerType)            \
   DO(__aps_sys_global, GID_SYSTEM_GLOBAL, kSystemGlobalType)        \

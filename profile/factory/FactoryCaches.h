@@ -25,7 +25,6 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "config/CMF.h"
-#include "platform/config/client/RootEntities.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/store/StatusArea.h"
@@ -99,7 +98,7 @@ template <class Handle>
 [[nodiscard]] typename ProfileCache<Handle>::Entries takeAll(ProfileCache<Handle>& cache,
                                                              std::uint32_t dirty) {
   // First the mark: one that is set again from here on asks for another round.
-  if (dirty != 0) Config::StatusArea(Config::Client::debugZone()).clearDirty(dirty);
+  if (dirty != 0) Config::StatusArea(Config::currentZone()).clearDirty(dirty);
   return cache.clear();
 }
 
@@ -110,7 +109,7 @@ bool lookUp(ProfileFactory::Caches& caches, int id, typename Kind::Handle& out) 
   typename ProfileCache<typename Kind::Handle>::Entries stale;
   const ReadLock reading(kind.lock);
   if constexpr (Kind::kDirty != 0) {
-    if ((Config::StatusArea(Config::Client::debugZone()).dirtyFlags() & Kind::kDirty) != 0) {
+    if ((Config::StatusArea(Config::currentZone()).dirtyFlags() & Kind::kDirty) != 0) {
       stale = takeAll(kind.entries, Kind::kDirty);
     }
   }
@@ -139,7 +138,7 @@ Handle makeOnce(LoadLock& loading, ProfileCache<Handle>& cache, std::uint64_t ti
     const Making making;
     profile = make();
   }
-  const StoreMark read = StoreMark::pinned();
+  const Config::Revision read = pinnedRevision();
   const StoreLock storing(loading);
   return cache.publish(ticket, read, id, profile);
 }

@@ -18,36 +18,18 @@
 
 namespace Kestrav {
 
-// A revision of a store.
-class StoreMark {
- public:
-  StoreMark() = default;
+// The newest revision of the attached store; 0 without one.
+inline Config::Revision newestRevision() {
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  return store == nullptr ? 0 : store->revision();
+}
 
-  // The newest one of the attached store.
-  static StoreMark newest() {
-    const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-    return store == nullptr ? StoreMark() : StoreMark(store, store->revision());
-  }
-
-  // The one that the calling thread reads. REQUIRES: the thread has a query or a lock open.
-  static StoreMark pinned() {
-    const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-    return store == nullptr ? StoreMark() : StoreMark(store, store->snapshot().revision());
-  }
-
-  // Revisions of different stores do not compare.
-  bool isBefore(const StoreMark& other) const {
-    return !store_.owner_before(other.store_) && !other.store_.owner_before(store_) &&
-           revision_ < other.revision_;
-  }
-
- private:
-  StoreMark(const std::shared_ptr<Config::ConfigStore>& store, Config::Revision revision)
-      : store_(store), revision_(revision) {}
-
-  std::weak_ptr<Config::ConfigStore> store_;
-  Config::Revision revision_ = 0;
-};
+// The revision that the calling thread reads; 0 without a store. REQUIRES: the thread has a query
+// or a read lock open.
+inline Config::Revision pinnedRevision() {
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  return store == nullptr ? 0 : store->snapshot().revision();
+}
 
 template <class Handle>
 class ProfileCache {
@@ -73,30 +55,30 @@ class ProfileCache {
 
   // Keeps `made` unless it is outdated. Returns the entry that is there already, if any, else
   // `made`.
-  Handle publish(std::uint64_t ticket, const StoreMark& read, int id, const Handle& made) {
+  Handle publish(std::uint64_t ticket, Config::Revision read, int id, const Handle& made) {
     const std::unique_lock guard(mutex_);
     const auto entry = entries_.find(id);
     if (entry != entries_.end()) return entry->second;
-    if (ticket == drops_ && !read.isBefore(lastDrop_)) entries_.emplace(id, made);
+    if (ticket == drops_ && read >= lastDrop_) entries_.emplace(id, made);
     return made;
   }
 
   [[nodiscard]] Dropped erase(int id) {
-    const StoreMark now = StoreMark::newest();
+    const Config::Revision now = newestRevision();
     const std::unique_lock guard(mutex_);
     noteDrop(now);
     return entries_.extract(id);
   }
 
   [[nodiscard]] Entries clear() {
-    const StoreMark now = StoreMark::newest();
+    const Config::Revision now = newestRevision();
     const std::unique_lock guard(mutex_);
     noteDrop(now);
     return std::exchange(entries_, Entries());
   }
 
  private:
-  void noteDrop(const StoreMark& now) {
+  void noteDrop(Config::Revision now) {
     ++drops_;
     lastDrop_ = now;
   }
@@ -105,7 +87,7 @@ class ProfileCache {
   // Guarded by mutex_.
   Entries entries_;
   std::uint64_t drops_ = 0;
-  StoreMark lastDrop_;
+  Config::Revision lastDrop_ = 0;  // newest at the last drop
 };
 
 }  // namespace Kestrav

@@ -63,11 +63,11 @@ TEST_F(ClientSideCache, UnwrittenSettingsHoldTheirDefaults) {
 TEST_F(ClientSideCache, SettingsWithoutAStoreHoldTheirDefaults) {
   applied(setPort(7777));
   EXPECT_EQ(port(), 7777u);
-  ConfigStore::attach(nullptr);
+  ConfigStore::detach();
   EXPECT_EQ(port(), Testing::defaults(GID_MAIL_SERVER).as<__aps_mailserver>()->smtp_port);
 }
 
-TEST_F(ClientSideCache, AnotherStoreShowsAtOnce) {
+TEST_F(ClientSideCache, StoreAttachedAfterADetachmentShowsAtOnce) {
   applied(setPort(1));
   EXPECT_EQ(port(), 1u);
   const Testing::Folder second;
@@ -77,6 +77,7 @@ TEST_F(ClientSideCache, AnotherStoreShowsAtOnce) {
   Testing::ChangeSet changes;
   changes.put(GID_MAIL_SERVER, 0, record.data());
   other->commit(std::move(changes));
+  ConfigStore::detach();
   ConfigStore::attach(other);
   EXPECT_EQ(port(), 2u);
 }

@@ -8,8 +8,6 @@
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
-#include "platform/config/client/RootEntities.h"
-#include "platform/config/store/StatusArea.h"
 #include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {
@@ -165,8 +163,7 @@ TEST_F(ClientThreads, HandlersComeAndGoDuringDelivery) {
 
 TEST_F(ClientThreads, StoreAttachedDuringTheFirstRegistrationIsFollowed) {
   for (int round = 0; round < 100; ++round) {
-    ConfigStore::attach(nullptr);
-    Testing::dispatcher()->synchronise();
+    ConfigStore::detach();
     Testing::Notes notes;
     std::atomic<bool> go{false};
     std::thread attaching([&] {
@@ -180,23 +177,6 @@ TEST_F(ClientThreads, StoreAttachedDuringTheFirstRegistrationIsFollowed) {
     putFolder(1, std::to_string(round));
     ASSERT_TRUE(notes.waitFor("heard"));  // without a call that would follow the store
   }
-}
-
-TEST_F(ClientThreads, StoresAreExchangedUnderReaders) {
-  const Testing::Folder second;
-  const auto other = ConfigStore::open(second.path() / "store");
-  readWhile(
-      [&](int) {
-        Global::instance(false)->record();
-        RefApsGwServerCache::instance(false).find("a.example");
-        EXPECT_TRUE(Config::StatusArea(Config::Client::debugZone()).contentInspection());
-      },
-      [&] {
-        for (int change = 0; change < 20; ++change) {
-          ConfigStore::attach(change % 2 == 0 ? other : store_);
-          Testing::dispatcher()->synchronise();
-        }
-      });
 }
 
 }  // namespace

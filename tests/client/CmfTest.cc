@@ -489,7 +489,7 @@ TEST_F(Cmf, ObjectShowsTheNewestRecord) {
 
 TEST_F(Cmf, ZoneIsTheAttachedStores) {
   EXPECT_EQ(nCfg_debug_zone, store_->status().zone());
-  ConfigStore::attach(nullptr);
+  ConfigStore::detach();
   EXPECT_NE(nCfg_debug_zone, store_->status().zone());
 }
 
@@ -497,6 +497,7 @@ TEST_F(Cmf, SharedQueryFollowsAnotherStore) {
   putFolder(1, "one");
   ASSERT_EQ(cmf_query_goto(nCfg_query(1682), 0), 0);
   const Testing::Folder second;
+  ConfigStore::detach();
   ConfigStore::attach(ConfigStore::open(second.path() / "store"));
   EXPECT_EQ(cmf_query_update(nCfg_query(1682)), nullptr);
   EXPECT_EQ(cmf_query_do_table_size(nCfg_query(1682), 0), 0);

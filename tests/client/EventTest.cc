@@ -199,17 +199,59 @@ TEST_F(Events, HandlerThatThrowsIsLoggedAndStopsNobody) {
   EXPECT_EQ(logged[1].fields[0], "1682");
 }
 
-TEST_F(Events, HandlerSeesWhatWasCommittedAfterItsRegistrationOnly) {
+TEST_F(Events, FirstHandlerSeesWhatIsCommittedAfterItsRegistration) {
+  const Revision before = putFolder(1, "one");
+  const Registered handler(new FolderHandler(notes_, "h"));
+  EXPECT_EQ(handler.since(), before);
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->two"));
+}
+
+TEST_F(Events, FurtherHandlersSeeWhatIsDeliveredAfterTheirRegistration) {
   const Registered early(new FolderHandler(notes_, "early"));
-  applied(store_->revision());
-  dispatcher()->stop();
   const Revision first = putFolder(1, "one");
+  applied(first);
+  dispatcher()->stop();
+  putFolder(2, "two");
   const Registered late(new FolderHandler(notes_, "late"));
   EXPECT_EQ(late.since(), first);
-  const Revision second = putFolder(2, "two");
+  const Revision last = putFolder(3, "three");
   dispatcher()->start();
-  applied(second);
-  EXPECT_THAT(notes_.all(), ElementsAre("early: 0 ->one", "early: 0 ->two", "late: 0 ->two"));
+  applied(last);
+  EXPECT_THAT(notes_.all(), ElementsAre("early: 0 ->one", "early: 0 ->two", "late: 0 ->two",
+                                        "early: 0 ->three", "late: 0 ->three"));
+}
+
+TEST_F(Events, HandlerThatRemovesTheNextOneKeepsItFromBeingCalled) {
+  std::unique_ptr<Registered> second;
+  const Registered first(new FolderHandler(notes_, "first", [&] { second.reset(); }));
+  second = std::make_unique<Registered>(new FolderHandler(notes_, "second"));
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one"));
+}
+
+TEST_F(Events, HandlersMayNotStopDetachOrAttach) {
+  std::vector<std::string> refused;
+  const Testing::Folder second;
+  const auto other = ConfigStore::open(second.path() / "store");
+  const auto attempt = [&](auto call) {
+    try {
+      call();
+    } catch (const Exception& reason) {
+      refused.push_back(reason.message());
+    }
+  };
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    attempt([] { dispatcher()->stop(); });
+    attempt([] { ConfigStore::detach(); });
+    attempt([&] { ConfigStore::attach(other); });
+  }));
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(refused, ElementsAre("DispatcherImpl::stop was called by a handler",
+                                   "ConfigStore::detach was called by a handler",
+                                   "A process attaches one store; " + store_->folder().string() +
+                                       " is attached already"));
+  EXPECT_EQ(ConfigStore::attached(), store_);
 }
 
 TEST_F(Events, RemovedHandlerIsCalledNoMore) {
@@ -443,11 +485,11 @@ TEST_F(Events, HandlerMayEndTheProcess) {
 
 TEST_F(Events, NoHandlerIsCalledOnceStaticObjectsAreGone) {
   for (int run = 0; run < 5; ++run) {
-    EXPECT_EQ(runProcess({"end-detached", store_->folder()}), 0);
+    EXPECT_EQ(runProcess({"end-listening", store_->folder()}), 0);
   }
 }
 
-TEST_F(Events, ProcessThatGetsNoThreadGoesOnAndTriesAgain) {
+TEST_F(Events, RegistrationFailsWhileNoThreadCanBeMade) {
   EXPECT_EQ(runProcess({"without-threads", store_->folder()}), 0);
 }
 
@@ -457,158 +499,156 @@ TEST_F(Events, ChildForkedWhileItsParentRegistersFollowsItsOwnStore) {
   }
 }
 
-TEST_F(Events, ChildForkedWhileAStoreIsFollowedFollowsItsOwn) {
-  std::atomic<bool> goOn{false};
-  const Registered handler(new FolderHandler(notes_, "h", [&] { goOn.wait(false); }));
-  ConfigStore::attach(nullptr);
-  ASSERT_TRUE(notes_.waitFor("h: 0 ->-"));  // another thread is in the middle of it
-  const Testing::Folder second;
+// Runs `work` in a child and returns what it returns.
+template <class Work>
+int inChild(Work work) {
   const pid_t child = ::fork();
   if (child == 0) {
-    goOn = true;
-    const auto own = ConfigStore::open(second.path() / "store");
-    ConfigStore::attach(own);
-    ChangeSet changes;
-    changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
-    const Revision revision = own->commit(std::move(changes));
-    ::_exit(dispatcher()->waitApplied(revision, 20'000) && dispatcher()->applied() == revision ? 42
-                                                                                               : 1);
+    int result = 99;
+    try {
+      result = work();
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "in the child: %s\n", failure.what());
+    }
+    ::_exit(result);
   }
-  goOn = true;
-  goOn.notify_all();
   int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 42);
+  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
 }
 
-TEST_F(Events, ForksAndAttachmentsWaitForEachOtherInOneOrder) {
-  const Registered handler(new FolderHandler(notes_, "h"));
-  std::atomic<bool> done{false};
-  std::thread attaching([&] {
-    do {
-      const Testing::Folder passing;
-      ConfigStore::attach(ConfigStore::open(passing.path() / "store"));
-      ConfigStore::attach(nullptr);  // closes it
-    } while (!done);
-  });
-  for (int fork = 0; fork < 50; ++fork) {
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(ConfigStore::attached() != nullptr ? 0 : 42);
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
+int codeOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Exception& failure) {
+    return failure.code();
   }
-  done = true;
-  attaching.join();
+  return 0;
 }
 
 TEST_F(Events, ChildAfterForkDeliversNothing) {
   const Registered handler(new FolderHandler(notes_, "h"));
   applied(putFolder(1, "one"));
-  const pid_t child = ::fork();
-  if (child == 0) {
-    // Neither registering nor waiting hangs or throws; the parent's store is not touched.
-    const RefHandler mine(new FolderHandler(notes_, "child"), false);
-    const bool nothing = dispatcher()->add(mine, 127, 1) == 0;
-    const bool waited = dispatcher()->waitApplied(~Revision{0}, 1);
-    dispatcher()->remove(mine);
-    ::_exit(nothing && !waited ? 42 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 42);
+  EXPECT_EQ(
+      inChild([] { return codeOf([] { dispatcher()->waitApplied(~Revision{0}, kForeverMs); }); }),
+      Config::StoreError::kForked);
   applied(putFolder(2, "two"));
   EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 ->two"));
 }
 
-TEST_F(Events, ChildThatAttachesAStoreOfItsOwnDelivers) {
-  const Registered handler(new FolderHandler(notes_, "h"));
-  applied(putFolder(1, "one"));
-  const Testing::Folder second;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    const auto own = ConfigStore::open(second.path() / "store");
-    ConfigStore::attach(own);
-    dispatcher()->synchronise();
-    notes_.clear();
-    ChangeSet changes;
-    changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
-    const bool waited = dispatcher()->waitApplied(own->commit(std::move(changes)), kForeverMs);
-    ::_exit(waited && notes_.all() == std::vector<std::string>{"h: 0 ->nine"} ? 42 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 42);
+TEST_F(Events, ChildMayNotAttachTheStoreOfItsParent) {
+  EXPECT_EQ(inChild([&] { return codeOf([&] { ConfigStore::attach(store_); }); }),
+            Config::StoreError::kForked);
 }
 
-// ---- another store
+TEST_F(Events, ChildThatAttachesAStoreOfItsOwnDelivers) {
+  const Registered handler(new KeyedHandler(notes_, "h"));
+  applied(putFolder(1, "one"));
+  // Its own object of the parent's folder, and another folder.
+  const Testing::Folder second;
+  for (const auto& folder : {store_->folder(), second.path() / "store"}) {
+    EXPECT_EQ(inChild([&] {
+                const auto own = ConfigStore::open(folder);
+                notes_.clear();
+                ConfigStore::attach(own);
+                ChangeSet changes;
+                changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
+                if (!dispatcher()->waitApplied(own->commit(std::move(changes)), kForeverMs))
+                  return 1;
+                return notes_.all() == std::vector<std::string>{"resync", "h: 0 ->nine"} ? 42 : 2;
+              }),
+              42)
+        << folder;
+  }
+  applied(putFolder(2, "two"));  // the parent is not affected
+}
 
-TEST_F(Events, AnotherStoreResynchronisesItsHandlersAndIsFollowed) {
+TEST_F(Events, ForkWaitsForADeliveryThatIsUnderWay) {
+  std::atomic<bool> inHandler{false};
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    inHandler = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    inHandler = false;
+  }));
+  const Revision revision = putFolder(1, "one");
+  while (!inHandler && dispatcher()->applied() < revision) std::this_thread::yield();
+  EXPECT_EQ(inChild([&] { return inHandler ? 1 : 42; }), 42);
+}
+
+TEST_F(Events, ChildForkedInTheMiddleOfADeliveryCannotAttach) {
+  const Testing::Folder second;
+  std::atomic<int> code{-1};
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    code = inChild([&] {
+      return codeOf([&] { ConfigStore::attach(ConfigStore::open(second.path() / "store")); });
+    });
+  }));
+  applied(putFolder(1, "one"));
+  EXPECT_EQ(code, Config::StoreError::kForked);
+}
+
+// ---- one store, then another one
+
+TEST_F(Events, AnotherStoreIsRefused) {
+  const Testing::Folder second;
+  const auto other = ConfigStore::open(second.path() / "store");
+  EXPECT_EQ(codeOf([&] { ConfigStore::attach(other); }), Config::StoreError::kAttached);
+  EXPECT_EQ(codeOf([&] { ConfigStore::attach(nullptr); }), Config::StoreError::kCannotOpen);
+  EXPECT_EQ(codeOf([&] { ConfigStore::attach(store_); }), 0) << "the same one";
+  EXPECT_EQ(ConfigStore::attached(), store_);
+}
+
+TEST_F(Events, StoreAttachedAfterADetachmentIsFollowed) {
   const Registered handler(new KeyedHandler(notes_, "h"));
   for (int change = 0; change < 5; ++change) putFolder(1, std::to_string(change));
   applied(store_->revision());
   notes_.clear();
+  ConfigStore::detach();
+  EXPECT_THAT(notes_.all(), ElementsAre("resync"));
+  EXPECT_EQ(dispatcher()->applied(), 0u);
   const Testing::Folder second;
   const auto other = ConfigStore::open(second.path() / "store");
   ConfigStore::attach(other);
-  dispatcher()->synchronise();
-  EXPECT_THAT(notes_.all(), ElementsAre("resync"));
+  EXPECT_THAT(notes_.all(), ElementsAre("resync", "resync"));
   EXPECT_EQ(dispatcher()->applied(), other->revision());
   putFolder(1, "into the former store");
   ChangeSet changes;
   changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
   applied(other->commit(std::move(changes)));
-  EXPECT_THAT(notes_.all(), ElementsAre("resync", "h: 0 ->nine"));
+  EXPECT_THAT(notes_.all(), ElementsAre("resync", "resync", "h: 0 ->nine"));
 }
 
-TEST_F(Events, RegisteringAndReadingWaitForNoHandlerForEver) {
-  ConfigStore::attach(nullptr);
-  dispatcher()->synchronise();
-  std::mutex firstUse;
-  std::unique_ptr<Registered> second;
-  const Registered handler(new FolderHandler(notes_, "h", [&] {
-    const std::scoped_lock lock(firstUse);
-    notes_.add("went on");
-  }));
-  {
-    const std::scoped_lock lock(firstUse);
-    ConfigStore::attach(store_);
-    ASSERT_TRUE(notes_.waitFor("h: 0 ->-"));  // and now it waits for the lock
-    second = std::make_unique<Registered>(new FolderHandler(notes_, "second"));
-    RefApsSysClientSideCache<__aps_sys_global, 732>::instance(false)->record();
-    EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->-"));
-  }
-  ASSERT_TRUE(notes_.waitFor("went on"));
+TEST_F(Events, AttachAndDetachResynchroniseOnTheirOwnThread) {
+  ConfigStore::detach();
+  std::vector<std::thread::id> threads;
+  const Registered handler(
+      new FolderHandler(notes_, "h", [&] { threads.push_back(std::this_thread::get_id()); }));
+  ConfigStore::attach(store_);
+  ConfigStore::detach();
+  EXPECT_THAT(threads, ElementsAre(std::this_thread::get_id(), std::this_thread::get_id()));
 }
 
-TEST_F(Events, CachesNeverCallAHandlerOnTheirReadersThread) {
-  ConfigStore::attach(nullptr);
-  dispatcher()->synchronise();
-  const auto mine = std::this_thread::get_id();
-  std::atomic<int> calls{0};
-  std::atomic<bool> onReadersThread{false};
-  const Registered handler(new FolderHandler(notes_, "h", [&] {
-    ++calls;
-    if (std::this_thread::get_id() == mine) onReadersThread = true;
+TEST_F(Events, DetachWaitsForTheHandlerThatIsRunning) {
+  std::atomic<bool> begun{false};
+  std::atomic<bool> ended{false};
+  const Registered handler(new KeyedHandler(notes_, "keyed"));
+  const Registered slow(new FolderHandler(notes_, "slow", [&] {
+    if (begun.exchange(true)) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ended = true;
   }));
-  for (int change = 1; change <= 50; ++change) {
-    ConfigStore::attach(change % 2 == 0 ? nullptr : store_);
-    RefApsSysClientSideCache<__aps_sys_global, 732>::instance(false)->record();
-    EXPECT_EQ(calls, change);  // and the handlers were waited for
-  }
-  EXPECT_FALSE(onReadersThread);
+  putFolder(1, "one");
+  while (!begun) std::this_thread::yield();
+  ConfigStore::detach();
+  EXPECT_TRUE(ended);
 }
 
 TEST_F(Events, StoreAttachedAfterTheRegistrationIsFollowedUnasked) {
-  ConfigStore::attach(nullptr);
-  dispatcher()->synchronise();
+  ConfigStore::detach();
   const Registered handler(new KeyedHandler(notes_, "h"));
   EXPECT_EQ(handler.since(), 0u);
   ConfigStore::attach(store_);
-  ASSERT_TRUE(notes_.waitFor("resync"));
+  EXPECT_THAT(notes_.all(), ElementsAre("resync"));
   putFolder(1, "one");
   EXPECT_TRUE(notes_.waitFor("h: 0 ->one"));
 }

@@ -50,7 +50,7 @@ TEST_F(ServerCache, FindsProtectedDomainsOnly) {
 TEST_F(ServerCache, NothingIsProtectedWithoutAStore) {
   applied(putDomain(1, "a.example"));
   EXPECT_FALSE(find("a.example").isNull());
-  ConfigStore::attach(nullptr);
+  ConfigStore::detach();
   EXPECT_TRUE(find("a.example").isNull());
 }
 

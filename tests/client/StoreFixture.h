@@ -74,12 +74,8 @@ class StoreTest : public testing::Test {
   explicit StoreTest(const ConfigStore::Options& options = {})
       : store_(ConfigStore::open(folder_.path() / "store", options)) {
     ConfigStore::attach(store_);
-    dispatcher()->synchronise();
   }
-  ~StoreTest() override {
-    ConfigStore::attach(nullptr);
-    dispatcher()->synchronise();
-  }
+  ~StoreTest() override { ConfigStore::detach(); }
 
   Revision put(G_CLI_GID gid, const OwnedRecord& record, ngid_t domain = 0) {
     ChangeSet changes;

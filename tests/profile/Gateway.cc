@@ -20,7 +20,6 @@ class StoreOfTheProcess : public testing::Environment {
   void TearDown() override {
     dispatcher()->stop();
     gStore.reset();
-    dispatcher()->synchronise();  // here, rather than on a thread that the process's exit overtakes
   }
 };
 

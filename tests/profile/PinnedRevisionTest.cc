@@ -17,7 +17,6 @@ class PinnedRevision : public StoreFixture {
   void SetUp() override {
     factory_ = ProfileFactory::instance();
     dispatcher()->start();
-    dispatcher()->synchronise();
   }
   void TearDown() override { dispatcher()->stop(); }
 

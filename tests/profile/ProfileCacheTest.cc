@@ -18,7 +18,7 @@ using Cache = ProfileCache<Handle>;
 TEST(ProfileCache, AnswersWithWhatWasPublished) {
   Cache cache;
   const Handle made;
-  EXPECT_EQ(cache.publish(cache.ticket(), StoreMark(), 7, made), made);
+  EXPECT_EQ(cache.publish(cache.ticket(), 0, 7, made), made);
   Handle found;
   ASSERT_TRUE(cache.find(7, found));
   EXPECT_EQ(found, made);
@@ -29,8 +29,8 @@ TEST(ProfileCache, KeepsTheFirstOfTwo) {
   Cache cache;
   const Handle first;
   const Handle second;
-  cache.publish(cache.ticket(), StoreMark(), 7, first);
-  EXPECT_EQ(cache.publish(cache.ticket(), StoreMark(), 7, second), first);
+  cache.publish(cache.ticket(), 0, 7, first);
+  EXPECT_EQ(cache.publish(cache.ticket(), 0, 7, second), first);
 }
 
 TEST(ProfileCache, KeepsOutALoadThatBeganBeforeADrop) {
@@ -48,11 +48,11 @@ TEST(ProfileCache, KeepsOutALoadThatBeganBeforeADrop) {
     const std::uint64_t ticket = cache.ticket();
     c.drop(cache);
     const Handle made;
-    EXPECT_EQ(cache.publish(ticket, StoreMark(), 7, made), made);
+    EXPECT_EQ(cache.publish(ticket, 0, 7, made), made);
     Handle found;
     EXPECT_FALSE(cache.find(7, found));
 
-    cache.publish(cache.ticket(), StoreMark(), 7, made);
+    cache.publish(cache.ticket(), 0, 7, made);
     EXPECT_TRUE(cache.find(7, found));
   }
 }
@@ -60,7 +60,7 @@ TEST(ProfileCache, KeepsOutALoadThatBeganBeforeADrop) {
 TEST(ProfileCache, DropsOneOrAll) {
   Cache cache;
   const Handle made;
-  for (const int id : {1, 2, 3}) cache.publish(cache.ticket(), StoreMark(), id, made);
+  for (const int id : {1, 2, 3}) cache.publish(cache.ticket(), 0, id, made);
   EXPECT_FALSE(cache.erase(2).empty());
   EXPECT_TRUE(cache.erase(2).empty());
   Handle found;
@@ -85,7 +85,7 @@ class ProfileCacheOverAStore : public Testing::StoreFixture {
 TEST_F(ProfileCacheOverAStore, KeepsOutWhatWasReadBeforeTheRevisionOfTheLastDrop) {
   Cache cache;
   change();
-  const StoreMark before = StoreMark::newest();
+  const Config::Revision before = newestRevision();
   change();
   static_cast<void>(cache.clear());
 
@@ -93,33 +93,16 @@ TEST_F(ProfileCacheOverAStore, KeepsOutWhatWasReadBeforeTheRevisionOfTheLastDrop
   Handle found;
   cache.publish(cache.ticket(), before, 7, made);
   EXPECT_FALSE(cache.find(7, found));
-  cache.publish(cache.ticket(), StoreMark::newest(), 7, made);
+  cache.publish(cache.ticket(), newestRevision(), 7, made);
   EXPECT_TRUE(cache.find(7, found));
 }
 
-TEST_F(ProfileCacheOverAStore, DoesNotCompareRevisionsOfDifferentStores) {
-  for (int i = 0; i < 3; ++i) change();
-  const StoreMark here = StoreMark::newest();
-  Config::ConfigStore::attach(nullptr);
-  EXPECT_FALSE(StoreMark::newest().isBefore(here));
-  EXPECT_FALSE(here.isBefore(StoreMark::newest()));
-  {
-    const Testing::AttachedStore other;
-    EXPECT_FALSE(StoreMark::newest().isBefore(here));
-    EXPECT_FALSE(here.isBefore(StoreMark::newest()));
-  }
-  Config::ConfigStore::attach(sharedStore());
-  change();
-  EXPECT_TRUE(here.isBefore(StoreMark::newest()));
-  EXPECT_FALSE(StoreMark::newest().isBefore(here));
-}
-
-TEST_F(ProfileCacheOverAStore, TheMarkOfAReaderIsThatOfItsPin) {
-  const StoreMark before = StoreMark::newest();
+TEST_F(ProfileCacheOverAStore, AReadersRevisionIsThatOfItsPin) {
+  const Config::Revision before = newestRevision();
   const CMF::Lock pin(true);
   change();
-  EXPECT_FALSE(before.isBefore(StoreMark::pinned()));
-  EXPECT_TRUE(StoreMark::pinned().isBefore(StoreMark::newest()));
+  EXPECT_EQ(pinnedRevision(), before);
+  EXPECT_GT(newestRevision(), before);
 }
 
 }  // namespace

@@ -27,7 +27,6 @@ class ProfileFactoryThreads : public StoreFixture {
   void SetUp() override {
     factory_ = ProfileFactory::instance();
     dispatcher()->start();
-    dispatcher()->synchronise();
   }
   void TearDown() override { dispatcher()->stop(); }
 

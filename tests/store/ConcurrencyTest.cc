@@ -111,7 +111,7 @@ TEST(StoreConcurrency, StoresOpenAndCloseWhileOthersDo) {
         ConfigStore::attach(store);
         ASSERT_NE(currentZone(), nullptr);
         ASSERT_TRUE(StatusArea(currentZone()).contentInspection());
-        ConfigStore::attach(nullptr);
+        ConfigStore::detach();
         store.reset();
         ASSERT_EQ(snapshot.size(kItems, 0), 0);
       }

@@ -29,7 +29,7 @@ class QueryCommit : public ::testing::Test {
       fillWithNoise(*store_, i);
     }
   }
-  ~QueryCommit() override { ConfigStore::attach(nullptr); }
+  ~QueryCommit() override { ConfigStore::detach(); }
 
   std::string text() const { return store_->snapshot().byId(kItems, 0, 1).as<Item>()->text; }
   bool grown() const { return store_->statistics().mapBytes > kMiB; }

@@ -44,7 +44,7 @@ class AttachedStore {
   AttachedStore() : store_(Config::ConfigStore::open(folder_ / "store")) {
     Config::ConfigStore::attach(store_);
   }
-  ~AttachedStore() { Config::ConfigStore::attach(nullptr); }
+  ~AttachedStore() { Config::ConfigStore::detach(); }
   AttachedStore(const AttachedStore&) = delete;
   AttachedStore& operator=(const AttachedStore&) = delete;
 

@@ -1,7 +1,8 @@
 #include <map>
 #include <mutex>
 
-#include "config/Event.h"
+#include "platform/common/NoDestructor.h"
+#include "platform/config/client/Event.h"
 #include "platform/config/client/EventLoop.h"
 
 namespace Kestrav::CMF::Event {
@@ -44,14 +45,9 @@ void DispatcherImpl::start() {
   EventLoop::instance().start();
 }
 
-void DispatcherImpl::synchronise() {
-  EventLoop::instance().synchronise();
-}
-
 Dispatcher Dispatcher::instance(const std::string& name, bool, bool) {
-  // Kept until the process is gone: the event thread may outlive static objects.
-  static auto* const mutex = new std::mutex;
-  static auto* const dispatchers = new std::map<std::string, Dispatcher>;
+  static NoDestructor<std::mutex> mutex;
+  static NoDestructor<std::map<std::string, Dispatcher>> dispatchers;
   const std::scoped_lock lock(*mutex);
   auto found = dispatchers->find(name);
   if (found == dispatchers->end()) {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "config/ServerCache.h"
+#include "platform/config/client/ServerCache.h"
 
 namespace Kestrav::Config::Client {
 

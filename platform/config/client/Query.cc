@@ -2,29 +2,20 @@
 
 #include <cstring>
 
-#include "platform/config/client/NewestRevision.h"
+#include "platform/config/client/StoreAccess.h"
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config::Client {
 
-namespace {
-
-Snapshot newest(const std::shared_ptr<ConfigStore>& store) {
-  return store != nullptr ? store->snapshot() : ConfigStore::emptySnapshot();
-}
-
-}  // namespace
-
 // The snapshot that one call reads from: the query's own, or one that lasts for the call.
-class Query::Reading {
+class Query::View {
  public:
-  explicit Reading(Query& query) {
+  explicit View(Query& query) {
     if (query.shared()) {
-      const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
-      own_.emplace(newest(store));
-      query.follow(*own_, store);
+      own_.emplace(newestSnapshot());
+      query.follow(*own_);
       snapshot_ = &*own_;
     } else {
       query.open();
@@ -48,10 +39,8 @@ Query::Query(unsigned int gid, ngid_t domain, Life life)
 
 void Query::open() {
   if (snapshot_) return;
-  std::shared_ptr<ConfigStore> store = ConfigStore::attached();
-  snapshot_.emplace(newest(store));
+  snapshot_.emplace(newestSnapshot());
   revision_ = snapshot_->revision();
-  store_ = std::move(store);
 }
 
 const TableIndex& Query::index(const Snapshot& snapshot) {
@@ -59,11 +48,10 @@ const TableIndex& Query::index(const Snapshot& snapshot) {
   return *index_;
 }
 
-// Brings a shared query's row up to the snapshot, after a refresh or after another store was
-// attached.
-void Query::follow(const Snapshot& snapshot, const std::shared_ptr<ConfigStore>& store) {
-  if (seen_.owner_before(store) || store.owner_before(seen_)) {
-    seen_ = store;
+// Brings a shared query's row up to the snapshot, after a refresh or another attachment.
+void Query::follow(const Snapshot& snapshot) {
+  if (const std::uint64_t present = attachmentNumber(); attachment_ != present) {
+    attachment_ = present;
     moveTo(domain_);
   }
   revision_ = snapshot.revision();
@@ -97,12 +85,12 @@ void Query::cached(bool on) {
 }
 
 int Query::size() {
-  return Reading(*this)->size(gid_, domain_);
+  return View(*this)->size(gid_, domain_);
 }
 
 bool Query::place(int row) {
-  const Reading reading(*this);
-  const TableIndex& order = index(*reading);
+  const View view(*this);
+  const TableIndex& order = index(*view);
   if (row < 0 || row >= order.size()) {
     leave();
     return false;
@@ -121,12 +109,12 @@ bool Query::placeById(std::uint32_t id) {
 int Query::indexOf(std::uint32_t id) {
   const Table* table = findTable(gid_);
   const bool single = table != nullptr && table->scope == Scope::kSystemSingle;
-  const Reading reading(*this);
-  return index(*reading).indexOf(single ? 0 : id);  // a single record answers to any id
+  const View view(*this);
+  return index(*view).indexOf(single ? 0 : id);  // a single record answers to any id
 }
 
 int Query::indexOf(std::string_view name) {
-  const Reading reading(*this);
+  const View view(*this);
   const Table* table = findTable(gid_);
   if (table == nullptr || table->nameOffset == kNoName) return -1;
   std::size_t room = table->type->size - table->nameOffset;
@@ -134,12 +122,12 @@ int Query::indexOf(std::string_view name) {
     if (field.offset == table->nameOffset) room = field.size;
   }
   std::optional<std::uint32_t> found;
-  reading->walk(gid_, domain_, [&](const StoredRecord& record) {
+  view->walk(gid_, domain_, [&](const StoredRecord& record) {
     const char* text = static_cast<const char*>(record.data()) + table->nameOffset;
     if (std::string_view(text, ::strnlen(text, room)) == name) found = record.id();
     return !found;
   });
-  return found ? index(*reading).indexOf(*found) : -1;
+  return found ? index(*view).indexOf(*found) : -1;
 }
 
 void* Query::record() {
@@ -149,7 +137,7 @@ void* Query::record() {
       nowhere_ = false;
       return nullptr;
     }
-    load(*Reading(*this));
+    load(*View(*this));
   }
   return const_cast<void*>(record_.data());
 }
@@ -172,11 +160,11 @@ bool Query::put(const void* data) {
   Revision basisRevision = 0;
   {
     // Ended before the commit, which may have to make the store's map grow.
-    const Reading reading(*this);
+    const View view(*this);
     if (table == nullptr || store == nullptr || data == nullptr || current_row < 0) return false;
     id = RowCodec::idOf(*table, data);
-    basis = reading->byId(gid_, domain_, id);
-    basisRevision = reading->revision();
+    basis = view->byId(gid_, domain_, id);
+    basisRevision = view->revision();
   }
   const auto commitAt = [&](Revision revision) {
     ChangeSet changes;

@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "platform/config/client/cmf.h"
-#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Attachment.h"
 
 namespace Kestrav::Config::Client {
 
@@ -39,11 +39,11 @@ class Query : public cmf_query {
   bool put(const void* data);
 
  private:
-  class Reading;
+  class View;
 
   void open();
   const TableIndex& index(const Snapshot& snapshot);
-  void follow(const Snapshot& snapshot, const std::shared_ptr<ConfigStore>& store);
+  void follow(const Snapshot& snapshot);
   void load(const Snapshot& snapshot);
   void leave();
   bool cached() const { return (header[3] & CMF_QUERY_CACHED) != 0; }
@@ -52,9 +52,8 @@ class Query : public cmf_query {
   const G_CLI_GID gid_;
   ngid_t domain_;
   const Life life_;
-  std::shared_ptr<ConfigStore> store_;  // own: keeps the store open under the snapshot
-  std::optional<Snapshot> snapshot_;    // own
-  std::weak_ptr<ConfigStore> seen_;     // shared: the store that row and index are of
+  std::optional<Snapshot> snapshot_;  // own
+  std::uint64_t attachment_ = 0;      // shared: whose store row and index are of
   Revision revision_ = 0;
   std::shared_ptr<const TableIndex> index_;
   std::optional<std::uint32_t> place_;  // id of the record that the query was last placed on

@@ -1,25 +1,21 @@
-// The read lock, root entities and the status zone.
+// The read lock and root entities.
 #include <exception>
 #include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
 
-#include "platform/common/LogCodes.h"
-#include "platform/common/Logger.h"
+#include "platform/common/NoDestructor.h"
+#include "platform/config/client/StoreAccess.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/Tables.h"
-#include "platform/config/store/ConfigStore.h"
-#include "platform/config/store/StatusArea.h"
+#include "platform/config/store/Attachment.h"
 
 using namespace Kestrav::Config;
+using Kestrav::Config::Client::logStoreFailure;
+using Kestrav::Config::Client::newestSnapshot;
 
 namespace {
-
-void logFailure(const char* operation, const std::exception& reason) {
-  Kestrav::Logger::instance(false).log(Kestrav::LogCode::kStoreFailure, "%s\x01%s", operation,
-                                       reason.what());
-}
 
 thread_local int readLocks = 0;
 
@@ -43,21 +39,21 @@ struct Entity {
 };
 
 const std::vector<Entity>& entities() {
-  static const auto* const list = [] {
-    auto* made = new std::vector<Entity>;
+  static Kestrav::NoDestructor<const std::vector<Entity>> list([] {
+    std::vector<Entity> made;
     for (const Table& table : tables()) {
       const bool single = table.scope == Scope::kSystemSingle;
-      made->push_back({single ? CMDB_SHM_T_OBJ : CMDB_SHM_T_TABLE,
-                       static_cast<unsigned int>(made->size() + 1), &table});
+      made.push_back({single ? CMDB_SHM_T_OBJ : CMDB_SHM_T_TABLE,
+                      static_cast<unsigned int>(made.size() + 1), &table});
     }
     return made;
-  }();
+  }());
   return *list;
 }
 
 // A thread's copy of an entity's record.
 struct EntityRecord {
-  std::weak_ptr<ConfigStore> store;
+  std::uint64_t attachment = 0;
   Revision readAt = 0;
   StoredRecord record;
 
@@ -65,28 +61,19 @@ struct EntityRecord {
 };
 
 void EntityRecord::refresh(const Table& table) {
-  const std::shared_ptr<ConfigStore> attached = ConfigStore::attached();
-  const bool same = record && !store.owner_before(attached) && !attached.owner_before(store);
-  const Snapshot snapshot =
-      attached != nullptr ? attached->snapshot() : ConfigStore::emptySnapshot();
+  const std::uint64_t present = attachmentNumber();
+  const Snapshot snapshot = newestSnapshot();
   const Revision now = snapshot.revision();
-  // A record of a later revision than this snapshot's is not good enough either: the snapshot may
-  // be pinned.
-  if (!same || (now != readAt && (now < readAt || snapshot.lastChanged(table.gid) > readAt))) {
+  // A pinned snapshot may be older than the copy.
+  if (!record || attachment != present || now < readAt ||
+      snapshot.lastChanged(table.gid) > readAt) {
     record = snapshot.byId(table.gid, 0, 0);
   }
   readAt = now;
-  store = attached;
+  attachment = present;
 }
 
-[[maybe_unused]] const bool followsZone = [] {
-  onZoneChange([](char* zone) { __atomic_store_n(&nCfg_debug_zone, zone, __ATOMIC_RELEASE); });
-  return true;
-}();
-
 }  // namespace
-
-char* nCfg_debug_zone = nullptr;  // set before main
 
 void cmf_shm_read_lock() {
   if (readLocks++ > 0) return;
@@ -96,7 +83,7 @@ void cmf_shm_read_lock() {
     Snapshot snapshot = store->snapshot();
     pinned().emplace(Pinned{std::move(store), std::move(snapshot)});
   } catch (const std::exception& reason) {
-    logFailure("cmf_shm_read_lock", reason);
+    logStoreFailure("cmf_shm_read_lock", reason);
   }
 }
 
@@ -127,7 +114,7 @@ const void* cmf_get_obj_data(void* entity) {
     copy.refresh(*static_cast<const Entity*>(entity)->table);
     return copy.record.data();
   } catch (const std::exception& reason) {
-    logFailure("cmf_get_obj_data", reason);
+    logStoreFailure("cmf_get_obj_data", reason);
     return nullptr;
   }
 }

@@ -1,15 +1,16 @@
-#include "config/ServerCache.h"
+#include "platform/config/client/ServerCache.h"
 
 #include <shared_mutex>
 
-#include "config/CMF.h"
-#include "config/Event.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
 #include "platform/config/client/DomainIndex.h"
+#include "platform/config/client/Event.h"
 #include "platform/config/client/EventLoop.h"
-#include "platform/config/client/NewestRevision.h"
+#include "platform/config/client/StoreAccess.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Fork.h"
 #include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::CMF {
@@ -29,9 +30,7 @@ struct Build {
 
 Build build() {
   Build made{std::make_unique<DomainIndex>(), 0};
-  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-  if (store == nullptr) return made;
-  const Config::Snapshot snapshot = store->snapshot();
+  const Config::Snapshot snapshot = Config::Client::newestSnapshot();
   made.revision = snapshot.revision();
   snapshot.walk(GID_PROTECTED_DOMAIN, 0, [&](const Config::StoredRecord& record) {
     made.index->put(*record.as<__aps_gw_server>());
@@ -100,7 +99,7 @@ struct ApsGwServerCache::State {
   }
   void buildOnce();
   void apply(const __aps_gw_server* before, const __aps_gw_server* after);
-  void rebuild();
+  void forget();
 };
 
 void ApsGwServerCache::State::buildOnce() {
@@ -123,17 +122,10 @@ void ApsGwServerCache::State::apply(const __aps_gw_server* before, const __aps_g
   if (index->wasteful()) use(index->compacted());
 }
 
-void ApsGwServerCache::State::rebuild() {
+// The next use builds the index.
+void ApsGwServerCache::State::forget() {
   const std::scoped_lock writing(writer);
-  if (!built()) return;
-  try {
-    Build made = buildFromNewest();
-    builtAt = made.revision;
-    use(std::move(made.index));
-  } catch (...) {
-    use(nullptr);  // the next use builds it
-    throw;
-  }
+  use(nullptr);
 }
 
 // Keeps the index up to date, record by record.
@@ -146,7 +138,7 @@ class ApsGwServerHandler : public Event::HandlerTemplate<__aps_gw_server, GID_PR
                const __aps_gw_server* after) override {
     if (domain == 0) state_.apply(before, after);
   }
-  void resync() override { state_.rebuild(); }
+  void resync() override { state_.forget(); }
 
  private:
   ApsGwServerCache::State& state_;
@@ -156,7 +148,7 @@ ApsGwServerCache::ApsGwServerCache() : state_(std::make_unique<State>()) {}
 ApsGwServerCache::~ApsGwServerCache() = default;
 
 RefApsGwServer ApsGwServerCache::find(const std::string& domain) const {
-  EventLoop::instance().synchroniseIfAttached();
+  Config::refuseParentsStore();
   for (;;) {
     {
       const std::shared_lock shared(state_->lock);
@@ -192,14 +184,13 @@ std::size_t ApsGwServerCache::bytes() const {
 }
 
 RefApsGwServerCache RefApsGwServerCache::instance(bool) {
-  EventLoop::instance().synchroniseIfAttached();
-  // Kept until the process is gone: the event thread may outlive static objects.
-  static const auto* const cache = [] {
-    auto* made = new RefApsGwServerCache(new ApsGwServerCache);
-    const Event::RefHandler handler(new ApsGwServerHandler(*(*made)->state_), false);
+  Config::refuseParentsStore();
+  static NoDestructor<const RefApsGwServerCache> cache([] {
+    RefApsGwServerCache made(new ApsGwServerCache);
+    const Event::RefHandler handler(new ApsGwServerHandler(*made->state_), false);
     Event::Dispatcher::instance("", false, false)->add(handler, 127, 1);
     return made;
-  }();
+  }());
   return *cache;
 }
 

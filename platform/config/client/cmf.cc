@@ -6,9 +6,8 @@
 #include <memory>
 #include <unordered_map>
 
-#include "platform/common/LogCodes.h"
-#include "platform/common/Logger.h"
 #include "platform/config/client/Query.h"
+#include "platform/config/client/StoreAccess.h"
 
 using Kestrav::Config::Client::Query;
 
@@ -22,8 +21,7 @@ Result answer(const char* operation, Result failure, Call call) {
   try {
     return call();
   } catch (const std::exception& reason) {
-    Kestrav::Logger::instance(false).log(Kestrav::LogCode::kStoreFailure, "%s\x01%s", operation,
-                                         reason.what());
+    Kestrav::Config::Client::logStoreFailure(operation, reason);
     return failure;
   }
 }

@@ -11,8 +11,9 @@
 #include <shared_mutex>
 #include <unordered_map>
 
-#include "config/Event.h"
+#include "platform/config/client/Event.h"
 #include "platform/config/match/PolicyList.h"
+#include "platform/config/store/Fork.h"
 
 namespace Kestrav::Config {
 
@@ -25,6 +26,7 @@ class PolicyLists {
 
   // Null while no store is attached.
   std::shared_ptr<const List> of(ngid_t domain) {
+    refuseParentsStore();
     {
       std::shared_lock lock(mutex_);
       const auto found = lists_.find(domain);
@@ -35,9 +37,7 @@ class PolicyLists {
     const Snapshot snapshot = store->snapshot();
     auto list = std::make_shared<const List>(gid_, domain, snapshot);
     std::unique_lock lock(mutex_);
-    // Nor is one from a store that has been replaced, whose lists have been dropped already.
-    if (snapshot.revision() < dispatcher_->delivering() || ConfigStore::attached() != store)
-      return list;
+    if (snapshot.revision() < dispatcher_->delivering()) return list;
     return lists_.try_emplace(domain, std::move(list)).first->second;
   }
 

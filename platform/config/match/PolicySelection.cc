@@ -3,8 +3,9 @@
 #include <string>
 #include <tuple>
 
-#include "config/Event.h"
-#include "config/ServerCache.h"
+#include "platform/common/NoDestructor.h"
+#include "platform/config/client/Event.h"
+#include "platform/config/client/ServerCache.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyLists.h"
@@ -69,8 +70,8 @@ struct AllLists {
 };
 
 AllLists& all() {
-  static AllLists& lists = *new AllLists;
-  return lists;
+  static NoDestructor<AllLists> lists;
+  return *lists;
 }
 
 template <class Traits>

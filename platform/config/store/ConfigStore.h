@@ -10,6 +10,7 @@
 // took it.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -38,6 +39,7 @@ inline constexpr int kNoReaderSlot = 23;  // all reader slots taken; the message
 inline constexpr int kFull = 24;          // the map cannot grow any further
 inline constexpr int kForked = 25;        // used in a child of the process that opened it
 inline constexpr int kBadRecord = 26;     // a record that its field table does not describe
+inline constexpr int kAttached = 27;      // the process has attached another store
 inline constexpr int kInternal = 29;
 }  // namespace StoreError
 
@@ -188,9 +190,18 @@ class KESTRAV_API ConfigStore {
     return open(folder, Options());
   }
 
-  // The store that the cmf_* functions of this process answer from; null until attached. Attach
-  // before the first use of the library; attaching another one is for tests.
+  // Makes `store` the one that the library and the cmf_* functions of this process answer from.
+  // Call it once, before the first use of the library. Handlers registered before get resync() on
+  // this thread. Throws Exception kAttached when another store is attached, and whatever keeps the
+  // event thread from starting; then nothing is attached. A child after fork attaches a store that
+  // it opened itself; no other thread may have been inside the library at the fork.
   static void attach(std::shared_ptr<ConfigStore> store);
+  // For tests and for the end of main, while no other thread uses the library. Ends the event
+  // thread and empties every cache: handlers stay registered and get resync(). Then another store
+  // may be attached. Not from within a handler.
+  static void detach();
+  // Null while none is attached. In a child after fork: the parent's, which throws kForked when
+  // used.
   static std::shared_ptr<ConfigStore> attached();
 
   ~ConfigStore();
@@ -217,7 +228,10 @@ class KESTRAV_API ConfigStore {
   Revision revision() const;
   // Waits until revision() > `seen` or `timeoutMs` has passed; re-reads the store itself at least
   // once a second, in case a writer died between commit and wake. Returns the revision.
-  Revision waitForRevision(Revision seen, int timeoutMs);
+  // Returns early when `stop` is set and wakeWaiting() is called.
+  Revision waitForRevision(Revision seen, int timeoutMs, const std::atomic<bool>* stop = nullptr);
+  // Makes every waiting thread and process look at the revision again.
+  void wakeWaiting();
 
   // Journal entries of all revisions in (after, upTo], in commit order. False when the journal no
   // longer reaches back to `after`: with none visited, unless it was cut between the calls of

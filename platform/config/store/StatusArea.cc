@@ -1,8 +1,6 @@
 #include "platform/config/store/StatusArea.h"
 
 #include <atomic>
-#include <mutex>
-#include <vector>
 
 namespace Kestrav::Config {
 namespace {
@@ -15,27 +13,6 @@ std::atomic<std::uint32_t>& word(char* zone, std::size_t offset) {
 
 std::atomic<std::uint8_t>& byte(char* zone, std::size_t offset) {
   return *reinterpret_cast<std::atomic<std::uint8_t>*>(zone + offset);
-}
-
-char* privateZone() {
-  alignas(4096) static char zone[Zone::kSize];
-  static const bool ready = [] {
-    initialiseZone(zone);
-    return true;
-  }();
-  (void)ready;
-  return zone;
-}
-
-struct Current {
-  std::mutex mutex;
-  std::atomic<char*> zone{nullptr};  // null: the private one
-  std::vector<ZoneListener> listeners;
-};
-
-Current& current() {
-  static auto* state = new Current;  // read until the process is gone
-  return *state;
 }
 
 }  // namespace
@@ -70,23 +47,6 @@ void StatusArea::disclaimerReload(bool on) {
 
 void initialiseZone(char* zone) {
   StatusArea(zone).contentInspection(true);
-}
-
-char* currentZone() {
-  char* zone = current().zone.load(std::memory_order_acquire);
-  return zone != nullptr ? zone : privateZone();
-}
-
-void currentZone(char* zone) {
-  std::scoped_lock lock(current().mutex);
-  current().zone.store(zone, std::memory_order_release);
-  for (ZoneListener listener : current().listeners) listener(currentZone());
-}
-
-void onZoneChange(ZoneListener listener) {
-  std::scoped_lock lock(current().mutex);
-  current().listeners.push_back(listener);
-  listener(currentZone());
 }
 
 }  // namespace Kestrav::Config

@@ -45,15 +45,8 @@ class KESTRAV_API StatusArea {
 // Sets what differs from zero in a new zone.
 void initialiseZone(char* zone);
 
-// The zone of the store attached to this process, or one private to the process while there is
-// none. A zone that was ever returned stays mapped until the process ends.
+// The zone of the attached store, or one private to the process while none is attached. Where
+// nCfg_debug_zone points, read atomically.
 KESTRAV_API char* currentZone();
-// For ConfigStore::attach; null is the private zone.
-void currentZone(char* zone);
-
-// Called with the current zone at once, and again whenever it becomes another one; by then
-// ConfigStore::attached() is the zone's store. Must not attach or listen itself.
-using ZoneListener = void (*)(char* zone);
-KESTRAV_API void onZoneChange(ZoneListener listener);
 
 }  // namespace Kestrav::Config

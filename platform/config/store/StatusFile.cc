@@ -168,7 +168,7 @@ bool StatusFile::publish(Revision revision) {
     c.word.store(static_cast<std::uint32_t>(now), std::memory_order_seq_cst);
     if (c.revision.load(std::memory_order_seq_cst) == now) break;
   }
-  ::syscall(SYS_futex, &c.word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+  wake();
   return old < revision;
 }
 
@@ -176,8 +176,12 @@ void StatusFile::correct(Revision wrong, Revision revision) {
   Control& c = control();
   if (c.revision.compare_exchange_strong(wrong, revision)) {
     c.word.store(static_cast<std::uint32_t>(revision));
-    ::syscall(SYS_futex, &c.word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    wake();
   }
+}
+
+void StatusFile::wake() {
+  ::syscall(SYS_futex, &control().word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
 bool StatusFile::wait(Revision seen, int timeoutMs) {

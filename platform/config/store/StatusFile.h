@@ -50,6 +50,8 @@ class StatusFile {
   bool publish(Revision revision);
   // Replaces `wrong` by `revision`, for a status file that belongs to a later state than the data.
   void correct(Revision wrong, Revision revision);
+  // Ends the waits of all threads and processes.
+  void wake();
   // Returns when the revision differs from `seen`, when woken, or after `timeoutMs`; false after a
   // timeout.
   bool wait(Revision seen, int timeoutMs);

@@ -39,6 +39,7 @@ struct StoreCore {
   StatusArea area{nullptr};
   std::pair<std::uint64_t, std::uint64_t> registered{};  // device and inode; zeros before
 
+  std::mutex registering;  // held while processSlot is exchanged
   std::atomic<int> processSlot{-1};
 
   // The last transaction that was looked at for its revision.

@@ -1,18 +1,17 @@
 #include "config/ClientSideCache.h"
 
-#include <algorithm>
 #include <mutex>
 #include <utility>
 
+#include "platform/common/NoDestructor.h"
 #include "platform/common/Synchronized.h"
-#include "platform/config/client/EventLoop.h"
+#include "platform/config/store/Fork.h"
 
 namespace Kestrav::CMF {
 
 using Config::OwnedRecord;
 using Config::RecordType;
 using Config::Revision;
-using Config::Client::EventLoop;
 
 namespace {
 
@@ -37,14 +36,13 @@ struct RefApsSysClientSideCache<Rec, GID>::Current {
   std::once_flag registration;
   Mutex mutex;  // guards what follows; the handle is copied before it is released
   RefApsSysClientSideCache snapshot;
-  Revision readAt = 0;        // the snapshot's
-  Revision listensSince = 0;  // changes up to this revision are not announced
+  Revision readAt = 0;  // the snapshot's
 };
 
 template <class Rec, unsigned int GID>
 typename RefApsSysClientSideCache<Rec, GID>::Current&
 RefApsSysClientSideCache<Rec, GID>::current() {
-  static auto* const state = new Current;  // the event thread may outlive static objects
+  static NoDestructor<Current> state;
   return *state;
 }
 
@@ -68,65 +66,48 @@ RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::read(Revi
 
 template <class Rec, unsigned int GID>
 RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::instance(bool) {
-  EventLoop::instance().synchroniseIfAttached();
+  Config::refuseParentsStore();
   Current& now = current();
-  {
-    const Synchronized guard(now.mutex);
-    if (!now.snapshot.isNull()) return now.snapshot;
-  }
   // Before the record is read, so that no change falls between the two.
-  std::call_once(now.registration, [&now] {
+  std::call_once(now.registration, [] {
     const Event::RefHandler handler(new ApsSysClientSideCacheHandler<Rec, GID>, false);
-    const Revision since = Event::Dispatcher::instance("", false, false)->add(handler, 127, 1);
-    const Synchronized guard(now.mutex);
-    now.listensSince = since;
+    Event::Dispatcher::instance("", false, false)->add(handler, 127, 1);
   });
   const Synchronized guard(now.mutex);
   if (!now.snapshot.isNull()) return now.snapshot;
   Revision revision = 0;
   RefApsSysClientSideCache made = read(revision);
-  // This thread may hold an older revision than others already act on: then the snapshot is for it
-  // alone.
-  if (revision < std::max(now.listensSince, EventLoop::instance().delivering())) return made;
+  // This thread may have pinned an older revision than the one that others act on. Then the
+  // snapshot is for this caller only.
+  if (revision < Event::Dispatcher::instance("", false, false)->delivering()) return made;
   now.snapshot = made;
   now.readAt = revision;
   return made;
 }
 
 template <class Rec, unsigned int GID>
-void RefApsSysClientSideCache<Rec, GID>::replace(bool evenNewer) {
-  Current& now = current();
-  RefApsSysClientSideCache made;
-  RefApsSysClientSideCache old;  // ends without the mutex
+void RefApsSysClientSideCache<Rec, GID>::reload() {
   Revision revision = 0;
+  RefApsSysClientSideCache made;
   try {
     made = read(revision);
   } catch (...) {
-    // Nothing is better than what is known to be outdated: the next instance() reads again.
-    const Synchronized guard(now.mutex);
-    std::swap(old, now.snapshot);
+    forget();  // the snapshot is outdated: the next instance() reads again
     throw;
   }
+  Current& now = current();
   const Synchronized guard(now.mutex);
-  if (!evenNewer && !now.snapshot.isNull() && revision < now.readAt) return;
-  old = std::exchange(now.snapshot, std::move(made));
+  if (!now.snapshot.isNull() && revision < now.readAt) return;
+  std::swap(now.snapshot, made);  // the old one ends without the mutex
   now.readAt = revision;
 }
 
 template <class Rec, unsigned int GID>
-void RefApsSysClientSideCache<Rec, GID>::reload() {
-  replace(false);
-}
-
-template <class Rec, unsigned int GID>
-void RefApsSysClientSideCache<Rec, GID>::reset() {
+void RefApsSysClientSideCache<Rec, GID>::forget() {
+  RefApsSysClientSideCache old;  // ends without the mutex
   Current& now = current();
-  {
-    const Synchronized guard(now.mutex);
-    now.listensSince = 0;
-    if (now.snapshot.isNull()) return;
-  }
-  replace(true);
+  const Synchronized guard(now.mutex);
+  std::swap(now.snapshot, old);
 }
 
 template <class Rec, unsigned int GID>
@@ -136,7 +117,7 @@ void ApsSysClientSideCacheHandler<Rec, GID>::message(unsigned int, const Rec*, c
 
 template <class Rec, unsigned int GID>
 void ApsSysClientSideCacheHandler<Rec, GID>::resync() {
-  RefApsSysClientSideCache<Rec, GID>::reset();
+  RefApsSysClientSideCache<Rec, GID>::forget();
 }
 
 #define KESTRAV_CACHE(Rec, GID, Type)                \
