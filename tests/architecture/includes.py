@@ -115,6 +115,7 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
             yield f"cmake/InstalledHeaders.txt: there is no {header}"
 
     used_violations = set()
+    used_rights = set()  # (header, folder) of the table of outside libraries
     needed = set()
     for file in tree.files:
         room = innermost(file, tree.allowed)
@@ -136,11 +137,15 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
             elif is_quoted or name.startswith(INSTALLED_PREFIX):
                 yield f'{place}: there is no header "{name}"'
             else:
-                yield from check_outside(tree, place, file, room, name)
+                yield from check_outside(tree, place, file, room, name, used_rights)
 
     for header in sorted(tree.needed - needed):
         yield (f"cmake/InstalledHeaders.txt: no installed header includes {header}; remove it from "
                "the part [needed]")
+    for header, users, _ in tree.outside:
+        for user in users:
+            if (header, user) not in used_rights:
+                yield f"docs/architecture.md: {user} does not include {header}; remove it from the row"
     for source, target in known_violations:
         if (source, target) not in used_violations:
             yield f"{source} no longer includes {target}: remove the pair from KNOWN_VIOLATIONS"
@@ -166,7 +171,7 @@ def check_inside(tree, place, file, room, target, by_installed_name, known_viola
     yield f"{place}: {room} may not include {target}"
 
 
-def check_outside(tree, place, file, room, name):
+def check_outside(tree, place, file, room, name, used_rights):
     if STANDARD.match(name):
         return
     if file not in tree.installed:
@@ -176,8 +181,9 @@ def check_outside(tree, place, file, room, name):
     if rule is None:
         yield f"{place}: <{name}> is not in the table of outside libraries"
         return
-    _, users, in_headers = rule
+    header, users, in_headers = rule
     user = innermost(file, users)
+    used_rights.add((header, user))
     if user is None:
         yield f"{place}: <{name}> may be included by {', '.join(users)} only"
     elif file.endswith(".h") and not in_headers and user != file:

@@ -77,6 +77,8 @@ MISTAKES = [
      "#include <pointers/shared.hpp>\n", "<pointers/shared.hpp> may be included by"),
     ("an outside library that the table does not know", "platform/store/Store.cc",
      "#include <new/library.h>\n", "<new/library.h> is not in the table"),
+    ("a folder that does not include its outside library", "docs/architecture.md",
+     "| clocks | `clock.h` | `platform/store` |\n", "platform/store does not include clock.h"),
     ("a system header in an installed header", "platform/store/Store.h", "#include <unistd.h>\n",
      "<unistd.h> is not in the table"),
     ("a folder without a row", "gateway/main.cc", "", "gateway/ holds sources and has no row"),
