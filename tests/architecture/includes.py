@@ -17,8 +17,8 @@ KNOWN_VIOLATIONS = (
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]')
 STANDARD = re.compile(r"^[a-z_]+$")  # the C++ standard library's names have neither dot nor slash
 SYSTEM = re.compile(
-    r"^((arpa|linux|net|netinet|sys)/\w+|cxxabi|errno|fcntl|poll|pthread|pty|signal|spawn|stdlib"
-    r"|syslog|termios|time|unistd)\.h$"
+    r"^((arpa|linux|net|netinet|sys)/\w+|cxxabi|dirent|dlfcn|errno|fcntl|grp|netdb|poll|pthread|pty"
+    r"|pwd|sched|signal|spawn|stdlib|syslog|termios|time|unistd)\.h$"
 )
 INSTALLED_PREFIX = "kestrav/"
 
@@ -145,7 +145,7 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
     for header, users, _ in tree.outside:
         for user in users:
             if (header, user) not in used_rights:
-                yield f"docs/architecture.md: {user} does not include {header}; remove it from the row"
+                yield f"docs/architecture.md: {user} does not include {header}; mend its row"
     for source, target in known_violations:
         if (source, target) not in used_violations:
             yield f"{source} no longer includes {target}: remove the pair from KNOWN_VIOLATIONS"
@@ -177,23 +177,20 @@ def check_outside(tree, place, file, room, name, used_rights):
     if file not in tree.installed:
         if SYSTEM.match(name) or (room is not None and tree.allowed[room] is None):
             return
-    rule = innermost_rule(tree.outside, name)
-    if rule is None:
+    rules = [rule for rule in tree.outside
+             if name == rule[0] or (rule[0].endswith("/") and name.startswith(rule[0]))]
+    users = [user for _, users, _ in rules for user in users]
+    mine = [(header, user, in_headers) for header, users, in_headers in rules for user in users
+            if within(file, user)]
+    used_rights.update((header, user) for header, user, _ in mine)
+    if not rules:
         yield f"{place}: <{name}> is not in the table of outside libraries"
-        return
-    header, users, in_headers = rule
-    user = innermost(file, users)
-    used_rights.add((header, user))
-    if user is None:
+    elif not mine:
         yield f"{place}: <{name}> may be included by {', '.join(users)} only"
-    elif file.endswith(".h") and not in_headers and user != file:
+    elif file in tree.installed and all(user != file for _, user, _ in mine):
+        yield f"{place}: an installed header includes <{name}>; its row must name the header itself"
+    elif file.endswith(".h") and not any(in_headers for _, _, in_headers in mine):
         yield f"{place}: <{name}> may be included by sources only, not by headers"
-
-
-def innermost_rule(rules, name):
-    matching = [rule for rule in rules if name == rule[0] or
-                (rule[0].endswith("/") and name.startswith(rule[0]))]
-    return max(matching, key=lambda rule: len(rule[0]), default=None)
 
 
 def main():

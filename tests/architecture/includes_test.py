@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The include checker on small trees: nothing to report in a good one, and each mistake reported."""
+"""The include checker on small trees: it reports nothing in a good one, and each mistake."""
 import pathlib
 import tempfile
 import unittest
@@ -24,6 +24,7 @@ PAGE = """
 |---|---|---|
 | database | `base.h` | `platform/store` |
 | pointers | `pointers/` | `include2/Policy.h`, in headers too |
+| pointers | `pointers/` | `platform/store` |
 """
 
 GOOD = {
@@ -34,7 +35,7 @@ GOOD = {
     "platform/common/Export.cc": '#include "platform/common/Export.h"\n#include <sys/mman.h>\n',
     "platform/common/Inner.h": "",
     "platform/store/Store.h": '#include "include2/Handle.h"\n#include "platform/common/Export.h"\n',
-    "platform/store/Store.cc": "#include <base.h>\n",
+    "platform/store/Store.cc": "#include <base.h>\n#include <pointers/shared.hpp>\n",
     "include2/Handle.h": '#include "platform/common/Export.h"\n',
     "include2/Policy.h": '#include <pointers/shared.hpp>\n#include "Handle.h"\n',
     "examples/daemon.cc": "#include <kestrav/Policy.h>\n#include <kestrav/platform/store/Store.h>\n",
@@ -73,10 +74,14 @@ MISTAKES = [
      "<base.h> may be included by platform/store only"),
     ("an outside library in a header", "platform/store/Rows.h", "#include <base.h>\n",
      "by sources only"),
+    ("an outside library in a header, where sources may use it", "platform/store/Rows.h",
+     "#include <pointers/shared.hpp>\n", "by sources only"),
     ("an outside library in an installed header", "platform/common/Export.h",
      "#include <pointers/shared.hpp>\n", "<pointers/shared.hpp> may be included by"),
     ("an outside library that the table does not know", "platform/store/Store.cc",
      "#include <new/library.h>\n", "<new/library.h> is not in the table"),
+    ("an outside library in an installed header of its folder", "platform/store/Store.h",
+     "#include <base.h>\n", "its row must name the header itself"),
     ("a folder that does not include its outside library", "docs/architecture.md",
      "| clocks | `clock.h` | `platform/store` |\n", "platform/store does not include clock.h"),
     ("a system header in an installed header", "platform/store/Store.h", "#include <unistd.h>\n",
