@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <exception>
 
-#include "PolicyIPAddress.h"
-#include "PolicyRecipient.h"
-#include "ProfileFactory.h"
-#include "platform/config/store/ConfigStore.h"
+#include <kestrav/PolicyIPAddress.h>
+#include <kestrav/PolicyRecipient.h>
+#include <kestrav/ProfileFactory.h>
+#include <kestrav/platform/config/store/ConfigStore.h>
 
 using namespace Kestrav;
 

@@ -100,7 +100,6 @@ class KESTRAV_API ProfileFactory {
 
  private:
   friend class FactoryEvents;
-  friend class FactoryPeer;
 
   ProfileFactory();
   ~ProfileFactory();

@@ -30,6 +30,7 @@ class FactoryEvents {
  public:
   // The factory, also while it is still registering its handlers.
   static ProfileFactory& factory();
+  static ProfileFactory::Caches& caches(ProfileFactory& factory);
 
   // Kinds that callers have no reason to clear.
   static void clearEncryptionProfiles(ProfileFactory& factory);

@@ -297,12 +297,16 @@ void ProfileFactory::clearWebFilterProfiles() {
   dropAll(caches_->webFilter.lock, 0, caches_->webFilter.entries);
 }
 
+ProfileFactory::Caches& FactoryEvents::caches(ProfileFactory& factory) {
+  return *factory.caches_;
+}
+
 void FactoryEvents::clearEncryptionProfiles(ProfileFactory& factory) {
-  dropAll(factory.caches_->encryption.lock, 0, factory.caches_->encryption.entries);
+  dropAll(caches(factory).encryption.lock, 0, caches(factory).encryption.entries);
 }
 
 void FactoryEvents::clearQuarantineFolders(ProfileFactory& factory) {
-  dropAll(factory.caches_->quarantineFolder.lock, 0, factory.caches_->quarantineFolder.entries);
+  dropAll(caches(factory).quarantineFolder.lock, 0, caches(factory).quarantineFolder.entries);
 }
 
 void ProfileFactory::_clearAntispamProfiles() const {

@@ -18,15 +18,7 @@
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "profile/factory/FactoryCaches.h"
-
-namespace Kestrav {
-
-class FactoryPeer {
- public:
-  static ProfileFactory::Caches& caches(ProfileFactory& factory) { return *factory.caches_; }
-};
-
-}  // namespace Kestrav
+#include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -57,7 +49,7 @@ std::string stateOf(CacheLock& lock) {
 
 // As another thread meets them.
 Held heldNow() {
-  ProfileFactory::Caches& caches = FactoryPeer::caches(factory());
+  ProfileFactory::Caches& caches = FactoryEvents::caches(factory());
   const std::map<std::string, CacheLock*> locks = {
       {"antispam", &caches.antispam.lock},
       {"antivirus", &caches.antivirus.lock},
@@ -222,7 +214,7 @@ TEST_F(FactoryLocks, HitsGoOnBesideOtherHolders) {
   factory().createProfileWebFilter(number);
   factory().createProfileQuarantineFolder(number, 0);
   const EventsHeld noEvents;
-  ProfileFactory::Caches& caches = FactoryPeer::caches(factory());
+  ProfileFactory::Caches& caches = FactoryEvents::caches(factory());
   const LoadLock antispam(caches.antispam.lock);
   const LoadLock webFilter(caches.webFilter.lock);
   const LoadLock folder(caches.quarantineFolder.lock);
