@@ -2,6 +2,7 @@
 #include <ostream>
 
 #include "platform/config/store/StatusArea.h"
+#include "tools/JsonText.h"
 #include "tools/OpenStore.h"
 #include "tools/Switches.h"
 
@@ -62,7 +63,7 @@ int status(const Context& context, bool json) {
   const auto store = openStore(context, IfMissing::kRefuse);
   const Json document = statusDocument(context, *store);
   if (json) {
-    context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+    context.out << indented(document);
   } else {
     print(document, context.out);
   }

@@ -7,6 +7,7 @@
 
 #include "config/Event.h"
 #include "tools/Changes.h"
+#include "tools/JsonText.h"
 #include "tools/OpenStore.h"
 
 namespace Kestrav::Tool {
@@ -17,10 +18,6 @@ using Json = nlohmann::ordered_json;
 volatile std::sig_atomic_t interrupted = 0;
 void onInterrupt(int) {
   interrupted = 1;
-}
-
-std::string line(const Json& document) {
-  return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace
@@ -60,7 +57,7 @@ int watch(const Context& context, const WatchOptions& options) {
     }
     const Json document = changeDocument(entry, Names(snapshot, &removed), render);
     if (options.json) {
-      context.out << line(document);
+      context.out << compact(document) << "\n";
     } else {
       context.out << "revision " << entry.revision << "  ";
       printChange(document, context.out);
@@ -71,7 +68,7 @@ int watch(const Context& context, const WatchOptions& options) {
   if (options.changes > 0) last = start + static_cast<Config::Revision>(options.changes);
   seen = start;
   if (options.json) {
-    context.out << line({{"revision", start}, {"watching", context.store.string()}});
+    context.out << compact({{"revision", start}, {"watching", context.store.string()}}) << "\n";
   } else {
     context.out << "watching " << context.store.string() << " from revision " << start << " on\n";
   }
@@ -87,7 +84,8 @@ int watch(const Context& context, const WatchOptions& options) {
       const Config::Revision upTo = last == 0 ? applied : std::min(applied, last);
       if (upTo > seen) {
         if (options.json) {
-          context.out << line({{"revision", upTo}, {"change", "missed"}, {"after", seen}});
+          context.out << compact({{"revision", upTo}, {"change", "missed"}, {"after", seen}})
+                      << "\n";
         } else {
           context.out << "revision " << upTo << "  the changes since revision " << seen
                       << " were missed\n";

@@ -116,6 +116,17 @@ TEST_F(Explain, CarriesNoProfilesWhileInspectionIsOff) {
   expectGolden("explain-inspection-off.txt", result.out);
 }
 
+TEST_F(Explain, ReportsConfiguredProfilesThatAreNotInEffect) {
+  loadText(
+      "antivirus-profiles: [scan]\n"
+      "ip-policies:\n  - name: all\n    antivirus: scan\n    dlp: \"#7\"\n");
+  const std::string out = run(envelope("203.0.113.5", "", {})).out;
+  EXPECT_TRUE(
+      contains(out, "  antivirus profile \"scan\" (id 1) is configured but not in effect\n"))
+      << out;
+  EXPECT_TRUE(contains(out, "  dlp profile #7 is configured but does not exist\n")) << out;
+}
+
 TEST_F(Explain, ShowsTheSubjectTagAsSentAndAsRead) {
   const auto json =
       nlohmann::json::parse(run([&] {

@@ -75,8 +75,8 @@ TEST_F(Load, RehearsesAChangeWithoutMakingIt) {
 TEST_F(Load, RehearsesWithoutMakingAStore) {
   const Result result = run({"load", "--dry-run", example()});
   EXPECT_EQ(result.code, 0);
-  EXPECT_TRUE(contains(
-      result.out, "a dry run, nothing was changed: 53 added, 3 changed, 0 moved, 0 removed\n"));
+  EXPECT_TRUE(contains(result.out,
+                       "dry run, nothing was changed: 53 added, 3 changed, 0 moved, 0 removed\n"));
   EXPECT_FALSE(std::filesystem::exists(store()));
 }
 
