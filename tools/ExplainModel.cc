@@ -145,9 +145,20 @@ Direction directionOf(const EmailAddress& recipient, const Names& names) {
   return {true, domain, why};
 }
 
+// Names the option in the message when its value cannot be parsed.
+template <class Parse>
+auto parsed(const char* option, const Parse& parse) {
+  try {
+    return parse();
+  } catch (const Exception& error) {
+    throw Exception(option, error.code()).cause(error);
+  }
+}
+
 Json recipientDocument(const EmailAddress& sender, const std::string& text,
                        const PolicyIPAddress& connection, const Names& names) {
-  const EmailAddress recipient = EmailAddress::rfc5321Parse(text, false);
+  const EmailAddress recipient =
+      parsed("--rcpt", [&] { return EmailAddress::rfc5321Parse(text, false); });
   const Direction direction = directionOf(recipient, names);
   Json document = {{"recipient", recipient.address()},
                    {"direction", direction.incoming ? "incoming" : "outgoing"},
@@ -186,13 +197,14 @@ Json recipientDocument(const EmailAddress& sender, const std::string& text,
 }  // namespace
 
 nlohmann::ordered_json explainDocument(Config::ConfigStore& store, const ExplainOptions& options) {
-  const Config::Snapshot snapshot = store.snapshot();  // all that follows is of this revision
+  const Config::Snapshot snapshot = store.snapshot();  // pins the revision of all answers
   const Names names(snapshot);
   ProfileFactory::instance();
 
-  const IPAddress client(options.client);
-  const IPAddress server(options.server);
-  const EmailAddress sender = EmailAddress::rfc5321Parse(options.sender, true);
+  const IPAddress client = parsed("--client", [&] { return IPAddress(options.client); });
+  const IPAddress server = parsed("--server", [&] { return IPAddress(options.server); });
+  const EmailAddress sender =
+      parsed("--from", [&] { return EmailAddress::rfc5321Parse(options.sender, true); });
   const PolicyIPAddress connection(client, server);
 
   Json document = {{"revision", snapshot.revision()},

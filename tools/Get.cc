@@ -94,7 +94,7 @@ std::optional<ngid_t> domainToLookIn(const Context& context, const Config::Snaps
     context.err << "vexactl: " << oneLine(text) << " has no configuration of its own\n";
     return std::nullopt;
   } else if (*domain != 0 && table.scope != Config::Scope::kDomainList) {
-    context.err << "vexactl: domains have no " << table.key << " of their own\n";
+    context.err << "vexactl: " << table.key << " exist only in the system; leave out --domain\n";
     return std::nullopt;
   }
   return domain;
@@ -113,7 +113,7 @@ int get(const Context& context, const GetOptions& options) {
   }
   const bool single = table->scope == Config::Scope::kSystemSingle;
   if (single && !options.name.empty()) {
-    context.err << "vexactl: there is only one " << table->key << " record; give no name\n";
+    context.err << "vexactl: there is only one " << table->key << " record; leave out NAME\n";
     return kBadInput;
   }
   const auto store = openStore(context, IfMissing::kRefuse);

@@ -40,8 +40,8 @@ void print(const Json& document, std::ostream& out) {
   out << "store      " << document["store"].get<std::string>() << "\n"
       << "revision   " << document["revision"] << "\n"
       << "size       " << document["usedBytes"] << " bytes used of " << document["mapBytes"] << "\n"
-      << "journal    " << document["journal"]["entries"] << " changes, from revision "
-      << document["journal"]["oldestRevision"] << " on\n"
+      << "journal    " << document["journal"]["entries"] << " changes since revision "
+      << document["journal"]["oldestRevision"] << "\n"
       << "readers    " << document["readers"]["inUse"] << " of " << document["readers"]["slots"]
       << " slots\n"
       << "switches\n";
@@ -53,7 +53,7 @@ void print(const Json& document, std::ostream& out) {
   if (document["processes"].empty()) out << "  none\n";
   for (const Json& process : document["processes"]) {
     out << "  " << process["pid"] << "  " << process["name"].get<std::string>() << "  applied "
-        << process["applied"] << ", " << process["lag"] << " behind\n";
+        << process["applied"] << ", lag " << process["lag"] << "\n";
   }
 }
 

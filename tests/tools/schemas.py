@@ -1,4 +1,4 @@
-"""Holds what vexactl reads and prints against the published JSON schemas.
+"""Validates what vexactl reads and prints with the published JSON schemas.
 
 usage: schemas.py VEXACTL SOURCES
 """
