@@ -4,6 +4,7 @@
 #include "tools/Changes.h"
 #include "tools/Compare.h"
 #include "tools/JsonText.h"
+#include "tools/Messages.h"
 #include "tools/Progress.h"
 #include "tools/Scratch.h"
 
@@ -23,6 +24,11 @@ int diff(const Context& context, const DiffOptions& options) {
       Config::ConfigStore::Options existing;
       existing.create = false;
       return Config::ConfigStore::open(path, existing);
+    }
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error) {
+      context.err << oneLine(path) << ": does not exist; a file, a folder of files or a store\n";
+      return nullptr;
     }
     return scratch.load(context, {path});
   };

@@ -1,3 +1,4 @@
+#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -45,9 +46,9 @@ void print(const Json& document, std::ostream& out) {
       << "readers    " << document["readers"]["inUse"] << " of " << document["readers"]["slots"]
       << " slots\n"
       << "switches\n";
-  for (const auto& [name, on] : document["switches"].items()) {
-    out << "  " << name << std::string(24 - std::min<std::size_t>(name.size(), 23), ' ')
-        << (on.get<bool>() ? "on" : "off") << "\n";
+  for (const Switch& entry : switches()) {
+    out << "  " << std::left << std::setw(20) << entry.name << std::setw(5)
+        << plain(document["switches"][entry.name]) << entry.help << "\n";
   }
   out << "processes\n";
   if (document["processes"].empty()) out << "  none\n";

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -42,19 +43,26 @@ void occupyStandardStreams() {
 }
 
 int reportWrongUse(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> rest = app.remaining();
-  std::string message = oneLine(error.what());
+  const std::vector<CLI::App*> given = app.get_subcommands();
   std::vector<std::string> verbs;
   for (const CLI::App* verb : app.get_subcommands(nullptr)) verbs.push_back(verb->get_name());
-  if (app.get_subcommands().empty() && rest.empty() && error.get_name() == "RequiredError") {
+  const std::vector<std::string> rest = app.remaining(true);
+  const auto option = std::find_if(rest.begin(), rest.end(),
+                                   [](const std::string& word) { return word.starts_with('-'); });
+  const auto is = [&](CLI::ExitCodes code) {
+    return error.get_exit_code() == static_cast<int>(code);
+  };
+  std::string message = oneLine(error.what());
+  if (given.empty() && rest.empty() && is(CLI::ExitCodes::RequiredError)) {
     message = "no verb; expected " + Kestrav::Config::Text::alternatives(verbs);
-  } else if (app.get_subcommands().empty() && !rest.empty() && rest.front().front() != '-') {
+  } else if (given.empty() && !rest.empty() && !rest.front().starts_with('-')) {
     message = unknown("verb", rest.front(), verbs);
-  } else if (app.get_subcommands().empty() && !rest.empty()) {
-    message = "there is no option \"" + oneLine(rest.front()) + "\"";
+  } else if (option != rest.end()) {
+    message = "there is no option \"" + oneLine(*option) + "\"";
+  } else if (is(CLI::ExitCodes::ExtrasError) && !rest.empty()) {
+    message = "unexpected argument \"" + oneLine(rest.front()) + "\"";
   }
-  const std::string verb =
-      app.get_subcommands().empty() ? "" : " " + app.get_subcommands().front()->get_name();
+  const std::string verb = given.empty() ? "" : " " + given.front()->get_name();
   std::cerr << "vexactl: " << message << " (see vexactl" << verb << " --help)\n";
   return kBadInput;
 }
@@ -87,12 +95,16 @@ int main(int argc, char** argv) {
   std::function<int()> verb;
 
   CLI::App app{"Writes, reads and explains the configuration of a mail gateway.", "vexactl"};
+  app.group("Verbs");  // the verbs inherit it
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
   app.require_subcommand(1);
   app.fallthrough();
   app.set_version_flag("--version", "vexactl " KESTRAV_VERSION);
   app.add_option("--store", context.store, "Folder of the configuration store")
       ->capture_default_str();
-  app.footer("Exit codes: 0 done, 1 the answer is no, 2 wrong use or bad input.");
+  app.footer(
+      "Every verb takes --store FOLDER.\n"
+      "Exit codes: 0 done, 1 the answer is no, 2 wrong use or bad input.");
 
   Files files;
   auto* checkVerb = app.add_subcommand("check", "Report every mistake in configuration files");
@@ -133,7 +145,7 @@ int main(int argc, char** argv) {
       ->add_option("--server", explainOptions.server, "IP address that the client connected to")
       ->required();
   explainVerb->add_option("--from", explainOptions.sender,
-                          "Envelope sender; empty for the null sender");
+                          "Envelope sender; default: the null sender");
   explainVerb->add_option("--rcpt", explainOptions.recipients,
                           "Envelope recipient; can be repeated");
   explainVerb->add_flag("--json", explainOptions.json, "One JSON document instead of text");

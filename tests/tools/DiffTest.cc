@@ -159,13 +159,17 @@ TEST_F(Diff, ReportsTheFewestMoves) {
   }
 }
 
-TEST_F(Diff, RefusesAForeignFolderAndAMissingStore) {
+TEST_F(Diff, RefusesWhatIsNeitherFileNorStore) {
   std::filesystem::create_directory(folder() / "foreign");
   file("foreign/data.mdb", std::string(10'000, 'x'));
   const Result result = run({"diff", from_, folder() / "foreign"});
   EXPECT_EQ(result.code, 2);
   EXPECT_EQ(linesIn(result.err), 1) << result.err;
   EXPECT_EQ(run({"diff", from_}).code, 2);  // there is no store at --store
+  const Result missing = run({"diff", from_, folder() / "missing"});
+  EXPECT_EQ(missing.code, 2);
+  EXPECT_EQ(placeless(missing.err),
+            "FOLDER/missing: does not exist; a file, a folder of files or a store\n");
 }
 
 }  // namespace
