@@ -25,17 +25,8 @@ Change changeOf(const Config::JournalEntry& entry) {
 }
 
 const char* changeText(Change change) {
-  switch (change) {
-    case Change::kAdded:
-      return "added";
-    case Change::kRemoved:
-      return "removed";
-    case Change::kChanged:
-      return "changed";
-    case Change::kMoved:
-      return "moved";
-  }
-  return "";
+  constexpr const char* kTexts[] = {"added", "removed", "changed", "moved"};  // in enum order
+  return kTexts[static_cast<std::size_t>(change)];
 }
 
 nlohmann::ordered_json changeDocument(const Config::JournalEntry& entry, const Names& names,

@@ -1,10 +1,9 @@
-#include "tools/ExplainActions.h"
-
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "Action.h"
 #include "platform/parser/Rfc2047.h"
+#include "tools/ExplainProfile.h"
 
 namespace Kestrav::Tool {
 namespace {

@@ -1,7 +1,6 @@
 #include <utility>
 
 #include "ProfileAntiSpam.h"
-#include "tools/ExplainActions.h"
 #include "tools/ExplainProfile.h"
 
 namespace Kestrav::Tool {

@@ -1,6 +1,7 @@
 #include "tools/ExplainModel.h"
 
 #include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -25,43 +26,33 @@ using Config::Considered;
 using Config::Outcome;
 
 // The code is for programs; it stays when the sentence changes.
-struct OutcomeWords {
+constexpr struct {
+  Outcome outcome;
   const char* code;
   const char* sentence;
+} kOutcomes[] = {
+    {Outcome::kWon, "chosen", "chosen"},
+    {Outcome::kDisabled, "disabled", "disabled"},
+    {Outcome::kInvalid, "invalid", "its rules do not compile"},
+    {Outcome::kClient, "client-mismatch", "the client's address does not match"},
+    {Outcome::kServer, "server-mismatch", "the server's address does not match"},
+    {Outcome::kSender, "sender-mismatch", "the sender does not match"},
+    {Outcome::kRecipient, "recipient-mismatch", "the recipient does not match"},
+    {Outcome::kNotReached, "not-reached", "not reached because an earlier policy was chosen"},
 };
-
-OutcomeWords wordsFor(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::kWon:
-      return {"chosen", "chosen"};
-    case Outcome::kDisabled:
-      return {"disabled", "disabled"};
-    case Outcome::kInvalid:
-      return {"invalid", "its rules do not compile"};
-    case Outcome::kClient:
-      return {"client-mismatch", "the client's address does not match"};
-    case Outcome::kServer:
-      return {"server-mismatch", "the server's address does not match"};
-    case Outcome::kSender:
-      return {"sender-mismatch", "the sender does not match"};
-    case Outcome::kRecipient:
-      return {"recipient-mismatch", "the recipient does not match"};
-    case Outcome::kNotReached:
-      return {"not-reached", "not reached because an earlier policy was chosen"};
-  }
-  return {"", ""};
-}
 
 Json consideredDocument(const std::vector<Considered>& considered, const Names& names) {
   Json list = Json::array();
   for (const Considered& policy : considered) {
-    const OutcomeWords words = wordsFor(policy.outcome);
+    const auto words =
+        std::find_if(std::begin(kOutcomes), std::end(kOutcomes),
+                     [&](const auto& entry) { return entry.outcome == policy.outcome; });
     list.push_back({{"name", policy.name},
                     {"id", policy.id},
                     {"domain", policy.domain},
                     {"domainName", names.domainName(policy.domain)},
-                    {"outcome", words.code},
-                    {"outcomeText", words.sentence}});
+                    {"outcome", words->code},
+                    {"outcomeText", words->sentence}});
   }
   return list;
 }

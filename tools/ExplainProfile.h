@@ -25,9 +25,13 @@ struct ProfileExplanation {
                   Json actions);
 };
 
-// The writers. `domain` is where the policy looked for the profile.
+// The writers. `domain` is where the policy looked for the profile, here and below.
 ProfileExplanation explainAntispam(const ProfileAntiSpam& profile, ngid_t domain,
                                    const Names& names);
+
+// The actions in order, each with its value, its parameters and a sentence.
+nlohmann::ordered_json actionsDocument(const ActionContainer& actions, ngid_t domain,
+                                       const Names& names);
 
 // The profiles that the policy carries, by kind.
 nlohmann::ordered_json profilesDocument(const Policy& policy, ngid_t domain, const Names& names);
