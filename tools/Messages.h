@@ -1,4 +1,4 @@
-// Messages for the administrator on stderr. Each is one line, whatever the input holds.
+// Messages for the administrator on stderr. Each is one line.
 #pragma once
 
 #include <exception>
