@@ -1,4 +1,5 @@
-// What a daemon writes to ask for a decision.
+// How a daemon asks for a decision: attach the store once, choose a policy for each connection and
+// each recipient, read the profiles of the policy.
 //
 //   daemon STORE CLIENT SERVER SENDER RECIPIENT
 #include <cstdio>
@@ -9,42 +10,70 @@
 #include <kestrav/ProfileFactory.h>
 #include <kestrav/platform/config/store/ConfigStore.h>
 
+namespace {
+
 using namespace Kestrav;
 
-int main(int argc, char** argv) try {
-  if (argc != 6)
-    return std::fprintf(stderr, "usage: %s STORE CLIENT SERVER SENDER RECIPIENT\n", argv[0]), 2;
+// When the connection's policy is exclusive, it decides for every recipient.
+PolicyRecipient choosePolicy(const PolicyIPAddress& connection, const EmailAddress& sender,
+                             const EmailAddress& recipient) {
+  if (!connection.isNull() && connection.exclusive()) {
+    return PolicyRecipient(sender, recipient, connection);
+  }
+  return PolicyRecipient(sender, recipient, /*noPolicy=*/false, /*lookupDirection=*/false);
+}
 
-  // Once, before there are other threads.
-  Config::ConfigStore::attach(Config::ConfigStore::open(argv[1]));
+void printAntispam(const ProfileAntiSpam& antispam) {
+  if (antispam.isNull()) {
+    std::puts("no antispam profile");
+    return;
+  }
+  std::printf("antispam profile \"%s\"\n", antispam.name().c_str());
+  if (!antispam.rbl()) return;
+  const ActionContainer& container = antispam.individualAction(CLASSIFIER_RBL);
+  std::printf("when a block list names the client, %zu actions:\n", container.actions().size());
+  for (const Action& action : container.actions()) {
+    std::printf("  action 0x%x\n", action.type());
+  }
+}
+
+int decide(char** argv) {
+  // Once per process, before other threads start.
+  Config::ConfigStore::Options options;
+  options.create = false;  // a wrong path is an error, not an empty store
+  Config::ConfigStore::attach(Config::ConfigStore::open(argv[1], options));
   ProfileFactory::instance();
 
-  // Per connection; the addresses come from the socket.
-  const PolicyIPAddress connection{IPAddress(argv[2]), IPAddress(argv[3])};
+  // Once per connection. A daemon takes the addresses from the socket.
+  const IPAddress client(argv[2]);
+  const IPAddress server(argv[3]);
+  const PolicyIPAddress connection(client, server);
 
-  // Per recipient. An exclusive IP policy leaves no room for recipient policies.
+  // Once per recipient.
   const EmailAddress sender = EmailAddress::rfc5321Parse(argv[4], true);
   const EmailAddress recipient = EmailAddress::rfc5321Parse(argv[5], false);
-  const PolicyRecipient policy = !connection.isNull() && connection.exclusive()
-                                     ? PolicyRecipient(sender, recipient, connection)
-                                     : PolicyRecipient(sender, recipient, false, false);
-  if (policy.isNull()) return std::puts("no policy"), 1;
-
-  std::printf("%s, policy %d\n",
-              policy.direction() == PolicyRecipient::kIncoming ? "incoming" : "outgoing",
-              policy.id());
-  const ProfileAntiSpam& antispam = policy.antispamProfile();
-  if (antispam.isNull()) return std::puts("no antispam profile"), 0;
-  std::printf("antispam profile \"%s\"\n", antispam.name().c_str());
-  if (antispam.rbl()) {
-    std::printf("when a block list names the client, %zu actions:\n",
-                antispam.individualAction(CLASSIFIER_RBL).actions().size());
-    for (const Action& action : antispam.individualAction(CLASSIFIER_RBL).actions()) {
-      std::printf("  action 0x%x\n", action.type());
-    }
+  const PolicyRecipient policy = choosePolicy(connection, sender, recipient);
+  if (policy.isNull()) {
+    std::puts("no policy");
+    return 1;
   }
+  const bool incoming = policy.direction() == PolicyRecipient::kIncoming;
+  std::printf("%s, policy %d\n", incoming ? "incoming" : "outgoing", policy.id());
+  printAntispam(policy.antispamProfile());
   return 0;
-} catch (const std::exception& error) {
-  std::fprintf(stderr, "%s\n", error.what());
-  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 6) {
+    std::fprintf(stderr, "usage: %s STORE CLIENT SERVER SENDER RECIPIENT\n", argv[0]);
+    return 2;
+  }
+  try {
+    return decide(argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
+  }
 }

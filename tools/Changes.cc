@@ -4,15 +4,12 @@
 
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Tables.h"
+#include "tools/JsonText.h"
 
 namespace Kestrav::Tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string asText(const Json& value) {
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 }  // namespace
 
@@ -28,17 +25,8 @@ Change changeOf(const Config::JournalEntry& entry) {
 }
 
 const char* changeText(Change change) {
-  switch (change) {
-    case Change::kAdded:
-      return "added";
-    case Change::kRemoved:
-      return "removed";
-    case Change::kChanged:
-      return "changed";
-    case Change::kMoved:
-      return "moved";
-  }
-  return "";
+  constexpr const char* kTexts[] = {"added", "removed", "changed", "moved"};  // in enum order
+  return kTexts[static_cast<std::size_t>(change)];
 }
 
 nlohmann::ordered_json changeDocument(const Config::JournalEntry& entry, const Names& names,
@@ -62,14 +50,8 @@ nlohmann::ordered_json changeDocument(const Config::JournalEntry& entry, const N
                          ? std::string(table->singular)
                          : recordName(*table, record.data(), entry.id);
   if (change == Change::kChanged) {
-    Json fields = Json::array();
-    for (const FieldChange& field : fieldChanges(
-             *table->type, entry.before.data(), entry.after.data(), entry.domain, names, options)) {
-      fields.push_back({{"field", field.field},
-                        {"from", Json::parse(field.from)},
-                        {"to", Json::parse(field.to)}});
-    }
-    document["fields"] = std::move(fields);
+    document["fields"] = fieldChanges(*table->type, entry.before.data(), entry.after.data(),
+                                      entry.domain, names, options);
   } else if (change != Change::kMoved) {
     document["record"] = recordDocument(*table->type, record.data(), entry.domain, names, options);
   }
@@ -77,23 +59,24 @@ nlohmann::ordered_json changeDocument(const Config::JournalEntry& entry, const N
 }
 
 void printChange(const nlohmann::ordered_json& document, std::ostream& out) {
-  out << document["table"].get<std::string>();
+  out << plain(document["table"]);
   if (document.contains("name")) {
-    out << " \"" << document["name"].get<std::string>() << "\" of "
-        << document["domainName"].get<std::string>();
+    const char* domain = document.contains("domainName") ? "domainName" : "domain";
+    out << " \"" << plain(document["name"]) << "\" of " << plain(document[domain]);
   } else {
     out << " #" << document["id"];
   }
-  out << ": " << document["change"].get<std::string>() << "\n";
+  out << ": " << plain(document["change"]) << "\n";
   if (document.contains("fields")) {
     for (const Json& change : document["fields"]) {
-      out << "  " << change["field"].get<std::string>() << ": " << asText(change["from"]) << " -> "
-          << asText(change["to"]) << "\n";
+      out << "  " << plain(change["field"]) << ": " << compact(change["from"]) << " -> "
+          << compact(change["to"]) << "\n";
     }
   }
   if (document.contains("record")) {
-    for (const auto& [name, value] : document["record"].items())
-      out << "  " << name << ": " << asText(value) << "\n";
+    for (const auto& [name, value] : document["record"].items()) {
+      out << "  " << name << ": " << compact(value) << "\n";
+    }
   }
 }
 

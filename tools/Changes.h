@@ -1,4 +1,4 @@
-// Changes of records as the store's journal keeps them, for `watch` and `load`.
+// Changes of records, as `watch`, `load` and `diff` print them.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -13,12 +13,12 @@ enum class Change { kAdded, kRemoved, kChanged, kMoved };
 Change changeOf(const Config::JournalEntry& entry);
 const char* changeText(Change change);
 
-// Revision, table, domain, name, and which fields changed from what to what; of an added or removed
-// record what it holds.
+// The entry's revision, table, domain and name; of a changed record the fields, from what to what;
+// of an added or removed record its contents.
 nlohmann::ordered_json changeDocument(const Config::JournalEntry& entry, const Names& names,
                                       const RenderOptions& options);
 
-// The document for people.
+// A document of changeDocument() or compare() as text.
 void printChange(const nlohmann::ordered_json& document, std::ostream& out);
 
 }  // namespace Kestrav::Tool

@@ -10,6 +10,8 @@
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Tables.h"
+#include "tools/Changes.h"
+#include "tools/JsonText.h"
 
 namespace Kestrav::Tool {
 namespace {
@@ -18,7 +20,7 @@ using Config::Field;
 using Config::Snapshot;
 using Json = nlohmann::ordered_json;
 
-// A store's configuration domains by the name of the protected domain that owns each.
+// A store's configuration domains by the name of the protected domain that owns them.
 std::map<std::string, ngid_t> domainsByName(const Snapshot& snapshot) {
   std::map<std::string, ngid_t> domains = {{"the system", 0}};
   snapshot.walk(GID_PROTECTED_DOMAIN, 0, [&](const Config::StoredRecord& record) {
@@ -32,21 +34,17 @@ std::map<std::string, ngid_t> domainsByName(const Snapshot& snapshot) {
 }
 
 struct Row {
-  std::string name;   // what it is found by in the other configuration
-  std::string label;  // what it is called; never holds a secret
-  Json fields;        // every field but the numbers, secrets included
+  std::string name;   // identifies the record in the other configuration
+  std::string label;  // for output; never holds a secret
+  Json fields;        // every field except ids, secrets included
 };
 
-std::string asText(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-// What a record without a name is called: what it holds, in one line.
+// The label of a record without a name: its contents on one line.
 std::string summary(const Json& fields) {
   std::string text;
   for (const auto& [name, value] : fields.items()) {
     text += (text.empty() ? "" : ", ") + name + " " +
-            (value.is_string() ? value.get<std::string>() : asText(value));
+            (value.is_string() ? value.get<std::string>() : compact(value));
   }
   return text;
 }
@@ -67,7 +65,7 @@ std::vector<Row> rowsOf(const Snapshot& snapshot, const Config::Table& table, ng
   snapshot.walk(table.gid, domain, [&](const Config::StoredRecord& record) {
     Json fields = document(record, true, true);
     if (table.nameOffset == Config::kNoName) {
-      rows.push_back({asText(fields), summary(document(record, false, false)), std::move(fields)});
+      rows.push_back({compact(fields), summary(document(record, false, false)), std::move(fields)});
     } else {
       const std::string name = recordName(table, record.data(), record.id());
       rows.push_back({name, name, std::move(fields)});
@@ -77,11 +75,11 @@ std::vector<Row> rowsOf(const Snapshot& snapshot, const Config::Table& table, ng
   return rows;
 }
 
-// Which of the numbers, all different, are not part of their longest ascending series: the fewest
-// that have to move for the others to stand in order.
+// Which of the places, all different, are not part of their longest ascending series: the smallest
+// set that has to move so that the others are in order.
 std::vector<bool> movedOf(const std::vector<std::size_t>& places) {
   constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  std::vector<std::size_t> ends;  // of the series of each length, the one that ends lowest
+  std::vector<std::size_t> ends;  // for each length, the lowest last element of such a series
   std::vector<std::size_t> before(places.size(), kNone);
   for (std::size_t i = 0; i < places.size(); ++i) {
     const auto at =
@@ -100,27 +98,25 @@ std::vector<bool> movedOf(const std::vector<std::size_t>& places) {
   return moved;
 }
 
-// Secrets inside embedded records and lists: masked as a whole when any is there.
-bool holdsSecret(const Config::RecordType& type) {
-  return std::any_of(type.fields.begin(), type.fields.end(), [](const Field& field) {
-    return field.secret || (field.element != nullptr && holdsSecret(*field.element));
-  });
+// An embedded record or a list holds a secret when any of its fields does.
+bool holdsSecret(const Field& field) {
+  return field.secret ||
+         (field.element != nullptr &&
+          std::any_of(field.element->fields.begin(), field.element->fields.end(), holdsSecret));
 }
 
-std::vector<FieldChange> changesOf(const Config::RecordType& type, const Json& from, const Json& to,
-                                   const RenderOptions& options) {
-  std::vector<FieldChange> changes;
+// The fields of `to` that differ from those of `from`.
+Json changesOf(const Config::RecordType& type, const Json& from, const Json& to,
+               const RenderOptions& options) {
+  Json changes = Json::array();
   for (const auto& [name, value] : to.items()) {
-    if (from.contains(name) && from[name] == value) continue;
-    const Field* field = nullptr;
-    for (const Field& known : type.fields) {
-      if (known.name == name) field = &known;
-    }
-    const bool secret =
-        field && (field->secret || (field->element && holdsSecret(*field->element)));
-    const bool masked = secret && !options.secrets;
-    const auto text = [&](const Json& json) { return asText(masked ? Json(kMasked) : json); };
-    changes.push_back({name, from.contains(name) ? text(from[name]) : "null", text(value)});
+    const Json before = from.contains(name) ? from[name] : Json();
+    if (from.contains(name) && before == value) continue;
+    const Field* field = Config::findField(type, name);
+    const bool masked = !options.secrets && field != nullptr && holdsSecret(*field);
+    const auto shown = [&](const Json& json) { return masked ? Json(kMasked) : json; };
+    changes.push_back(
+        fieldChange(name, from.contains(name) ? shown(before) : Json(), shown(value)));
   }
   return changes;
 }
@@ -130,7 +126,7 @@ class Comparison {
   Comparison(const Snapshot& from, const Snapshot& to, const RenderOptions& options)
       : from_(from), to_(to), options_(options) {}
 
-  std::vector<Difference> run() {
+  Json run() {
     const auto fromDomains = domainsByName(from_);
     const auto toDomains = domainsByName(to_);
     std::set<std::string> domains;
@@ -155,85 +151,47 @@ class Comparison {
                     const std::vector<Row>& from, const std::vector<Row>& to) {
     std::multimap<std::string_view, std::size_t> left;  // places in `from` without a partner yet
     for (std::size_t i = 0; i < from.size(); ++i) left.emplace(from[i].name, i);
-    const auto report = [&](Difference::Kind kind, const Row& row,
-                            std::vector<FieldChange> fields = {}) {
-      differences_.push_back({kind, std::string(table.key), domain, row.label, std::move(fields)});
+    const auto report = [&](Change change, const Row& row, Json fields = Json::array()) {
+      differences_.push_back({{"change", changeText(change)},
+                              {"table", std::string(table.key)},
+                              {"domain", domain},
+                              {"name", row.label}});
+      if (!fields.empty()) differences_.back()["fields"] = std::move(fields);
     };
     std::vector<const Row*> kept;
-    std::vector<std::size_t> places;  // where each of them stood
+    std::vector<std::size_t> places;  // their places in `from`
     for (const Row& row : to) {
       const auto at = left.find(row.name);
       if (at == left.end()) {
-        report(Difference::Kind::kAdded, row);
+        report(Change::kAdded, row);
         continue;
       }
       kept.push_back(&row);
       places.push_back(at->second);
-      auto fields = changesOf(*table.type, from[at->second].fields, row.fields, options_);
+      Json fields = changesOf(*table.type, from[at->second].fields, row.fields, options_);
       left.erase(at);
-      if (!fields.empty()) report(Difference::Kind::kChanged, row, std::move(fields));
+      if (!fields.empty()) report(Change::kChanged, row, std::move(fields));
     }
     std::set<std::size_t> gone;
     for (const auto& [name, place] : left) gone.insert(place);
-    for (const std::size_t place : gone) report(Difference::Kind::kRemoved, from[place]);
+    for (const std::size_t place : gone) report(Change::kRemoved, from[place]);
     const std::vector<bool> moved = movedOf(places);
     for (std::size_t i = 0; i < kept.size(); ++i) {
-      if (moved[i]) report(Difference::Kind::kMoved, *kept[i]);
+      if (moved[i]) report(Change::kMoved, *kept[i]);
     }
   }
 
   const Snapshot& from_;
   const Snapshot& to_;
   const RenderOptions options_;
-  std::vector<Difference> differences_;
+  Json differences_ = Json::array();
 };
-
-const char* kindText(Difference::Kind kind) {
-  switch (kind) {
-    case Difference::Kind::kAdded:
-      return "added";
-    case Difference::Kind::kRemoved:
-      return "removed";
-    case Difference::Kind::kChanged:
-      return "changed";
-    case Difference::Kind::kMoved:
-      return "moved";
-  }
-  return "";
-}
 
 }  // namespace
 
-std::vector<Difference> compare(const Snapshot& from, const Snapshot& to,
-                                const RenderOptions& options) {
+nlohmann::ordered_json compare(const Snapshot& from, const Snapshot& to,
+                               const RenderOptions& options) {
   return Comparison(from, to, options).run();
-}
-
-void printDifferences(const std::vector<Difference>& differences, std::ostream& out) {
-  for (const Difference& difference : differences) {
-    out << difference.table << " \"" << difference.name << "\" of " << difference.domain << ": "
-        << kindText(difference.kind) << "\n";
-    for (const FieldChange& change : difference.fields) {
-      out << "  " << change.field << ": " << change.from << " -> " << change.to << "\n";
-    }
-  }
-}
-
-nlohmann::ordered_json differencesDocument(const std::vector<Difference>& differences) {
-  Json list = Json::array();
-  for (const Difference& difference : differences) {
-    Json entry = {{"change", kindText(difference.kind)},
-                  {"table", difference.table},
-                  {"domain", difference.domain},
-                  {"name", difference.name}};
-    for (const FieldChange& change : difference.fields) {
-      entry["fields"].push_back({{"field", change.field},
-                                 {"from", Json::parse(change.from)},
-                                 {"to", Json::parse(change.to)}});
-    }
-    list.push_back(std::move(entry));
-  }
-  return list;
 }
 
 }  // namespace Kestrav::Tool

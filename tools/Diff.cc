@@ -1,8 +1,10 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "platform/config/text/Text.h"
+#include "tools/Changes.h"
 #include "tools/Compare.h"
+#include "tools/JsonText.h"
+#include "tools/Messages.h"
 #include "tools/Progress.h"
 #include "tools/Scratch.h"
 
@@ -23,6 +25,11 @@ int diff(const Context& context, const DiffOptions& options) {
       existing.create = false;
       return Config::ConfigStore::open(path, existing);
     }
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error) {
+      context.err << oneLine(path) << ": does not exist; a file, a folder of files or a store\n";
+      return nullptr;
+    }
     return scratch.load(context, {path});
   };
   const auto from = side(options.from);
@@ -31,14 +38,12 @@ int diff(const Context& context, const DiffOptions& options) {
   Progress progress(context);
   progress.stage("comparing");
   const RenderOptions render{.secrets = options.secrets};
-  const std::vector<Difference> differences = compare(from->snapshot(), to->snapshot(), render);
+  const nlohmann::ordered_json differences = compare(from->snapshot(), to->snapshot(), render);
   progress.clear();
   if (options.json) {
-    context.out << differencesDocument(differences)
-                       .dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
-                << "\n";
+    context.out << indented(differences);
   } else {
-    printDifferences(differences, context.out);
+    for (const auto& difference : differences) printChange(difference, context.out);
   }
   return differences.empty() ? kDone : kNo;
 }

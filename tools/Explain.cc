@@ -3,6 +3,7 @@
 
 #include "tools/ExplainModel.h"
 #include "tools/ExplainText.h"
+#include "tools/JsonText.h"
 #include "tools/OpenStore.h"
 #include "tools/Progress.h"
 
@@ -15,13 +16,14 @@ int explain(const Context& context, const ExplainOptions& options) {
   const nlohmann::ordered_json document = explainDocument(*store, options);
   progress.clear();
   if (options.json) {
-    context.out << document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+    context.out << indented(document);
   } else {
     printExplanation(document, context);
   }
-  // No: some recipient gets no policy, or the connection, when none was asked about, gets none.
-  if (document["recipients"].empty())
+  // No: a recipient gets no policy; without recipients, the connection gets none.
+  if (document["recipients"].empty()) {
     return document["connection"]["policy"].is_null() ? kNo : kDone;
+  }
   for (const auto& recipient : document["recipients"]) {
     if (recipient["policy"].is_null()) return kNo;
   }

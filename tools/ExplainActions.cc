@@ -1,9 +1,9 @@
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "Action.h"
-#include "ProfileFactory.h"
 #include "platform/parser/Rfc2047.h"
-#include "tools/ExplainModel.h"
+#include "tools/ExplainProfile.h"
 
 namespace Kestrav::Tool {
 namespace {
@@ -15,7 +15,7 @@ std::string quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
 
-// The rewriter is a template: what it does is shown on an address.
+// What the rewriter makes of an example address.
 std::string rewritten(const EmailAddressRewriter& rewriter) {
   const EmailAddress example = EmailAddress::rfc5321Parse("local@domain.example", false);
   try {
@@ -25,50 +25,54 @@ std::string rewritten(const EmailAddressRewriter& rewriter) {
   }
 }
 
+// The name of a record, quoted.
 std::string named(const Names& names, G_CLI_GID gid, ngid_t domain, std::uint32_t id) {
   const auto found = names.find(gid, domain, id);
   return found ? quoted(found->name) : "#" + std::to_string(id) + ", which does not exist";
 }
 
-// The parameters of one action, and the sentence that says what it does.
+// One action: its kind and parameters for programs, a sentence for people.
 Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
   Json document = {{"type", action.type()}};
-  const auto say = [&](const char* kind, std::string sentence, Json parameters = Json::object()) {
+  const auto entry = [&](const char* kind, const std::string& sentence,
+                         const Json& parameters = Json::object()) {
     document["kind"] = kind;
     document.update(parameters);
-    document["text"] = std::move(sentence);
+    document["text"] = sentence;
     return document;
   };
   switch (action.type()) {
     case Types::kHeaderTag:
-      return say("header", "insert the header " + quoted(action.headerTag().asString()),
-                 {{"name", action.headerTag().name()}, {"value", action.headerTag().value()}});
+      return entry("header", "insert the header " + quoted(action.headerTag().asString()),
+                   {{"name", action.headerTag().name()}, {"value", action.headerTag().value()}});
     case Types::kSubjectTag: {
       const std::string decoded = vexa_decode_rfc2047(action.subjectTag());
-      return say("subject",
-                 "tag the subject with " + quoted(decoded) + ", sent as " + action.subjectTag(),
-                 {{"tag", action.subjectTag()}, {"decoded", decoded}});
+      return entry("subject",
+                   "tag the subject with " + quoted(decoded) + ", sent as " + action.subjectTag(),
+                   {{"tag", action.subjectTag()}, {"decoded", decoded}});
     }
-    case Types::kRewriteAddress:
-      return say("rewrite-recipient",
-                 "rewrite the recipient: local@domain.example becomes " +
-                     rewritten(action.addressRewriter()),
-                 {{"example", rewritten(action.addressRewriter())}});
+    case Types::kRewriteAddress: {
+      const std::string example = rewritten(action.addressRewriter());
+      return entry("rewrite-recipient",
+                   "rewrite the recipient: local@domain.example becomes " + example,
+                   {{"example", example}});
+    }
     case Types::kSystemQuarantine: {
       const std::uint32_t id = action.systemquarantineFolderId();
-      return say("system-quarantine",
-                 "quarantine it in the folder " + named(names, GID_QUARANTINE_FOLDER, 0, id),
-                 {{"folder", id}});
+      return entry("system-quarantine",
+                   "quarantine it in the folder " + named(names, GID_QUARANTINE_FOLDER, 0, id),
+                   {{"folder", id}});
     }
     case Types::kEncrypt: {
       const std::uint32_t id = action.encryptionProfileId();
-      return say("encrypt",
-                 "encrypt it with the profile " + named(names, GID_ENCRYPTION_PROFILE, domain, id),
-                 {{"profile", id}});
+      return entry(
+          "encrypt",
+          "encrypt it with the profile " + named(names, GID_ENCRYPTION_PROFILE, domain, id),
+          {{"profile", id}});
     }
     case Types::kAlternateHost:
-      return say("alternate-host", "deliver it to the host " + quoted(action.alternateHost()),
-                 {{"host", action.alternateHost()}});
+      return entry("alternate-host", "deliver it to the host " + quoted(action.alternateHost()),
+                   {{"host", action.alternateHost()}});
     case Types::kBlindCopy: {
       Json recipients = Json::array();
       std::string list;
@@ -76,28 +80,28 @@ Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
         recipients.push_back(address.address());
         list += (list.empty() ? "" : ", ") + address.address();
       }
-      return say("blind-copy", "send a blind copy to " + list, {{"recipients", recipients}});
+      return entry("blind-copy", "send a blind copy to " + list, {{"recipients", recipients}});
     }
     case Types::kArchive:
-      return say("archive",
-                 "archive it for the account #" + std::to_string(action.archiveRecipientId()),
-                 {{"recipient", action.archiveRecipientId()}});
+      return entry("archive",
+                   "archive it for the account #" + std::to_string(action.archiveRecipientId()),
+                   {{"recipient", action.archiveRecipientId()}});
     case Types::kNotify: {
       const std::uint32_t id = action.notificationProfileId();
-      return say("notify",
-                 "notify by the profile " + named(names, GID_NOTIFICATION_PROFILE, domain, id),
-                 {{"profile", id}});
+      return entry("notify",
+                   "send the notification " + named(names, GID_NOTIFICATION_PROFILE, domain, id),
+                   {{"profile", id}});
     }
     case Types::kDisposition1:
-      return say("disposition-1", "discard it");
+      return entry("discard", "discard it");
     case Types::kDisposition2:
-      return say("disposition-2", "reject it");
+      return entry("reject", "reject it");
     case Types::kDisposition4:
-      return say("disposition-4", "quarantine it for the recipient");
+      return entry("personal-quarantine", "quarantine it for the recipient");
     default: {
       char value[16];
       std::snprintf(value, sizeof value, "0x%x", action.type());
-      return say("other", std::string("do what the daemons do for action ") + value);
+      return entry("other", std::string("do what the daemons do for action ") + value);
     }
   }
 }
@@ -107,8 +111,9 @@ Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
 nlohmann::ordered_json actionsDocument(const ActionContainer& actions, ngid_t domain,
                                        const Names& names) {
   Json list = Json::array();
-  for (const Action& action : actions.actions())
+  for (const Action& action : actions.actions()) {
     list.push_back(actionDocument(action, domain, names));
+  }
   return list;
 }
 

@@ -1,41 +1,60 @@
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "ProfileAntiSpam.h"
-#include "tools/ExplainModel.h"
+#include "tools/ExplainProfile.h"
 
 namespace Kestrav::Tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct Switch {
+template <bool (ProfileAntiSpam::*kAccessor)() const>
+bool on(const ProfileAntiSpam& profile) {
+  return (profile.*kAccessor)();
+}
+
+struct Classifier {
   const char* name;
-  bool (ProfileAntiSpam::*on)() const;
+  ClassifierType type;
+  bool (*on)(const ProfileAntiSpam&);
 };
 
-constexpr Switch kScanners[] = {
-    {"heuristic", &ProfileAntiSpam::heuristic},
-    {"bayesian", &ProfileAntiSpam::bayesian},
-    {"cloud", &ProfileAntiSpam::norbexAntiSpam},
-    {"rbl", &ProfileAntiSpam::rbl},
-    {"surbl", &ProfileAntiSpam::surbl},
-    {"deep-header", &ProfileAntiSpam::deepHeader},
-    {"banned-words", &ProfileAntiSpam::bannedWord},
+constexpr Classifier kClassifiers[] = {
+    {"rbl", CLASSIFIER_RBL, on<&ProfileAntiSpam::rbl>},
+    {"surbl", CLASSIFIER_SURBL, on<&ProfileAntiSpam::surbl>},
+    {"cloud", CLASSIFIER_NORBEX_ANTISPAM, on<&ProfileAntiSpam::norbexAntiSpam>},
+    {"bayesian", CLASSIFIER_BAYESIAN, on<&ProfileAntiSpam::bayesian>},
+    {"heuristic", CLASSIFIER_HEURISTIC, on<&ProfileAntiSpam::heuristic>},
+    {"dictionary", CLASSIFIER_DICTIONARY, on<&ProfileAntiSpam::dictionary>},
+    {"banned-words", CLASSIFIER_BANNED_WORD, on<&ProfileAntiSpam::bannedWord>},
+    {"deep-header", CLASSIFIER_DEEP_HEADER, on<&ProfileAntiSpam::deepHeader>},
+    {"image-spam", CLASSIFIER_IMAGE_SPAM, on<&ProfileAntiSpam::imageSpam>},
+    {"spf-failure", CLASSIFIER_SPF_FAILURE, on<&ProfileAntiSpam::spfFailureSpam>},
+    {"cloud-extended", CLASSIFIER_NORBEX_OPTION,
+     [](const ProfileAntiSpam& profile) {
+       return profile.norbexAntiSpam() && profile.norbexAntiSpamSettings().extendedCheck;
+     }},
+    {"cloud-uri-category", CLASSIFIER_NORBEX_URI_CATEGORY,
+     [](const ProfileAntiSpam& profile) {
+       return profile.norbexAntiSpam() && profile.norbexAntiSpamSettings().uriCategoryCheck;
+     }},
+    {"suspicious-newsletter", CLASSIFIER_NEWSLETTER_SUSPICIOUS,
+     on<&ProfileAntiSpam::newsLetterSuspicious>},
+    {"behavior", CLASSIFIER_BEHAVIOR, on<&ProfileAntiSpam::behavior>},
+    {"newsletter", CLASSIFIER_NEWSLETTER, on<&ProfileAntiSpam::newsLetter>},
+    {"dmarc", CLASSIFIER_DMARC, on<&ProfileAntiSpam::dmarc>},
+};
+
+// Scanners without a verdict of their own.
+constexpr ProfileSwitch<ProfileAntiSpam> kOtherScanners[] = {
     {"white-words", &ProfileAntiSpam::whitelistWord},
-    {"dictionary", &ProfileAntiSpam::dictionary},
-    {"image-spam", &ProfileAntiSpam::imageSpam},
-    {"behavior", &ProfileAntiSpam::behavior},
     {"spam-outbreak", &ProfileAntiSpam::spamOutBreak},
     {"grey-list", &ProfileAntiSpam::greyList},
-    {"spf-failure", &ProfileAntiSpam::spfFailureSpam},
-    {"newsletter", &ProfileAntiSpam::newsLetter},
-    {"suspicious-newsletter", &ProfileAntiSpam::newsLetterSuspicious},
-    {"dmarc", &ProfileAntiSpam::dmarc},
     {"system-list", &ProfileAntiSpam::systemList},
     {"user-list", &ProfileAntiSpam::userList},
 };
 
-constexpr Switch kOptions[] = {
+constexpr ProfileSwitch<ProfileAntiSpam> kOptions[] = {
     {"bypass-scan-on-auth", &ProfileAntiSpam::bypassScanOnAuth},
     {"outgoing", &ProfileAntiSpam::isOutgoing},
     {"default-action-for-all-messages", &ProfileAntiSpam::applyDefaultActionToAllMessages},
@@ -45,52 +64,8 @@ constexpr Switch kOptions[] = {
     {"quarantine-release-whitelists-sender", &ProfileAntiSpam::quarantineWhitelistSender},
 };
 
-struct Classifier {
-  const char* name;
-  ClassifierType type;
-  bool (ProfileAntiSpam::*on)() const;
-  bool (*alsoOn)(const ProfileAntiSpam&);  // null: the scanner's switch is all
-};
-
-bool extendedCheck(const ProfileAntiSpam& profile) {
-  return profile.norbexAntiSpamSettings().extendedCheck;
-}
-bool uriCheck(const ProfileAntiSpam& profile) {
-  return profile.norbexAntiSpamSettings().uriCategoryCheck;
-}
-
-constexpr Classifier kClassifiers[] = {
-    {"rbl", CLASSIFIER_RBL, &ProfileAntiSpam::rbl, nullptr},
-    {"surbl", CLASSIFIER_SURBL, &ProfileAntiSpam::surbl, nullptr},
-    {"cloud", CLASSIFIER_NORBEX_ANTISPAM, &ProfileAntiSpam::norbexAntiSpam, nullptr},
-    {"bayesian", CLASSIFIER_BAYESIAN, &ProfileAntiSpam::bayesian, nullptr},
-    {"heuristic", CLASSIFIER_HEURISTIC, &ProfileAntiSpam::heuristic, nullptr},
-    {"dictionary", CLASSIFIER_DICTIONARY, &ProfileAntiSpam::dictionary, nullptr},
-    {"banned-words", CLASSIFIER_BANNED_WORD, &ProfileAntiSpam::bannedWord, nullptr},
-    {"deep-header", CLASSIFIER_DEEP_HEADER, &ProfileAntiSpam::deepHeader, nullptr},
-    {"image-spam", CLASSIFIER_IMAGE_SPAM, &ProfileAntiSpam::imageSpam, nullptr},
-    {"spf-failure", CLASSIFIER_SPF_FAILURE, &ProfileAntiSpam::spfFailureSpam, nullptr},
-    {"cloud-extended", CLASSIFIER_NORBEX_OPTION, &ProfileAntiSpam::norbexAntiSpam, extendedCheck},
-    {"cloud-uri-category", CLASSIFIER_NORBEX_URI_CATEGORY, &ProfileAntiSpam::norbexAntiSpam,
-     uriCheck},
-    {"suspicious-newsletter", CLASSIFIER_NEWSLETTER_SUSPICIOUS,
-     &ProfileAntiSpam::newsLetterSuspicious, nullptr},
-    {"behavior", CLASSIFIER_BEHAVIOR, &ProfileAntiSpam::behavior, nullptr},
-    {"newsletter", CLASSIFIER_NEWSLETTER, &ProfileAntiSpam::newsLetter, nullptr},
-    {"dmarc", CLASSIFIER_DMARC, &ProfileAntiSpam::dmarc, nullptr},
-};
-
-template <std::size_t N>
-Json switchesOn(const ProfileAntiSpam& profile, const Switch (&switches)[N]) {
-  Json list = Json::array();
-  for (const Switch& entry : switches) {
-    if ((profile.*entry.on)()) list.push_back(entry.name);
-  }
-  return list;
-}
-
-// The settings of what is on, and those that hold always.
-Json settingsDocument(const ProfileAntiSpam& profile) {
+// Settings of scanners that are off are left out.
+Json settingsOf(const ProfileAntiSpam& profile) {
   Json settings = {{"max-scan-size-bytes", profile.maxScanSize()}};
   if (profile.heuristic()) {
     const HeuristicSettings& values = profile.heuristicSettings();
@@ -135,35 +110,24 @@ Json settingsDocument(const ProfileAntiSpam& profile) {
 
 }  // namespace
 
-nlohmann::ordered_json antispamDocument(const ProfileAntiSpam& profile, ngid_t domain,
-                                        const Names& names) {
-  const auto id = static_cast<std::uint32_t>(profile.id());
-  const auto found = names.find(GID_ANTISPAM_PROFILE, domain, id);
-  const ngid_t recordDomain = found ? found->domain : domain;
-  Json document = {{"name", profile.name()},
-                   {"record",
-                    {{"table", "antispam-profiles"},
-                     {"gid", static_cast<unsigned>(GID_ANTISPAM_PROFILE)},
-                     {"domain", recordDomain},
-                     {"domainName", names.domainName(recordDomain)},
-                     {"id", id}}},
-                   {"messageParseType", profile.messageParseType()},
-                   {"scanners", switchesOn(profile, kScanners)},
-                   {"options", switchesOn(profile, kOptions)},
-                   {"settings", settingsDocument(profile)}};
-  Json verdicts = Json::array();
+ProfileExplanation explainAntispam(const ProfileAntiSpam& profile, ngid_t domain,
+                                   const Names& names) {
+  ProfileExplanation explanation;
+  Json scanners = Json::array();
   for (const Classifier& classifier : kClassifiers) {
-    if (!(profile.*classifier.on)() || (classifier.alsoOn && !classifier.alsoOn(profile))) continue;
+    if (!classifier.on(profile)) continue;
+    scanners.push_back(classifier.name);
     const ActionContainer& actions = profile.individualAction(classifier.type);
-    const bool isDefault = actions == profile.actions();
-    verdicts.push_back({{"classifier", classifier.name},
-                        {"number", static_cast<int>(classifier.type)},
-                        {"default", isDefault},
-                        {"actions", actionsDocument(actions, domain, names)}});
+    explanation.addVerdict(classifier.name, classifier.type,
+                           std::string(classifier.name) + " says spam",
+                           actions == profile.actions(), actionsDocument(actions, domain, names));
   }
-  document["verdicts"] = std::move(verdicts);
-  document["defaultActions"] = actionsDocument(profile.actions(), domain, names);
-  return document;
+  for (Json& name : switchesOn(profile, kOtherScanners)) scanners.push_back(std::move(name));
+  explanation.switches = {{"scanners", std::move(scanners)},
+                          {"options", switchesOn(profile, kOptions)}};
+  explanation.settings = settingsOf(profile);
+  explanation.defaultActions = actionsDocument(profile.actions(), domain, names);
+  return explanation;
 }
 
 }  // namespace Kestrav::Tool

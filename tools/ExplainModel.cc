@@ -1,6 +1,9 @@
 #include "tools/ExplainModel.h"
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
@@ -8,9 +11,12 @@
 #include "config/ServerCache.h"
 #include "platform/common/IPAddress.h"
 #include "platform/config/match/PolicySelection.h"
+#include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/Tables.h"
 #include "platform/config/store/StatusArea.h"
 #include "platform/parser/EmailAddress.h"
+#include "tools/ExplainProfile.h"
 
 namespace Kestrav::Tool {
 namespace {
@@ -19,73 +25,81 @@ using Json = nlohmann::ordered_json;
 using Config::Considered;
 using Config::Outcome;
 
-const char* outcomeText(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::kWon:
-      return "chosen";
-    case Outcome::kDisabled:
-      return "disabled";
-    case Outcome::kInvalid:
-      return "its rules do not compile";
-    case Outcome::kClient:
-      return "the client's address does not match";
-    case Outcome::kServer:
-      return "the server's address does not match";
-    case Outcome::kSender:
-      return "the sender does not match";
-    case Outcome::kRecipient:
-      return "the recipient does not match";
-    case Outcome::kNotReached:
-      return "stands behind the chosen one";
-  }
-  return "";
-}
+// The code is for programs; it stays when the sentence changes.
+constexpr struct {
+  Outcome outcome;
+  const char* code;
+  const char* sentence;
+} kOutcomes[] = {
+    {Outcome::kWon, "chosen", "chosen"},
+    {Outcome::kDisabled, "disabled", "disabled"},
+    {Outcome::kInvalid, "invalid", "its rules do not compile"},
+    {Outcome::kClient, "client-mismatch", "the client's address does not match"},
+    {Outcome::kServer, "server-mismatch", "the server's address does not match"},
+    {Outcome::kSender, "sender-mismatch", "the sender does not match"},
+    {Outcome::kRecipient, "recipient-mismatch", "the recipient does not match"},
+    {Outcome::kNotReached, "not-reached", "not reached because an earlier policy was chosen"},
+};
 
 Json consideredDocument(const std::vector<Considered>& considered, const Names& names) {
   Json list = Json::array();
   for (const Considered& policy : considered) {
+    const auto words =
+        std::find_if(std::begin(kOutcomes), std::end(kOutcomes),
+                     [&](const auto& entry) { return entry.outcome == policy.outcome; });
     list.push_back({{"name", policy.name},
                     {"id", policy.id},
                     {"domain", policy.domain},
                     {"domainName", names.domainName(policy.domain)},
-                    {"outcome", outcomeText(policy.outcome)}});
+                    {"outcome", words->code},
+                    {"outcomeText", words->sentence}});
   }
   return list;
 }
 
-Json accessDocument(const AuthenticationAndAccess& access) {
-  return {{"authFlag1", access.authFlag1},
-          {"authFlag2", access.authFlag2},
-          {"authFlag3", access.authFlag3},
-          {"authValue", access.authValue}};
-}
-
-// A kind that a record names but a policy does not carry yet.
-struct NamedProfile {
-  const char* kind;
-  G_CLI_GID gid;
-  std::uint32_t id;
-};
-
-Json namedProfiles(std::initializer_list<NamedProfile> profiles, ngid_t domain,
-                   const Names& names) {
+// The profiles that a policy's record names; a policy need not carry them.
+Json namedProfiles(const Config::RecordType& type, const void* record, const Json& carried,
+                   ngid_t domain, const Names& names) {
   Json list = Json::array();
-  for (const NamedProfile& profile : profiles) {
-    if (profile.id == 0) continue;
-    const auto found = names.find(profile.gid, domain, profile.id);
-    Json entry = {{"kind", profile.kind}, {"id", profile.id}, {"found", found.has_value()}};
-    if (found) entry.update({{"name", found->name}, {"domain", found->domain}});
-    list.push_back(std::move(entry));
+  for (const Config::Field& field : type.fields) {
+    // References that belong to a criterion name groups.
+    if (field.kind != Config::Kind::kReference || !field.part.empty()) continue;
+    const auto id = static_cast<std::uint32_t>(Config::readNumber(field, record));
+    if (id == 0) continue;
+    const auto found = names.find(field.target, domain, id);
+    const bool isCarried = std::any_of(carried.begin(), carried.end(), [&](const Json& profile) {
+      return profile["record"]["gid"] == static_cast<unsigned>(field.target);
+    });
+    list.push_back({{"kind", std::string(field.name)},
+                    {"id", id},
+                    {"found", found.has_value()},
+                    {"carried", isCarried}});
+    if (found) list.back().update({{"name", found->name}, {"domain", found->domain}});
   }
   return list;
 }
 
-Json profilesDocument(const Policy& policy, ngid_t domain, const Names& names) {
-  Json profiles = Json::object();
-  if (!policy.antispamProfile().isNull()) {
-    profiles["antispam"] = antispamDocument(policy.antispamProfile(), domain, names);
-  }
-  return profiles;
+// `own`: what only this kind of policy has. `record` is of table `gid`; null for a policy that was
+// derived from another one. `domain` is where profiles are looked for.
+Json policyDocument(const Policy& policy, const Json& own, G_CLI_GID gid, const void* record,
+                    ngid_t domain, const Names& names) {
+  const auto id = static_cast<std::uint32_t>(policy.id());
+  Json document = {{"id", policy.id()},
+                   {"name", record == nullptr ? "" : names.nameOf(gid, policy.ngid(), id)},
+                   {"ngid", policy.ngid()}};
+  document.update(own);
+  const AuthenticationAndAccess& access = policy.authenticationAndAccess();
+  document["access"] = {{"authFlag1", access.authFlag1},
+                        {"authFlag2", access.authFlag2},
+                        {"authFlag3", access.authFlag3},
+                        {"authValue", access.authValue}};
+  document["messageParsingRequired"] = policy.messageParsingRequired();
+  Json profiles = profilesDocument(policy, domain, names);
+  document["named"] = record == nullptr ? Json::array()
+                                        : namedProfiles(*Config::findTable(gid)->type, record,
+                                                        profiles, domain, names);
+  document["profiles"] = std::move(profiles);
+  return document;
 }
 
 Json connectionDocument(const IPAddress& client, const IPAddress& server,
@@ -97,21 +111,8 @@ Json connectionDocument(const IPAddress& client, const IPAddress& server,
   if (policy.isNull() || !matched) {
     document["policy"] = nullptr;
   } else {
-    document["policy"] = {
-        {"id", policy.id()},
-        {"name", names.nameOf(GID_IP_POLICY, 0, static_cast<std::uint32_t>(policy.id()))},
-        {"ngid", policy.ngid()},
-        {"exclusive", policy.exclusive()},
-        {"access", accessDocument(policy.authenticationAndAccess())},
-        {"messageParsingRequired", policy.messageParsingRequired()},
-        {"named", namedProfiles({{"antispam", GID_ANTISPAM_PROFILE, record.antispam_profile},
-                                 {"antivirus", GID_ANTIVIRUS_PROFILE, record.antivirus_profile},
-                                 {"content", GID_CONTENT_PROFILE, record.content_profile},
-                                 {"dlp", GID_DLP_PROFILE, record.dlp_profile},
-                                 {"session", GID_SESSION_PROFILE,
-                                  static_cast<std::uint32_t>(record.session_profile)}},
-                                0, names)},
-        {"profiles", profilesDocument(policy, 0, names)}};
+    document["policy"] = policyDocument(policy, {{"exclusive", policy.exclusive()}}, GID_IP_POLICY,
+                                        &record, 0, names);
   }
   document["considered"] = consideredDocument(considered, names);
   return document;
@@ -135,25 +136,30 @@ Direction directionOf(const EmailAddress& recipient, const Names& names) {
   return {true, domain, why};
 }
 
+// Names the option in the message when its value cannot be parsed.
+template <class Parse>
+auto parsed(const char* option, const Parse& parse) {
+  try {
+    return parse();
+  } catch (const Exception& error) {
+    throw Exception(option, error.code()).cause(error);
+  }
+}
+
 Json recipientDocument(const EmailAddress& sender, const std::string& text,
                        const PolicyIPAddress& connection, const Names& names) {
-  const EmailAddress recipient = EmailAddress::rfc5321Parse(text, false);
+  const EmailAddress recipient =
+      parsed("--rcpt", [&] { return EmailAddress::rfc5321Parse(text, false); });
   const Direction direction = directionOf(recipient, names);
   Json document = {{"recipient", recipient.address()},
                    {"direction", direction.incoming ? "incoming" : "outgoing"},
                    {"directionWhy", direction.why}};
 
-  // As a daemon does: an exclusive IP policy leaves no room for recipient policies.
+  // As a daemon does: with an exclusive IP policy no recipient policy is chosen.
   if (!connection.isNull() && connection.exclusive()) {
     const PolicyRecipient policy(sender, recipient, connection);
     document["from"] = "ip-policy";
-    document["policy"] = {{"id", policy.id()},
-                          {"name", ""},
-                          {"ngid", policy.ngid()},
-                          {"access", accessDocument(policy.authenticationAndAccess())},
-                          {"messageParsingRequired", policy.messageParsingRequired()},
-                          {"named", Json::array()},
-                          {"profiles", profilesDocument(policy, 0, names)}};
+    document["policy"] = policyDocument(policy, Json::object(), GID_IP_POLICY, nullptr, 0, names);
     document["considered"] = Json::array();
     return document;
   }
@@ -170,20 +176,10 @@ Json recipientDocument(const EmailAddress& sender, const std::string& text,
     document["policy"] = nullptr;
   } else {
     const G_CLI_GID table = direction.incoming ? GID_INCOMING_POLICY : GID_OUTGOING_POLICY;
-    document["policy"] = {
-        {"id", policy.id()},
-        {"name", names.nameOf(table, policy.ngid(), static_cast<std::uint32_t>(policy.id()))},
-        {"ngid", policy.ngid()},
-        {"domainName", names.domainName(policy.ngid())},
-        {"policyDomain", policy.policyDomain()},
-        {"access", accessDocument(policy.authenticationAndAccess())},
-        {"messageParsingRequired", policy.messageParsingRequired()},
-        {"named", namedProfiles({{"antispam", GID_ANTISPAM_PROFILE, record.antispam_profile},
-                                 {"antivirus", GID_ANTIVIRUS_PROFILE, record.antivirus_profile},
-                                 {"content", GID_CONTENT_PROFILE, record.content_profile},
-                                 {"dlp", GID_DLP_PROFILE, record.dlp_profile}},
-                                direction.domain, names)},
-        {"profiles", profilesDocument(policy, direction.domain, names)}};
+    document["policy"] = policyDocument(
+        policy,
+        {{"domainName", names.domainName(policy.ngid())}, {"policyDomain", policy.policyDomain()}},
+        table, &record, direction.domain, names);
   }
   document["considered"] = consideredDocument(considered, names);
   return document;
@@ -192,13 +188,14 @@ Json recipientDocument(const EmailAddress& sender, const std::string& text,
 }  // namespace
 
 nlohmann::ordered_json explainDocument(Config::ConfigStore& store, const ExplainOptions& options) {
-  const Config::Snapshot snapshot = store.snapshot();  // all that follows is of this revision
+  const Config::Snapshot snapshot = store.snapshot();  // pins the revision of all answers
   const Names names(snapshot);
   ProfileFactory::instance();
 
-  const IPAddress client(options.client);
-  const IPAddress server(options.server);
-  const EmailAddress sender = EmailAddress::rfc5321Parse(options.sender, true);
+  const IPAddress client = parsed("--client", [&] { return IPAddress(options.client); });
+  const IPAddress server = parsed("--server", [&] { return IPAddress(options.server); });
+  const EmailAddress sender =
+      parsed("--from", [&] { return EmailAddress::rfc5321Parse(options.sender, true); });
   const PolicyIPAddress connection(client, server);
 
   Json document = {{"revision", snapshot.revision()},

@@ -5,12 +5,15 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "tools/JsonText.h"
+
 namespace Kestrav::Tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::ptrdiff_t kLongestRun = 20;  // of policies with the same outcome that are all named
+// A run: consecutive policies with the same outcome.
+constexpr std::ptrdiff_t kLongestRun = 20;  // up to here every policy is named
 constexpr std::ptrdiff_t kNamedOfLongRun = 10;
 
 class Printer {
@@ -20,42 +23,39 @@ class Printer {
   void document(const Json& document) {
     out_ << "revision " << document["revision"].get<std::uint64_t>() << "\n";
     if (!document["contentInspection"].get<bool>()) {
-      out_ << "content inspection is switched off: no policy carries inspection profiles\n";
+      out_ << "content inspection is off: no inspection profile is in effect\n";
     }
     const Json& connection = document["connection"];
-    heading("connection from " + text(connection["client"]) + " to " + text(connection["server"]));
+    heading("connection from " + plain(connection["client"]) + " to " +
+            plain(connection["server"]));
     policy(connection["policy"], "IP policy");
     considered(connection["considered"], "IP policies");
     if (!connection["policy"].is_null()) profiles(connection["policy"]);
 
-    const std::string sender = document["sender"].is_null() ? "<>" : text(document["sender"]);
+    const std::string sender = document["sender"].is_null() ? "<>" : plain(document["sender"]);
     for (const Json& recipient : document["recipients"]) {
-      heading("recipient " + text(recipient["recipient"]) + ", sender " + sender);
-      line(1) << text(recipient["direction"]) << ": " << text(recipient["directionWhy"]) << "\n";
+      heading("recipient " + plain(recipient["recipient"]) + ", sender " + sender);
+      line(1) << plain(recipient["direction"]) << ": " << plain(recipient["directionWhy"]) << "\n";
       if (recipient["from"] == "ip-policy") {
-        line(1) << "the connection's policy is exclusive and is used for the recipient too\n";
+        line(1) << "the connection's policy is exclusive and applies to the recipient, too\n";
       } else {
-        policy(recipient["policy"], text(recipient["direction"]) + " policy");
-        considered(recipient["considered"], text(recipient["direction"]) + " policies");
+        policy(recipient["policy"], plain(recipient["direction"]) + " policy");
+        considered(recipient["considered"], plain(recipient["direction"]) + " policies");
       }
       if (!recipient["policy"].is_null()) profiles(recipient["policy"]);
     }
   }
 
  private:
-  static std::string text(const Json& value) {
-    return value.is_string() ? value.get<std::string>()
-                             : value.dump(-1, ' ', false, Json::error_handler_t::replace);
-  }
-
-  // A value on one line: lists joined by commas, maps as "name value".
+  // Any value on one line: lists joined by commas, maps as "name value", inner ones in parentheses.
   static std::string flat(const Json& value) {
-    if (!value.is_structured())
-      return value.is_boolean() ? (value.get<bool>() ? "on" : "off") : text(value);
+    if (value.empty()) return "none";
+    if (!value.is_structured()) return plain(value);
     std::string joined;
     for (const auto& [key, entry] : value.items()) {
       if (!joined.empty()) joined += ", ";
-      joined += value.is_object() ? key + " " + flat(entry) : flat(entry);
+      if (value.is_object()) joined += key + " ";
+      joined += entry.is_structured() ? "(" + flat(entry) + ")" : flat(entry);
     }
     return joined;
   }
@@ -73,9 +73,9 @@ class Printer {
       line(1) << strong("no " + kind + " matches") << "\n";
       return;
     }
-    line(1) << kind << " " << strong("\"" + text(policy["name"]) + "\"") << ", id "
-            << text(policy["id"]) << ", ngid " << text(policy["ngid"]);
-    if (policy.contains("domainName")) out_ << ", of " << text(policy["domainName"]);
+    line(1) << kind << " " << strong("\"" + plain(policy["name"]) + "\"") << ", id "
+            << plain(policy["id"]) << ", ngid " << plain(policy["ngid"]);
+    if (policy.contains("domainName")) out_ << ", of " << plain(policy["domainName"]);
     if (policy.contains("exclusive") && policy["exclusive"].get<bool>()) out_ << ", exclusive";
     out_ << "\n";
     line(2) << "access: " << flat(policy["access"]) << "\n";
@@ -95,48 +95,52 @@ class Printer {
     }
   }
 
-  // Policies with the same outcome, one after the other; of very many only the first are named.
   void run(Json::const_iterator from, Json::const_iterator to) {
     const auto length = std::distance(from, to);
     const auto named = length > kLongestRun ? kNamedOfLongRun : length;
-    const std::string outcome = text((*from)["outcome"]);
+    const char* bullet = (*from)["outcome"] == "chosen" ? "* " : "- ";
+    const std::string outcome = plain((*from)["outcomeText"]);
     for (const auto end = from + named; from != end; ++from) {
-      line(2) << (outcome == "chosen" ? "* " : "- ") << "\"" << text((*from)["name"]) << "\" of "
-              << text((*from)["domainName"]) << ": " << outcome << "\n";
+      line(2) << bullet << "\"" << plain((*from)["name"]) << "\" of "
+              << plain((*from)["domainName"]) << ": " << outcome << "\n";
     }
     if (from != to) line(2) << "- " << std::distance(from, to) << " more: " << outcome << "\n";
   }
 
   void profiles(const Json& policy) {
     for (const Json& named : policy["named"]) {
-      if (policy["profiles"].contains(text(named["kind"]))) continue;
-      line(1) << text(named["kind"]) << " profile ";
+      if (named["carried"].get<bool>()) continue;
+      line(1) << plain(named["kind"]) << " profile ";
       if (named["found"].get<bool>()) {
-        out_ << "\"" << text(named["name"]) << "\" (id " << text(named["id"])
-             << ") is named and not carried\n";
+        out_ << "\"" << plain(named["name"]) << "\" (id " << plain(named["id"])
+             << ") is configured but not in effect\n";
       } else {
-        out_ << "#" << text(named["id"]) << " is named and does not exist\n";
+        out_ << "#" << plain(named["id"]) << " is configured but does not exist\n";
       }
     }
-    for (const auto& [kind, profile] : policy["profiles"].items()) antispam(kind, profile);
+    for (const auto& [kind, profile] : policy["profiles"].items()) this->profile(kind, profile);
   }
 
-  void antispam(const std::string& kind, const Json& profile) {
-    line(1) << kind << " profile " << strong("\"" + text(profile["name"]) + "\"") << ", from "
-            << text(profile["record"]["table"]) << " of " << text(profile["record"]["domainName"])
-            << ", id " << text(profile["record"]["id"]) << "\n";
-    line(2) << "scanners on: " << flat(profile["scanners"]) << "\n";
-    if (!profile["options"].empty()) line(2) << "options on: " << flat(profile["options"]) << "\n";
+  // Of any kind.
+  void profile(const std::string& kind, const Json& profile) {
+    const Json& record = profile["record"];
+    line(1) << kind << " profile " << strong("\"" + plain(profile["name"]) + "\"") << ", from "
+            << plain(record["table"]) << " of " << plain(record["domainName"]) << ", id "
+            << plain(record["id"]) << "\n";
+    for (const auto& [group, on] : profile["switches"].items()) {
+      if (!on.empty()) line(2) << group << " on: " << flat(on) << "\n";
+    }
     for (const auto& [name, value] : profile["settings"].items())
       line(2) << name << ": " << flat(value) << "\n";
     for (const Json& verdict : profile["verdicts"]) {
-      line(2) << "when " << text(verdict["classifier"]) << " says spam:";
+      line(2) << "when " << plain(verdict["text"]) << ":";
       if (verdict["default"].get<bool>()) {
         out_ << " as for any other verdict\n";
       } else {
         actions(verdict["actions"]);
       }
     }
+    if (!profile.contains("defaultActions")) return;
     line(2) << "any other verdict:";
     actions(profile["defaultActions"]);
   }
@@ -148,7 +152,7 @@ class Printer {
     }
     out_ << "\n";
     int number = 0;
-    for (const Json& action : list) line(3) << ++number << ". " << text(action["text"]) << "\n";
+    for (const Json& action : list) line(3) << ++number << ". " << plain(action["text"]) << "\n";
   }
 
   std::ostream& out_;

@@ -10,6 +10,7 @@
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Text.h"
+#include "tools/JsonText.h"
 #include "tools/Messages.h"
 #include "tools/Names.h"
 #include "tools/OpenStore.h"
@@ -27,7 +28,7 @@ std::optional<std::uint32_t> asNumber(const std::string& text) {
   return number;
 }
 
-// The configuration domain that `text` names; none when there is no such domain.
+// The configuration domain that `text` names; nothing when there is no such domain.
 std::optional<ngid_t> configurationDomain(const std::string& text) {
   if (text.empty()) return 0;
   if (const auto number = asNumber(text)) return number;
@@ -50,16 +51,6 @@ Config::StoredRecord findRecord(const Config::Snapshot& snapshot, const Config::
   return found;
 }
 
-std::string asText(const Json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-void printJson(const Json& document, const Context& context) {
-  context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
-}
-
 int listTables(const Context& context, bool json) {
   Json list = Json::array();
   std::size_t widest = 0;
@@ -68,7 +59,7 @@ int listTables(const Context& context, bool json) {
     widest = std::max(widest, table.key.size());
   }
   if (json) {
-    printJson(list, context);
+    context.out << indented(list);
     return kDone;
   }
   for (const Config::Table& table : Config::tables()) {
@@ -78,9 +69,8 @@ int listTables(const Context& context, bool json) {
   return kDone;
 }
 
-std::vector<Json> listRecords(const Config::Snapshot& snapshot, const Config::Table& table,
-                              ngid_t domain) {
-  std::vector<Json> list;
+Json listRecords(const Config::Snapshot& snapshot, const Config::Table& table, ngid_t domain) {
+  Json list = Json::array();
   snapshot.walk(table.gid, domain, [&](const Config::StoredRecord& record) {
     const std::string name = recordName(table, record.data(), record.id());
     list.push_back({{"id", record.id()}, {"name", name}});
@@ -89,7 +79,7 @@ std::vector<Json> listRecords(const Config::Snapshot& snapshot, const Config::Ta
   return list;
 }
 
-// The configuration domain to look in; none, and said so, when there is no such domain.
+// The configuration domain to look in; nothing, with a message, when `text` names none.
 std::optional<ngid_t> domainToLookIn(const Context& context, const Config::Snapshot& snapshot,
                                      const Config::Table& table, const std::string& text) {
   const auto domain = configurationDomain(text);
@@ -104,7 +94,7 @@ std::optional<ngid_t> domainToLookIn(const Context& context, const Config::Snaps
     context.err << "vexactl: " << oneLine(text) << " has no configuration of its own\n";
     return std::nullopt;
   } else if (*domain != 0 && table.scope != Config::Scope::kDomainList) {
-    context.err << "vexactl: domains have no " << table.key << " of their own\n";
+    context.err << "vexactl: " << table.key << " exist only in the system; leave out --domain\n";
     return std::nullopt;
   }
   return domain;
@@ -123,7 +113,7 @@ int get(const Context& context, const GetOptions& options) {
   }
   const bool single = table->scope == Config::Scope::kSystemSingle;
   if (single && !options.name.empty()) {
-    context.err << "vexactl: there is only one " << table->key << " record; give no name\n";
+    context.err << "vexactl: there is only one " << table->key << " record; leave out NAME\n";
     return kBadInput;
   }
   const auto store = openStore(context, IfMissing::kRefuse);
@@ -132,9 +122,9 @@ int get(const Context& context, const GetOptions& options) {
   if (!domain) return kNo;
 
   if (!single && options.name.empty()) {
-    const std::vector<Json> list = listRecords(snapshot, *table, *domain);
+    const Json list = listRecords(snapshot, *table, *domain);
     if (options.json) {
-      printJson(list, context);
+      context.out << indented(list);
     } else {
       for (const Json& entry : list)
         context.out << entry["id"] << "\t" << entry["name"].get<std::string>() << "\n";
@@ -154,11 +144,11 @@ int get(const Context& context, const GetOptions& options) {
   }
   const RenderOptions render{.secrets = options.secrets, .defaults = true};
   if (options.json) {
-    printJson(recordDocument(*table->type, record.data(), *domain, names, render), context);
+    context.out << indented(recordDocument(*table->type, record.data(), *domain, names, render));
   } else if (options.all) {
     const Json document = recordDocument(*table->type, record.data(), *domain, names, render);
     for (const auto& [name, value] : document.items())
-      context.out << name << ": " << asText(value) << "\n";
+      context.out << name << ": " << plain(value) << "\n";
   } else {
     Config::Text::writeRecord(snapshot, record, context.out, {options.secrets});
   }

@@ -1,3 +1,4 @@
+#include <map>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -13,47 +14,36 @@ namespace {
 
 using Config::Text::Configuration;
 
-// Another writer may commit between reading the store and committing; the differences are taken
-// anew then.
+// A try fails when another writer commits between our reading of the store and our commit.
 constexpr int kMostTries = 10;
 
-struct Counts {
-  int added = 0;
-  int changed = 0;
-  int moved = 0;
-  int removed = 0;
+// Changes by their kind.
+class Counts {
+ public:
+  void count(const Config::JournalEntry& entry) { ++counts_[changeOf(entry)]; }
 
-  void count(Change change) {
-    switch (change) {
-      case Change::kAdded:
-        ++added;
-        break;
-      case Change::kChanged:
-        ++changed;
-        break;
-      case Change::kMoved:
-        ++moved;
-        break;
-      case Change::kRemoved:
-        ++removed;
-        break;
+  friend std::ostream& operator<<(std::ostream& out, Counts counts) {
+    const char* separator = "";
+    for (const Change change :
+         {Change::kAdded, Change::kChanged, Change::kMoved, Change::kRemoved}) {
+      out << separator << counts.counts_[change] << " " << changeText(change);
+      separator = ", ";
     }
+    return out;
   }
+
+ private:
+  std::map<Change, int> counts_;
 };
 
-std::ostream& operator<<(std::ostream& out, const Counts& counts) {
-  return out << counts.added << " added, " << counts.changed << " changed, " << counts.moved
-             << " moved, " << counts.removed << " removed";
-}
-
-// A copy of the store, in which the change is tried. A store that is not there yet counts as an
-// empty one, and is not made.
-std::shared_ptr<Config::ConfigStore> rehearsal(const Context& context, Scratch& scratch) {
+// A copy of the store, for a trial of the change. A store that does not exist yet counts as an
+// empty one and is not created.
+std::shared_ptr<Config::ConfigStore> trialCopy(const Context& context, Scratch& scratch) {
   std::error_code ignored;
-  const bool mayBeMade = !std::filesystem::exists(context.store, ignored) ||
-                         (std::filesystem::is_directory(context.store, ignored) &&
-                          std::filesystem::is_empty(context.store, ignored));
-  if (mayBeMade) return scratch.empty();
+  const bool mayBeCreated = !std::filesystem::exists(context.store, ignored) ||
+                            (std::filesystem::is_directory(context.store, ignored) &&
+                             std::filesystem::is_empty(context.store, ignored));
+  if (mayBeCreated) return scratch.empty();
   return scratch.copy(openStore(context, IfMissing::kRefuse)->snapshot());
 }
 
@@ -61,7 +51,7 @@ int dryRun(const Context& context, const Configuration& configuration) {
   Progress progress(context);
   progress.stage("comparing " + counted(configuration.records().size(), "record"));
   Scratch scratch;
-  const auto store = rehearsal(context, scratch);
+  const auto store = trialCopy(context, scratch);
   const Config::Revision before = store->revision();
   const Config::Revision after =
       store->commit(Config::Text::differences(configuration, store->snapshot()));
@@ -72,13 +62,13 @@ int dryRun(const Context& context, const Configuration& configuration) {
   addRemovedNames(removed, *store, before, after);
   const Names names(snapshot, &removed);
   store->journal(before, after, [&](const Config::JournalEntry& entry) {
-    counts.count(changeOf(entry));
+    counts.count(entry);
     printChange(changeDocument(entry, names, RenderOptions()), context.out);
   });
   if (after == before) {
     context.out << "no differences\n";
   } else {
-    context.out << "a dry run, nothing was changed: " << counts << "\n";
+    context.out << "dry run, nothing was changed: " << counts << "\n";
   }
   return kDone;
 }
@@ -108,13 +98,13 @@ int load(const Context& context, const LoadOptions& options) {
     } else {
       Counts counts;
       store->journal(before, *revision,
-                     [&](const Config::JournalEntry& entry) { counts.count(changeOf(entry)); });
+                     [&](const Config::JournalEntry& entry) { counts.count(entry); });
       context.out << "revision " << *revision << ": " << counts << "\n";
     }
     return kDone;
   }
   progress.clear();
-  context.err << "vexactl: others keep changing the store; nothing was changed\n";
+  context.err << "vexactl: other processes keep changing the store; nothing was changed\n";
   return kNo;
 }
 

@@ -40,11 +40,11 @@ std::string unknown(const std::string& kind, const std::string& word,
                     const std::vector<std::string>& known) {
   const std::string text = "there is no " + kind + " \"" + oneLine(word) + "\"";
   const std::string near = Config::Text::nearest(word, known);
-  if (!near.empty()) return text + "; do you mean \"" + near + "\"?";
-  if (known.empty()) return text + "; there is none at all";
-  // Beyond that a list helps nobody.
-  if (known.size() > 60) return text;
-  return text + "; it may be " + Config::Text::alternatives(known);
+  if (!near.empty()) return text + "; did you mean \"" + near + "\"?";
+  if (known.empty()) return text + "; there are none";
+  constexpr std::size_t kLongestList = 60;
+  if (known.size() > kLongestList) return text;
+  return text + "; expected " + Config::Text::alternatives(known);
 }
 
 }  // namespace Kestrav::Tool

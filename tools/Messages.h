@@ -1,20 +1,19 @@
-// What is said to the administrator on stderr: always one line, whatever came in.
+// Messages for the administrator on stderr. Each is one line.
 #pragma once
 
 #include <exception>
-#include <span>
 #include <string>
 #include <vector>
 
 namespace Kestrav::Tool {
 
-// Line breaks and other controls written as "\n" or "\x1b".
+// Line breaks and other control characters become "\n" or "\x1b".
 std::string oneLine(const std::string& text);
 
-// What went wrong, without the numbers that only a programmer knows.
+// Message, parameter and causes of the exception, without its code, source and line.
 std::string explainFailure(const std::exception& error);
 
-// `there is no table "foo"; do you mean "food"?`, or all there are when none is near.
+// `there is no table "foo"; did you mean "food"?`, or the known words when none is similar.
 std::string unknown(const std::string& kind, const std::string& word,
                     const std::vector<std::string>& known);
 

@@ -1,4 +1,4 @@
-// Names for the ids that records and profiles carry, as of one revision.
+// Names for ids of records and domains, as of one revision.
 #pragma once
 
 #include <cstdint>
@@ -11,26 +11,26 @@
 
 namespace Kestrav::Tool {
 
-// Names of what a change removed: changes speak of records that are no longer there.
+// Names of records and domains that later revisions removed. Journal entries still refer to them.
 struct RemovedNames {
   std::map<std::tuple<G_CLI_GID, ngid_t, std::uint32_t>, std::string> records;
   std::map<ngid_t, std::string> domains;
 };
-// Adds those of the revisions in (after, upTo].
+// Adds the names that the revisions in (after, upTo] removed.
 void addRemovedNames(RemovedNames& names, Config::ConfigStore& store, Config::Revision after,
                      Config::Revision upTo);
 
 class Names {
  public:
-  // `removed` may be null; it is asked after the snapshot.
+  // Keeps references. `removed` may be null; the snapshot goes first.
   explicit Names(const Config::Snapshot& snapshot, const RemovedNames* removed = nullptr)
       : snapshot_(snapshot), removed_(removed) {}
 
-  // Where a record stands, looked for in domain 0 first and then in `domain`, as profiles are.
   struct Found {
     ngid_t domain;
     std::string name;
   };
+  // Looks in domain 0 first and then in `domain`, as the factory does for profiles.
   std::optional<Found> find(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const;
 
   // The name, or "#ID" when there is no such record.

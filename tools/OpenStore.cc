@@ -5,7 +5,7 @@
 namespace Kestrav::Tool {
 
 std::shared_ptr<Config::ConfigStore> openStore(const Context& context, IfMissing ifMissing) {
-  if (context.store.empty()) throw Exception("--store names no folder", Exception::kBadText);
+  if (context.store.empty()) throw Exception("--store is empty", Exception::kBadText);
   Config::ConfigStore::Options options;
   options.create = ifMissing == IfMissing::kCreate;
   auto store = Config::ConfigStore::open(context.store, options);

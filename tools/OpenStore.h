@@ -10,8 +10,8 @@ namespace Kestrav::Tool {
 
 enum class IfMissing { kCreate, kRefuse };
 
-// Opens the store and makes it the one that this process's library answers from. Throws Exception
-// with a message for the administrator.
+// Opens the store and attaches it to the library in this process. Throws Exception with a message
+// for the administrator.
 std::shared_ptr<Config::ConfigStore> openStore(const Context& context, IfMissing ifMissing);
 
 }  // namespace Kestrav::Tool

@@ -1,7 +1,7 @@
-// Standard output as a verb sees it: written in blocks, and the reason of a failure remembered.
+// Standard output of a verb. Writes in blocks and keeps the error of the first failed write.
 //
-// A program that stopped reading our output (`vexactl dump | head -1`) is no failure: what is left
-// is thrown away. Lives as long as the process; one thread at a time.
+// A reader that stops early (`vexactl dump | head -1`) is no failure: the rest is discarded. Lives
+// as long as the process; one thread at a time.
 #pragma once
 
 #include <array>
@@ -12,14 +12,14 @@ namespace Kestrav::Tool {
 
 class Output : private std::streambuf {
  public:
-  // Writes to the file descriptor, which stays open.
+  // Does not close the descriptor.
   explicit Output(int descriptor);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
   std::ostream& stream() { return stream_; }
 
-  // Writes what is left. Zero, or the errno of the first write that failed.
+  // Flushes. Returns 0, or the errno of the first write that failed.
   int finish();
 
  private:

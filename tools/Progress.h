@@ -1,7 +1,7 @@
-// One line on a terminal that says what a long-running verb is at, and since when.
+// One line on a terminal: the current stage of a long-running verb, and how long it has taken.
 //
-// Shown only when stderr is a terminal, and gone when the verb ends. Made, told and destroyed by
-// one thread; a thread of its own keeps the seconds going.
+// Shown only when stderr is a terminal; removed when the verb ends. One thread uses it; a second,
+// internal thread updates the seconds.
 #pragma once
 
 #include <chrono>
@@ -23,17 +23,17 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // "reading 3 files"; the former stage ends.
+  // Starts a stage, "reading 3 files", and ends the previous one.
   void stage(const std::string& what);
-  // Removes the line, before something else is printed; the next stage brings it back.
+  // Removes the line before other output; the next stage shows it again.
   void clear();
 
  private:
   void keepTime();
   void draw();
 
-  std::ostream* const out_;  // null: nobody looks
-  std::mutex mutex_;         // guards all that follows, and writing to *out_
+  std::ostream* const out_;  // null: stderr is no terminal
+  std::mutex mutex_;         // guards the members below and writing to *out_
   std::condition_variable ended_;
   bool end_ = false;
   std::string what_;  // empty: no line is shown

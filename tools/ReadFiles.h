@@ -8,8 +8,8 @@
 
 namespace Kestrav::Tool {
 
-// Empty when there are mistakes; each has been printed then, with file, line and column.
-// `consequence` follows their number: "; nothing was changed".
+// Nothing when there are mistakes; each is printed with file, line and column. `consequence` is
+// appended to the line that counts them: "; nothing was changed".
 std::optional<Config::Text::Configuration> readFiles(const Context& context, const Files& files,
                                                      const char* consequence = "");
 

@@ -1,6 +1,7 @@
 #include "tools/Render.h"
 
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "platform/config/records/FieldAccess.h"
 
@@ -11,12 +12,7 @@ using Config::Field;
 using Config::Kind;
 using Json = nlohmann::ordered_json;
 
-// JSON holds UTF-8 only; a stored text may hold anything.
-std::string jsonText(const Json& value) {
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-// Numbers that a store gives out, and that mean nothing outside it.
+// Numbers that a store assigns; they mean nothing outside it.
 bool isNumber(const Field& field) {
   return field.kind == Kind::kId || field.kind == Kind::kDomain ||
          field.kind == Kind::kConfigurationDomain;
@@ -84,20 +80,21 @@ nlohmann::ordered_json recordDocument(const Config::RecordType& type, const void
   return document;
 }
 
-std::vector<FieldChange> fieldChanges(const Config::RecordType& type, const void* before,
-                                      const void* after, ngid_t domain, const Names& names,
-                                      const RenderOptions& options) {
-  std::vector<FieldChange> changes;
+nlohmann::ordered_json fieldChange(std::string_view field, Json from, Json to) {
+  return {{"field", std::string(field)}, {"from", std::move(from)}, {"to", std::move(to)}};
+}
+
+nlohmann::ordered_json fieldChanges(const Config::RecordType& type, const void* before,
+                                    const void* after, ngid_t domain, const Names& names,
+                                    const RenderOptions& options) {
+  Json changes = Json::array();
   for (const Field& field : type.fields) {
     if (field.kind == Kind::kReserved || Config::sameField(field, before, after)) continue;
-    if (field.secret && !options.secrets) {
-      const std::string masked = jsonText(Json(kMasked));
-      changes.push_back({std::string(field.name), masked, masked});
-      continue;
-    }
-    changes.push_back({std::string(field.name),
-                       jsonText(valueDocument(field, before, domain, names, options)),
-                       jsonText(valueDocument(field, after, domain, names, options))});
+    const auto value = [&](const void* record) {
+      const bool masked = field.secret && !options.secrets;
+      return masked ? Json(kMasked) : valueDocument(field, record, domain, names, options);
+    };
+    changes.push_back(fieldChange(field.name, value(before), value(after)));
   }
   return changes;
 }

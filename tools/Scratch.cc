@@ -14,10 +14,10 @@ namespace Kestrav::Tool {
 std::shared_ptr<Config::ConfigStore> Scratch::empty() {
   std::string folder = (std::filesystem::temp_directory_path() / "vexactl-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
-    throw Exception("no temporary folder can be made", Exception::kFileFailure)
+    throw Exception("cannot create a temporary folder", Exception::kFileFailure)
         .stringParameter(folder);
   }
-  // The store's open files are all it needs: without names, nothing is left behind, however we end.
+  // The store works on its open files. Without names nothing remains, even after a crash.
   struct Remover {
     const std::string& folder;
     ~Remover() {

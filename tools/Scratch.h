@@ -1,5 +1,4 @@
-// Stores without a name in the file system that exist for the length of one verb, to look at files
-// as the store would hold them.
+// Temporary stores for one verb. They have no name in the file system.
 #pragma once
 
 #include <memory>
@@ -15,14 +14,12 @@ class Scratch {
   Scratch() = default;
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
-  // A store that holds nothing yet.
   std::shared_ptr<Config::ConfigStore> empty();
 
-  // A store that holds the same records with the same numbers.
+  // The same records with the same ids.
   std::shared_ptr<Config::ConfigStore> copy(const Config::Snapshot& original);
 
-  // A store that holds what the files say; null when there are mistakes, each of which has been
-  // printed.
+  // The configuration of the files. Null when there are mistakes; each is printed.
   std::shared_ptr<Config::ConfigStore> load(const Context& context, const Files& files);
 
  private:

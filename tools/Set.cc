@@ -11,8 +11,7 @@ namespace Kestrav::Tool {
 int set(const Context& context, const std::string& name, const std::string& value) {
   const bool on = value == "on" || value == "true" || value == "yes" || value == "1";
   if (!on && value != "off" && value != "false" && value != "no" && value != "0") {
-    context.err << "vexactl: \"" << oneLine(value)
-                << "\" is no value of a switch; give on or off\n";
+    context.err << "vexactl: \"" << oneLine(value) << "\" is not a switch value; use on or off\n";
     return kBadInput;
   }
   for (const Switch& entry : switches()) {

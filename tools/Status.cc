@@ -1,7 +1,9 @@
+#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "platform/config/store/StatusArea.h"
+#include "tools/JsonText.h"
 #include "tools/OpenStore.h"
 #include "tools/Switches.h"
 
@@ -39,20 +41,20 @@ void print(const Json& document, std::ostream& out) {
   out << "store      " << document["store"].get<std::string>() << "\n"
       << "revision   " << document["revision"] << "\n"
       << "size       " << document["usedBytes"] << " bytes used of " << document["mapBytes"] << "\n"
-      << "journal    " << document["journal"]["entries"] << " changes, from revision "
-      << document["journal"]["oldestRevision"] << " on\n"
+      << "journal    " << document["journal"]["entries"] << " changes since revision "
+      << document["journal"]["oldestRevision"] << "\n"
       << "readers    " << document["readers"]["inUse"] << " of " << document["readers"]["slots"]
       << " slots\n"
       << "switches\n";
-  for (const auto& [name, on] : document["switches"].items()) {
-    out << "  " << name << std::string(24 - std::min<std::size_t>(name.size(), 23), ' ')
-        << (on.get<bool>() ? "on" : "off") << "\n";
+  for (const Switch& entry : switches()) {
+    out << "  " << std::left << std::setw(20) << entry.name << std::setw(5)
+        << plain(document["switches"][entry.name]) << entry.help << "\n";
   }
   out << "processes\n";
   if (document["processes"].empty()) out << "  none\n";
   for (const Json& process : document["processes"]) {
     out << "  " << process["pid"] << "  " << process["name"].get<std::string>() << "  applied "
-        << process["applied"] << ", " << process["lag"] << " behind\n";
+        << process["applied"] << ", lag " << process["lag"] << "\n";
   }
 }
 
@@ -62,7 +64,7 @@ int status(const Context& context, bool json) {
   const auto store = openStore(context, IfMissing::kRefuse);
   const Json document = statusDocument(context, *store);
   if (json) {
-    context.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+    context.out << indented(document);
   } else {
     print(document, context.out);
   }

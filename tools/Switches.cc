@@ -20,14 +20,14 @@ void setDirty(StatusArea& status, bool on) {
 }
 
 constexpr Switch kSwitches[] = {
-    {"content-inspection", "policies carry inspection profiles",
+    {"content-inspection", "when on, policies carry inspection profiles",
      [](const StatusArea& status) { return status.contentInspection(); },
      [](StatusArea& status, bool on) { status.contentInspection(on); }},
-    {"antispam-dirty", "the next request drops the antispam profiles",
+    {"antispam-dirty", "when on, the next request drops the cached antispam profiles",
      dirty<Config::Zone::kAntispamDirty>, setDirty<Config::Zone::kAntispamDirty>},
-    {"content-dirty", "the next request drops the content profiles",
+    {"content-dirty", "when on, the next request drops the cached content profiles",
      dirty<Config::Zone::kContentDirty>, setDirty<Config::Zone::kContentDirty>},
-    {"disclaimer-reload", "the next lookup drops the disclaimers",
+    {"disclaimer-reload", "when on, the next lookup drops the cached disclaimers",
      [](const StatusArea& status) { return status.disclaimerReload(); },
      [](StatusArea& status, bool on) { status.disclaimerReload(on); }},
 };

@@ -1,4 +1,4 @@
-// The switches and flags of the status area by the names that `status` and `set` use.
+// Switches and flags of the status area, by the names that `status` and `set` use.
 #pragma once
 
 #include <span>

@@ -1,4 +1,4 @@
-// The verbs that only read or write text: check, dump, schema, records.
+// The verbs that only convert between a configuration and text: check, dump, schema, records.
 #include <ostream>
 
 #include "platform/config/text/Text.h"

@@ -1,4 +1,4 @@
-// The verbs of vexactl, one source each. main.cc reads the command line; a verb does the work.
+// The verbs of vexactl, one source each. main.cc parses the command line.
 #pragma once
 
 #include <filesystem>
@@ -8,12 +8,11 @@
 
 namespace Kestrav::Tool {
 
-// Exit codes: what scripts rely on.
+// Exit codes. Scripts rely on them.
 inline constexpr int kDone = 0;
 inline constexpr int kNo = 1;        // the answer is no
 inline constexpr int kBadInput = 2;  // wrong use or bad input
 
-// What every verb is given.
 struct Context {
   std::filesystem::path store;
   std::ostream& out;
@@ -25,14 +24,14 @@ struct Context {
 
 using Files = std::vector<std::filesystem::path>;
 
-// check: reads files as `load` would and says every mistake; no store is needed.
+// check: reads files as `load` does and reports every mistake. Needs no store.
 int check(const Context& context, const Files& files);
 
 struct LoadOptions {
   Files files;
   bool dryRun = false;
 };
-// load: makes the store hold what the files say, in one revision, or changes nothing.
+// load: replaces the configuration with that of the files in one revision, or changes nothing.
 int load(const Context& context, const LoadOptions& options);
 
 // dump: the whole configuration as YAML that loads back.
@@ -42,7 +41,7 @@ struct GetOptions {
   std::string table;   // empty: list the tables
   std::string name;    // empty: list the table
   std::string domain;  // a protected domain's name or a number; empty: the system
-  bool all = false;    // fields at their defaults, too
+  bool all = false;    // including fields at their defaults
   bool json = false;
   bool secrets = false;
 };
@@ -63,13 +62,13 @@ struct DiffOptions {
   bool json = false;
   bool secrets = false;
 };
-// diff: done (0) when both hold the same, no (1) when they differ.
+// diff: kDone when both are equal, kNo when they differ.
 int diff(const Context& context, const DiffOptions& options);
 
 struct WatchOptions {
   bool json = false;
   bool secrets = false;
-  int changes = 0;  // end after so many revisions; 0: until interrupted
+  int changes = 0;  // revisions to wait for; 0: until interrupted
 };
 int watch(const Context& context, const WatchOptions& options);
 

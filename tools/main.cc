@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -30,36 +31,43 @@ bool colourWanted() {
          (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
-// A file opened by the store must never get the number of a standard stream that was closed when we
-// were started: output would be written into it.
+// When a standard stream is closed at the start, the store's next file would get its number, and
+// output would be written into that file.
 void occupyStandardStreams() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;
-    // The lowest free number is the one wanted. What is written to the former stdout still fails.
+    // open() takes the lowest free number. Writing to a stdout that was closed still fails.
     const int flags = descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY;
     if (open("/dev/null", flags) != descriptor) std::_Exit(kBadInput);
   }
 }
 
-int sayWrongUse(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> rest = app.remaining();
-  std::string message = oneLine(error.what());
+int reportWrongUse(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<CLI::App*> given = app.get_subcommands();
   std::vector<std::string> verbs;
   for (const CLI::App* verb : app.get_subcommands(nullptr)) verbs.push_back(verb->get_name());
-  if (app.get_subcommands().empty() && rest.empty() && error.get_name() == "RequiredError") {
-    message = "say what to do: " + Kestrav::Config::Text::alternatives(verbs);
-  } else if (app.get_subcommands().empty() && !rest.empty() && rest.front().front() != '-') {
+  const std::vector<std::string> rest = app.remaining(true);
+  const auto option = std::find_if(rest.begin(), rest.end(),
+                                   [](const std::string& word) { return word.starts_with('-'); });
+  const auto is = [&](CLI::ExitCodes code) {
+    return error.get_exit_code() == static_cast<int>(code);
+  };
+  std::string message = oneLine(error.what());
+  if (given.empty() && rest.empty() && is(CLI::ExitCodes::RequiredError)) {
+    message = "no verb; expected " + Kestrav::Config::Text::alternatives(verbs);
+  } else if (given.empty() && !rest.empty() && !rest.front().starts_with('-')) {
     message = unknown("verb", rest.front(), verbs);
-  } else if (app.get_subcommands().empty() && !rest.empty()) {
-    message = "there is no option \"" + oneLine(rest.front()) + "\"";
+  } else if (option != rest.end()) {
+    message = "there is no option \"" + oneLine(*option) + "\"";
+  } else if (is(CLI::ExitCodes::ExtrasError) && !rest.empty()) {
+    message = "unexpected argument \"" + oneLine(rest.front()) + "\"";
   }
-  const std::string verb =
-      app.get_subcommands().empty() ? "" : " " + app.get_subcommands().front()->get_name();
-  std::cerr << "vexactl: " << message << " (vexactl" << verb << " --help tells more)\n";
+  const std::string verb = given.empty() ? "" : " " + given.front()->get_name();
+  std::cerr << "vexactl: " << message << " (see vexactl" << verb << " --help)\n";
   return kBadInput;
 }
 
-// The verb's answer, once all that it says is written.
+// Runs the verb and flushes its output. Returns the exit code.
 int run(const std::function<int()>& verb, Output& output) {
   int result = kBadInput;
   try {
@@ -68,7 +76,7 @@ int run(const std::function<int()>& verb, Output& output) {
     std::cerr << "vexactl: " << explainFailure(error) << "\n";
   }
   if (const int failure = output.finish()) {
-    std::cerr << "vexactl: the output cannot be written: " << std::strerror(failure) << "\n";
+    std::cerr << "vexactl: cannot write the output: " << std::strerror(failure) << "\n";
     return kBadInput;
   }
   return result;
@@ -77,7 +85,7 @@ int run(const std::function<int()>& verb, Output& output) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // What the platform notes in passing is not for the terminal.
+  // Notices of the platform are not for the terminal.
   Kestrav::Logger::instance().threshold(Kestrav::Logger::Severity::kWarning);
   occupyStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);
@@ -87,23 +95,27 @@ int main(int argc, char** argv) {
   std::function<int()> verb;
 
   CLI::App app{"Writes, reads and explains the configuration of a mail gateway.", "vexactl"};
+  app.group("Verbs");  // the verbs inherit it
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
   app.require_subcommand(1);
   app.fallthrough();
   app.set_version_flag("--version", "vexactl " KESTRAV_VERSION);
   app.add_option("--store", context.store, "Folder of the configuration store")
       ->capture_default_str();
-  app.footer("Exit codes: 0 done, 1 the answer is no, 2 wrong use or bad input.");
+  app.footer(
+      "Every verb takes --store FOLDER.\n"
+      "Exit codes: 0 done, 1 the answer is no, 2 wrong use or bad input.");
 
   Files files;
-  auto* checkVerb = app.add_subcommand("check", "Say every mistake in configuration files");
+  auto* checkVerb = app.add_subcommand("check", "Report every mistake in configuration files");
   checkVerb->add_option("FILE", files, "YAML files, or folders of them")->required();
   checkVerb->callback([&] { verb = [&] { return check(context, files); }; });
 
   LoadOptions loadOptions;
   auto* loadVerb = app.add_subcommand(
-      "load", "Make the store hold what the files say: all of it, or nothing changes");
+      "load", "Replace the configuration with that of the files, all or nothing");
   loadVerb->add_option("FILE", loadOptions.files, "YAML files, or folders of them")->required();
-  loadVerb->add_flag("--dry-run", loadOptions.dryRun, "Say what would change, and change nothing");
+  loadVerb->add_flag("--dry-run", loadOptions.dryRun, "Print what would change; change nothing");
   loadVerb->callback([&] { verb = [&] { return load(context, loadOptions); }; });
 
   bool secrets = false;
@@ -114,27 +126,28 @@ int main(int argc, char** argv) {
   GetOptions getOptions;
   auto* getVerb = app.add_subcommand("get", "Print one record, or the names of a table's records");
   getVerb->add_option("TABLE", getOptions.table,
-                      "Key of the table, as in the YAML form; without it, the tables are listed");
+                      "Key of the table, as in the YAML form; default: list the tables");
   getVerb->add_option("NAME", getOptions.name,
-                      "Name or id of the record; without it, the records are listed");
+                      "Name or id of the record; default: list the records");
   getVerb->add_option("--domain", getOptions.domain,
-                      "Protected domain whose own configuration to look in");
-  getVerb->add_flag("--all", getOptions.all, "Print fields that hold their default, too");
+                      "Protected domain; look in its own configuration");
+  getVerb->add_flag("--all", getOptions.all, "Also print fields that hold their default");
   getVerb->add_flag("--json", getOptions.json, "JSON of all fields instead of YAML");
   getVerb->add_flag("--secrets", getOptions.secrets, "Print secrets instead of masking them");
   getVerb->callback([&] { verb = [&] { return get(context, getOptions); }; });
 
   ExplainOptions explainOptions;
-  auto* explainVerb = app.add_subcommand("explain", "Tell which policies a message gets, and why");
+  auto* explainVerb =
+      app.add_subcommand("explain", "Show which policies apply to a message, and why");
   explainVerb->add_option("--client", explainOptions.client, "IP address of the connecting client")
       ->required();
   explainVerb
       ->add_option("--server", explainOptions.server, "IP address that the client connected to")
       ->required();
   explainVerb->add_option("--from", explainOptions.sender,
-                          "Envelope sender; empty for the null sender");
+                          "Envelope sender; default: the null sender");
   explainVerb->add_option("--rcpt", explainOptions.recipients,
-                          "Envelope recipient; may be given often");
+                          "Envelope recipient; can be repeated");
   explainVerb->add_flag("--json", explainOptions.json, "One JSON document instead of text");
   explainVerb->callback([&] { verb = [&] { return explain(context, explainOptions); }; });
 
@@ -142,7 +155,7 @@ int main(int argc, char** argv) {
   auto* diffVerb =
       app.add_subcommand("diff", "Compare configurations record by record, field by field");
   diffVerb->add_option("FROM", diffOptions.from, "File, folder of files, or store")->required();
-  diffVerb->add_option("TO", diffOptions.to, "The same; the store of --store when left out");
+  diffVerb->add_option("TO", diffOptions.to, "The same; default: the store of --store");
   diffVerb->add_flag("--json", diffOptions.json, "JSON instead of text");
   diffVerb->add_flag("--secrets", diffOptions.secrets, "Print secrets instead of masking them");
   diffVerb->callback([&] { verb = [&] { return diff(context, diffOptions); }; });
@@ -152,7 +165,7 @@ int main(int argc, char** argv) {
       app.add_subcommand("watch", "Print each change as it is applied, until interrupted");
   watchVerb->add_option("--changes", watchOptions.changes, "End after this many revisions")
       ->check(CLI::Range(1, 1'000'000'000));
-  watchVerb->add_flag("--json", watchOptions.json, "One JSON document a line");
+  watchVerb->add_flag("--json", watchOptions.json, "One JSON document per line");
   watchVerb->add_flag("--secrets", watchOptions.secrets, "Print secrets instead of masking them");
   watchVerb->callback([&] { verb = [&] { return watch(context, watchOptions); }; });
 
@@ -165,7 +178,8 @@ int main(int argc, char** argv) {
   std::string switchName;
   std::string switchValue;
   auto* setVerb = app.add_subcommand("set", "Turn a switch of the running gateway on or off");
-  setVerb->add_option("SWITCH", switchName, "Its name, as `status` prints it")->required();
+  setVerb->add_option("SWITCH", switchName, "Name of the switch, as `status` prints it")
+      ->required();
   setVerb->add_option("VALUE", switchValue, "on or off")->required();
   setVerb->callback([&] { verb = [&] { return set(context, switchName, switchValue); }; });
 
@@ -178,7 +192,7 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() != 0) return sayWrongUse(app, error);
+    if (error.get_exit_code() != 0) return reportWrongUse(app, error);
     return run([&] { return app.exit(error, context.out, context.err); }, output);
   }
   return run(verb, output);

@@ -8,12 +8,6 @@ import pathlib
 import re
 import sys
 
-# Folders that include what the table forbids, until the code has moved: (from, to).
-KNOWN_VIOLATIONS = (
-    ("platform/config/client", "include2/config"),
-    ("platform/config/match", "include2/config"),
-)
-
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]')
 STANDARD = re.compile(r"^[a-z_]+$")  # the C++ standard library's names have neither dot nor slash
 SYSTEM = re.compile(
@@ -106,7 +100,7 @@ class Tree:
         return {str(path) for path in paths if (self.root / path).is_file()}
 
 
-def check(tree, known_violations=KNOWN_VIOLATIONS):
+def check(tree):
     """Yields a line for each mistake."""
     for folder in tree.unlisted_folders:
         yield f"docs/architecture.md: {folder}/ holds sources and has no row in the table"
@@ -114,7 +108,6 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
         if not (tree.root / header).is_file():
             yield f"cmake/InstalledHeaders.txt: there is no {header}"
 
-    used_violations = set()
     used_rights = set()  # (header, folder) of the table of outside libraries
     needed = set()
     for file in tree.files:
@@ -127,8 +120,7 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
             elif found:
                 target = found.pop()
                 by_installed_name = name.startswith(INSTALLED_PREFIX)
-                yield from check_inside(tree, place, file, room, target, by_installed_name,
-                                        known_violations, used_violations)
+                yield from check_inside(tree, place, room, target, by_installed_name)
                 if file in tree.installed:
                     needed.add(target)
                     if target not in tree.installed:
@@ -146,13 +138,9 @@ def check(tree, known_violations=KNOWN_VIOLATIONS):
         for user in users:
             if (header, user) not in used_rights:
                 yield f"docs/architecture.md: {user} does not include {header}; mend its row"
-    for source, target in known_violations:
-        if (source, target) not in used_violations:
-            yield f"{source} no longer includes {target}: remove the pair from KNOWN_VIOLATIONS"
 
 
-def check_inside(tree, place, file, room, target, by_installed_name, known_violations,
-                 used_violations):
+def check_inside(tree, place, room, target, by_installed_name):
     if room is None:
         return  # reported as a folder without a row
     may = tree.allowed[room]
@@ -162,13 +150,8 @@ def check_inside(tree, place, file, room, target, by_installed_name, known_viola
         if f"<{INSTALLED_PREFIX}>" not in may:
             yield f"{place}: {room} does not include headers as <{INSTALLED_PREFIX}...>"
         return
-    if any(within(target, folder) for folder in (room, *may)):
-        return
-    for violation in known_violations:
-        if within(file, violation[0]) and within(target, violation[1]):
-            used_violations.add(violation)
-            return
-    yield f"{place}: {room} may not include {target}"
+    if not any(within(target, folder) for folder in (room, *may)):
+        yield f"{place}: {room} may not include {target}"
 
 
 def check_outside(tree, place, file, room, name, used_rights):
@@ -196,8 +179,6 @@ def check_outside(tree, place, file, room, name, used_rights):
 def main():
     tree = Tree(pathlib.Path(sys.argv[1]).resolve())
     mistakes = list(check(tree))
-    for source, target in KNOWN_VIOLATIONS:
-        print(f"known: {source} includes {target}")
     for mistake in mistakes:
         print(mistake)
     print(f"{len(tree.files)} files, {len(tree.installed)} installed headers, "

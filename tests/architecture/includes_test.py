@@ -91,7 +91,7 @@ MISTAKES = [
 
 
 class IncludesTest(unittest.TestCase):
-    def report(self, changed_file=None, text="", known=()):
+    def report(self, changed_file=None, text=""):
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder)
             files = dict(GOOD)
@@ -100,7 +100,7 @@ class IncludesTest(unittest.TestCase):
             for name, content in files.items():
                 (root / name).parent.mkdir(parents=True, exist_ok=True)
                 (root / name).write_text(content, encoding="utf-8")
-            return list(check(Tree(root), known))
+            return list(check(Tree(root)))
 
     def test_reports_nothing_in_a_good_tree(self):
         self.assertEqual(self.report(), [])
@@ -110,15 +110,6 @@ class IncludesTest(unittest.TestCase):
             with self.subTest(name):
                 report = "\n".join(self.report(file, text))
                 self.assertIn(part, report)
-
-    def test_lets_a_known_violation_pass(self):
-        known = (("platform/store", "include2/Policy.h"),)
-        self.assertEqual(self.report("platform/store/Store.cc", '#include "Policy.h"\n', known), [])
-
-    def test_reports_a_known_violation_that_is_gone(self):
-        report = self.report(known=(("platform/store", "include2/Policy.h"),))
-        self.assertEqual(len(report), 1)
-        self.assertIn("remove the pair", report[0])
 
 
 if __name__ == "__main__":

@@ -93,7 +93,7 @@ TEST_F(Diff, OfTwoFilesIsByRecordAndField) {
   EXPECT_FALSE(std::filesystem::exists(store()));
 }
 
-TEST_F(Diff, IsTheSameInAllThreeForms) {
+TEST_F(Diff, OfFilesAndStoresIsTheSame) {
   const std::string files = run({"diff", from_, to_}).out;
   const std::string second = folder() / "second";
   load(from_);
@@ -101,12 +101,12 @@ TEST_F(Diff, IsTheSameInAllThreeForms) {
   EXPECT_EQ(run({"diff", store(), to_}).out, files);
   EXPECT_EQ(run({"diff", from_, second}).out, files);
   EXPECT_EQ(run({"diff", store(), second}).out, files);
-  // The store of --store is what is compared with when nothing else is named.
+  // The default for TO is the store of --store.
   EXPECT_EQ(vexactl({"--store", second, "diff", from_}).out, files);
   EXPECT_EQ(vexactl({"--store", second, "diff", store()}).code, 1);
 }
 
-TEST_F(Diff, OfEqualsIsEmpty) {
+TEST_F(Diff, OfEqualConfigurationsIsEmpty) {
   load(from_);
   for (const auto& [one, other] : {std::pair{from_, from_}, std::pair{from_, store()},
                                    std::pair{store(), from_}, std::pair{store(), store()}}) {
@@ -118,8 +118,8 @@ TEST_F(Diff, OfEqualsIsEmpty) {
   EXPECT_EQ(run({"diff", from_, from_, "--json"}).out, "[]\n");
 }
 
-// The same text in two stores with different pasts has different numbers.
-TEST_F(Diff, DoesNotLookAtNumbers) {
+// The same text in two stores with different histories gets different ids.
+TEST_F(Diff, IgnoresIds) {
   load(to_);
   load(from_);
   const std::string second = folder() / "second";
@@ -130,7 +130,7 @@ TEST_F(Diff, DoesNotLookAtNumbers) {
   EXPECT_EQ(result.out, "");
 }
 
-TEST_F(Diff, CountsAsMovedOnlyWhatMoved) {
+TEST_F(Diff, ReportsTheFewestMoves) {
   const struct {
     const char* order;
     std::vector<std::string> moved;
@@ -159,13 +159,17 @@ TEST_F(Diff, CountsAsMovedOnlyWhatMoved) {
   }
 }
 
-TEST_F(Diff, RefusesWhatIsNeither) {
+TEST_F(Diff, RefusesWhatIsNeitherFileNorStore) {
   std::filesystem::create_directory(folder() / "foreign");
   file("foreign/data.mdb", std::string(10'000, 'x'));
   const Result result = run({"diff", from_, folder() / "foreign"});
   EXPECT_EQ(result.code, 2);
   EXPECT_EQ(linesIn(result.err), 1) << result.err;
   EXPECT_EQ(run({"diff", from_}).code, 2);  // there is no store at --store
+  const Result missing = run({"diff", from_, folder() / "missing"});
+  EXPECT_EQ(missing.code, 2);
+  EXPECT_EQ(placeless(missing.err),
+            "FOLDER/missing: does not exist; a file, a folder of files or a store\n");
 }
 
 }  // namespace

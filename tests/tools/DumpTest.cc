@@ -1,4 +1,4 @@
-// What dump writes, load reads: the same store comes out, byte for byte.
+// A dump loads back as the same store, byte for byte.
 #include "ToolFixture.h"
 
 using namespace Kestrav::ToolTesting;
@@ -38,7 +38,7 @@ TEST_F(Dump, OfEveryKindOfRecordLoadsBack) {
   expectLoadsBack({"--secrets"});
 }
 
-// Numbers that are neither dense nor in order of the records.
+// Ids that are neither dense nor in the order of the records.
 TEST_F(Dump, OfAStoreWithAHistoryLoadsBack) {
   load(example());
   loadText(

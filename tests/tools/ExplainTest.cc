@@ -1,4 +1,4 @@
-// Decisions on envelopes that come to the example gateway, and why.
+// Decisions of the example gateway, and their reasons.
 #include <nlohmann/json.hpp>
 
 #include "ToolFixture.h"
@@ -25,7 +25,7 @@ class Explain : public ToolFixture {
   }
 };
 
-TEST_F(Explain, TellsEachDecisionAndWhy) {
+TEST_F(Explain, ShowsEachDecisionAndWhy) {
   const struct {
     const char* golden;
     const char* client;
@@ -62,19 +62,19 @@ TEST_F(Explain, TellsEachDecisionAndWhy) {
   }
 }
 
-TEST_F(Explain, TakesSeveralRecipientsBehindOneOption) {
+TEST_F(Explain, TakesSeveralRecipientsAfterOneOption) {
   const Result one = run({"explain", "--client", "203.0.113.5", "--server", "192.0.2.1", "--from",
                           "a@example.com", "--rcpt", "b@example.net", "c@example.net"});
   EXPECT_EQ(one.out,
             run(envelope("203.0.113.5", "a@example.com", {"b@example.net", "c@example.net"})).out);
 }
 
-TEST_F(Explain, SaysNoWhenOneOfSeveralRecipientsGetsNoPolicy) {
+TEST_F(Explain, AnswersNoWhenOneOfSeveralRecipientsGetsNoPolicy) {
   EXPECT_EQ(run(envelope("203.0.113.5", "x@y.example", {"a@example.net", "b@other.example"})).code,
             kNo);
 }
 
-TEST_F(Explain, SaysNoForAConnectionWithoutAPolicy) {
+TEST_F(Explain, AnswersNoForAConnectionWithoutAPolicy) {
   loadText("ip-policies:\n  - name: inside\n    client: 10.0.0.0/8\n");
   const Result result = run(envelope("203.0.113.9", "", {}));
   EXPECT_EQ(result.code, kNo);
@@ -83,7 +83,7 @@ TEST_F(Explain, SaysNoForAConnectionWithoutAPolicy) {
       contains(result.out, "- \"inside\" of the system: the client's address does not match"));
 }
 
-TEST_F(Explain, NamesTheFirstOfVeryManyPolicies) {
+TEST_F(Explain, NamesTheFirstPoliciesOfALongRun) {
   std::string text = "ip-policies:\n";
   for (int i = 0; i < 21; ++i) {
     text += "  - name: p" + std::to_string(i) + "\n    client: 10.0.0." + std::to_string(i) + "\n";
@@ -114,6 +114,17 @@ TEST_F(Explain, CarriesNoProfilesWhileInspectionIsOff) {
   const Result result = run(envelope("203.0.113.5", "a@b.example", {"info@example.net"}));
   EXPECT_EQ(result.code, kDone);
   expectGolden("explain-inspection-off.txt", result.out);
+}
+
+TEST_F(Explain, ReportsConfiguredProfilesThatAreNotInEffect) {
+  loadText(
+      "antivirus-profiles: [scan]\n"
+      "ip-policies:\n  - name: all\n    antivirus: scan\n    dlp: \"#7\"\n");
+  const std::string out = run(envelope("203.0.113.5", "", {})).out;
+  EXPECT_TRUE(
+      contains(out, "  antivirus profile \"scan\" (id 1) is configured but not in effect\n"))
+      << out;
+  EXPECT_TRUE(contains(out, "  dlp profile #7 is configured but does not exist\n")) << out;
 }
 
 TEST_F(Explain, ShowsTheSubjectTagAsSentAndAsRead) {

@@ -1,4 +1,4 @@
-// Single records, and the names of what there is.
+// Single records, and lists of records and tables.
 #include <nlohmann/json.hpp>
 
 #include "ToolFixture.h"
@@ -31,7 +31,7 @@ TEST_F(Get, WithoutANameListsTheRecordsInOrder) {
   EXPECT_EQ(none.out, "");
 }
 
-TEST_F(Get, PrintsARecordAsItStandsInAFile) {
+TEST_F(Get, PrintsARecordInTheTextForm) {
   expectGolden("get-profile.txt", run({"get", "antispam-profiles", "strict"}).out);
   EXPECT_EQ(run({"get", "antispam-actions", "sales-tag", "--domain", "example.com"}).out,
             "name: sales-tag\nid: 8\ntag-subject: on\nsubject-tag: \"[Verdacht] \"\n");

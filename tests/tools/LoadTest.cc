@@ -1,4 +1,4 @@
-// load changes what differs and nothing else, in one revision or not at all.
+// load changes only what differs, in one revision or not at all.
 #include "ToolFixture.h"
 
 using namespace Kestrav::ToolTesting;
@@ -26,7 +26,7 @@ class Load : public ToolFixture {
   }
 };
 
-TEST_F(Load, SaysWhatItDid) {
+TEST_F(Load, CountsChanges) {
   const Result result = run({"load", example()});
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(result.out, "revision 1: 53 added, 3 changed, 0 moved, 0 removed\n");
@@ -62,7 +62,7 @@ TEST_F(Load, ChangesOnlyTheDifference) {
   EXPECT_EQ(kept.size(), after.size() - 3);  // the new group, its policy, the profile
 }
 
-TEST_F(Load, RehearsesAChangeWithoutMakingIt) {
+TEST_F(Load, DryRunShowsChangesWithoutMakingThem) {
   load(example());
   const auto before = rows();
   const Result result = run({"load", "--dry-run", changedExample()});
@@ -72,15 +72,15 @@ TEST_F(Load, RehearsesAChangeWithoutMakingIt) {
   EXPECT_EQ(revision(), 1u);
 }
 
-TEST_F(Load, RehearsesWithoutMakingAStore) {
+TEST_F(Load, DryRunCreatesNoStore) {
   const Result result = run({"load", "--dry-run", example()});
   EXPECT_EQ(result.code, 0);
-  EXPECT_TRUE(contains(
-      result.out, "a dry run, nothing was changed: 53 added, 3 changed, 0 moved, 0 removed\n"));
+  EXPECT_TRUE(contains(result.out,
+                       "dry run, nothing was changed: 53 added, 3 changed, 0 moved, 0 removed\n"));
   EXPECT_FALSE(std::filesystem::exists(store()));
 }
 
-TEST_F(Load, RehearsesNothingWhenNothingDiffers) {
+TEST_F(Load, DryRunOfTheSameShowsNoDifferences) {
   load(example());
   EXPECT_EQ(run({"load", "--dry-run", example()}).out, "no differences\n");
 }
@@ -105,7 +105,7 @@ TEST_F(Load, LeavesNothingInTheTemporaryFolder) {
   EXPECT_TRUE(std::filesystem::is_empty(folder() / "tmp"));
 }
 
-TEST_F(Load, TellsTheStageOnATerminalOnly) {
+TEST_F(Load, ShowsTheStageOnATerminalOnly) {
   const Result seen = run({"load", example()}, {.err = Streams::kTerminal});
   EXPECT_EQ(seen.code, 0);
   EXPECT_TRUE(contains(seen.err, "reading 1 file")) << seen.err;
@@ -113,7 +113,7 @@ TEST_F(Load, TellsTheStageOnATerminalOnly) {
   const std::string erased = "\r\033[K";
   EXPECT_EQ(seen.err.substr(seen.err.size() - erased.size()), erased);
   EXPECT_EQ(run({"load", example()}).err, "");
-  // Not between the lines of an output that the same terminal shows.
+  // Not when the output goes to the same terminal.
   EXPECT_TRUE(contains(run({"dump"}, {.err = Streams::kTerminal}).err, "writing"));
   EXPECT_EQ(run({"dump"}, {.out = Streams::kTerminal, .err = Streams::kTerminal}).err, "");
 }

@@ -1,4 +1,4 @@
-// A file full of mistakes is answered with all of them, and changes nothing.
+// load reports all mistakes of a file and changes nothing.
 #include <gmock/gmock.h>
 
 #include "ToolFixture.h"
@@ -48,7 +48,7 @@ unheard-of: 1
 
 class Mistakes : public ToolFixture {};
 
-TEST_F(Mistakes, AreAllToldAndChangeNothing) {
+TEST_F(Mistakes, AreAllReportedAndChangeNothing) {
   load(example());
   const auto before = rows();
   const Result result = run({"load", file("mistaken.yaml", kMistaken)});
@@ -60,7 +60,7 @@ TEST_F(Mistakes, AreAllToldAndChangeNothing) {
   EXPECT_EQ(revision(), 1u);
 }
 
-TEST_F(Mistakes, AreToldByCheckAsByLoad) {
+TEST_F(Mistakes, AreReportedByCheckAsByLoad) {
   const std::string path = file("mistaken.yaml", kMistaken);
   const Result checked = run({"check", path});
   EXPECT_EQ(checked.code, 2);
@@ -68,27 +68,27 @@ TEST_F(Mistakes, AreToldByCheckAsByLoad) {
   EXPECT_FALSE(std::filesystem::exists(store()));
 }
 
-TEST_F(Mistakes, AreToldByADryRunAndByDiff) {
+TEST_F(Mistakes, AreReportedByADryRunAndByDiff) {
   const std::string path = file("mistaken.yaml", kMistaken);
   EXPECT_EQ(run({"load", "--dry-run", path}).code, 2);
   EXPECT_EQ(run({"diff", example(), path}).code, 2);
 }
 
-// Each message names its file, line and column, and behind a semicolon what would be right.
+// Each message gives file, line and column, and after a semicolon what would be right.
 TEST_F(Mistakes, HaveAPlaceAndARemedy) {
   const Result result = run({"check", file("mistaken.yaml", kMistaken)});
   std::istringstream lines(result.err);
   std::string line;
   std::string last;
-  int told = 0;
+  int reported = 0;
   const std::string path = folder() / "mistaken.yaml";
   while (std::getline(lines, line)) {
     last = line;
     if (line.rfind("vexactl: ", 0) == 0) continue;
-    ++told;
+    ++reported;
     EXPECT_THAT(line, testing::MatchesRegex(path + ":[0-9]+:[0-9]+: .+; .+"));
   }
-  EXPECT_EQ(last, "vexactl: " + std::to_string(told) + " mistakes");
+  EXPECT_EQ(last, "vexactl: " + std::to_string(reported) + " mistakes");
 }
 
 TEST_F(Mistakes, OfSeveralFilesNameTheirFile) {
@@ -114,7 +114,7 @@ TEST_F(Mistakes, OfAnySourceEndInMessages) {
     std::string content;
   } cases[] = {
       {"huge nesting", nested},
-      {"a text that multiplies itself", aliases},
+      {"aliases that expand exponentially", aliases},
       {"binary", std::string("\x7f"
                              "ELF\0\x01\x02\xff\xfe",
                              9)},

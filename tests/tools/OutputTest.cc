@@ -28,7 +28,7 @@ TEST_F(Output, MayEndEarly) {
     EXPECT_EQ(result.code, 0) << "signal " << result.signal;
     EXPECT_EQ(result.err, "");
   }
-  // What was asked is still answered.
+  // The exit code still is the answer.
   const std::string empty = file("empty.yaml", "{}\n");
   EXPECT_EQ(run({"diff", empty}, {.out = Streams::kReaderGone}).code, 1);
 }
@@ -38,14 +38,14 @@ TEST_F(Output, ThatCannotBeWrittenIsAFailure) {
     SCOPED_TRACE(verb.front());
     const Result full = run(verb, {.out = "/dev/full"});
     EXPECT_EQ(full.code, 2) << "signal " << full.signal;
-    EXPECT_EQ(full.err, "vexactl: the output cannot be written: No space left on device\n");
+    EXPECT_EQ(full.err, "vexactl: cannot write the output: No space left on device\n");
     const Result closed = run(verb, {.out = Streams::kClosed});
     EXPECT_EQ(closed.code, 2) << "signal " << closed.signal;
-    EXPECT_EQ(closed.err, "vexactl: the output cannot be written: Bad file descriptor\n");
+    EXPECT_EQ(closed.err, "vexactl: cannot write the output: Bad file descriptor\n");
   }
 }
 
-// A file that the store opens must not take the place of a stream that was closed.
+// A file that the store opens must not get the number of a closed stream.
 TEST_F(Output, ToClosedStreamsDoesNotReachTheStore) {
   const auto before = rows();
   for (const char* verb : {"dump", "status"}) {

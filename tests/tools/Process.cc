@@ -16,7 +16,7 @@
 namespace Kestrav::ToolTesting {
 namespace {
 
-// The two ends of a standard stream; -1 where there is none.
+// The two ends of a standard stream; -1 for none.
 struct Ends {
   int ours = -1;
   int theirs = -1;
@@ -48,7 +48,7 @@ Ends ends(const std::string& where) {
   return {-1, fd};
 }
 
-// In the child: only calls that are safe between fork and exec.
+// Runs in the child: async-signal-safe calls only.
 void connect(int theirs, int number) {
   if (theirs < 0) {
     ::close(number);
@@ -71,7 +71,7 @@ bool readSome(int& fd, std::string& text) {
     return true;
   }
   if (got < 0 && errno == EINTR) return true;
-  closeEnd(fd);  // a terminal whose other side is gone fails instead of ending
+  closeEnd(fd);  // a terminal fails instead of ending when its other side is closed
   return false;
 }
 
@@ -118,7 +118,8 @@ Process::~Process() {
 }
 
 bool Process::read() {
-  pollfd waiting[2] = {{outFd_, POLLIN, 0}, {errFd_, POLLIN, 0}};  // a negative one is passed over
+  pollfd waiting[2] = {{outFd_, POLLIN, 0},
+                       {errFd_, POLLIN, 0}};  // poll() ignores a negative descriptor
   if (outFd_ < 0 && errFd_ < 0) return false;
   if (::poll(waiting, 2, -1) < 0) return errno == EINTR;
   if (waiting[0].revents != 0) readSome(outFd_, result_.out);

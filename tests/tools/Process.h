@@ -1,4 +1,4 @@
-// vexactl as a process of its own.
+// Runs vexactl as a separate process.
 #pragma once
 
 #include <sys/types.h>
@@ -9,24 +9,24 @@
 namespace Kestrav::ToolTesting {
 
 struct Result {
-  int code = -1;    // exit code; -1 when a signal ended it
-  int signal = 0;   // the signal that ended it
-  std::string out;  // what it wrote to stdout
+  int code = -1;    // exit code; -1 after a signal
+  int signal = 0;   // the signal that ended the process; 0: none
+  std::string out;  // of stdout
   std::string err;
 };
 
 // Where a standard stream goes. A path is opened for writing.
 struct Streams {
   static constexpr const char* kPipe = "";                   // read by the test
-  static constexpr const char* kClosed = "closed";           // not open at all
-  static constexpr const char* kReaderGone = "reader gone";  // a pipe that nobody reads any more
+  static constexpr const char* kClosed = "closed";           // not open
+  static constexpr const char* kReaderGone = "reader gone";  // a pipe without a reader
   static constexpr const char* kTerminal = "terminal";       // a pseudo terminal, read by the test
   std::string out = kPipe;
   std::string err = kPipe;
-  bool unprivileged = false;  // without root's right to pass over file permissions
+  bool unprivileged = false;  // without root's right to ignore file permissions
 };
 
-// Killed, if still there, when the object goes. Used by one thread.
+// The destructor kills the process when it still runs. Used by one thread.
 class Process {
  public:
   explicit Process(const std::vector<std::string>& arguments, const Streams& streams = {});
@@ -34,16 +34,16 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  // Waits for the next line of stdout, without its end; empty when there are no more.
+  // Waits for the next line of stdout, without the line break; empty at the end.
   std::string line();
   void signal(int number) const;
-  // Waits for the end. `out` is what line() has not given yet.
+  // Waits for the end. `out` holds what line() has not returned.
   Result wait();
 
   pid_t pid() const { return pid_; }
 
  private:
-  // Reads once from whichever of the two has something; false at the end of both.
+  // Waits for output of either stream and reads it; false at the end of both.
   bool read();
 
   pid_t pid_ = -1;

@@ -1,4 +1,4 @@
-// Private keys and pass phrases come out only when they are asked for.
+// Private keys and pass phrases are printed only with --secrets.
 #include "ToolFixture.h"
 
 using namespace Kestrav::ToolTesting;
@@ -27,7 +27,7 @@ class Secrets : public ToolFixture {
     one_ = file("one.yaml", bindings(kKey, kPhrase));
     other_ = file("other.yaml", bindings("-----KEY-TWO-----", "phrase-two"));
   }
-  // The output, which must not hold a secret unless it was asked for.
+  // Runs vexactl and expects no secret in its output, which it returns.
   std::string outputOf(std::vector<std::string> arguments) const {
     const Result masked = run(arguments);
     EXPECT_FALSE(contains(masked.out + masked.err, "KEY-")) << masked.out << masked.err;
@@ -54,7 +54,7 @@ TEST_F(Secrets, AreMaskedInEveryOutput) {
   outputOf({"status"});
 }
 
-TEST_F(Secrets, AreGivenWhenAskedFor) {
+TEST_F(Secrets, ArePrintedOnRequest) {
   load(one_);
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{"dump", "--secrets"},
@@ -67,7 +67,7 @@ TEST_F(Secrets, AreGivenWhenAskedFor) {
   }
 }
 
-TEST_F(Secrets, AreKnownToDiffer) {
+TEST_F(Secrets, CountAsDifferences) {
   const Result result = run({"diff", one_, other_});
   EXPECT_EQ(result.code, 1);
   EXPECT_EQ(result.out,
@@ -87,10 +87,10 @@ TEST_F(Secrets, AreMaskedWhileWatching) {
             "revision 2  certificate-bindings \"staff\" of the system: changed\n"
             "  private-key: \"<masked>\" -> \"<masked>\"\n"
             "  pass-phrase: \"<masked>\" -> \"<masked>\"\n");
-  const std::string told = asked.wait().out;
+  const std::string output = asked.wait().out;
   EXPECT_TRUE(
-      contains(told, "{\"field\":\"pass-phrase\",\"from\":\"phrase-one\",\"to\":\"phrase-two\"}"))
-      << told;
+      contains(output, "{\"field\":\"pass-phrase\",\"from\":\"phrase-one\",\"to\":\"phrase-two\"}"))
+      << output;
 }
 
 TEST_F(Secrets, MaskedTextIsNotLoaded) {

@@ -1,4 +1,4 @@
-// status and set: what a store is like, and the switches of those who run on it.
+// status and set: the state of a store and its switches.
 #include <nlohmann/json.hpp>
 
 #include "ToolFixture.h"
@@ -14,7 +14,7 @@ class Status : public ToolFixture {
   Json status() const { return Json::parse(run({"status", "--json"}).out); }
 };
 
-TEST_F(Status, TellsTheStoreInBothForms) {
+TEST_F(Status, DescribesTheStoreInBothForms) {
   const Json json = status();
   EXPECT_EQ(json["store"], store());
   EXPECT_EQ(json["revision"], 1);
@@ -27,7 +27,7 @@ TEST_F(Status, TellsTheStoreInBothForms) {
   EXPECT_TRUE(json["processes"].empty());
 
   std::string text = placeless(run({"status"}).out);
-  // The size depends on the page size of the machine, the readers on who looks at the moment.
+  // The size depends on the page size of the machine, the readers on the moment.
   text = replaced(text, "readers    " + std::to_string(json["readers"]["inUse"].get<int>()),
                   "readers    N");
   text = replaced(text, std::to_string(json["usedBytes"].get<long>()) + " bytes", "N bytes");
@@ -58,7 +58,7 @@ TEST_F(Status, ShowsEverySwitchAsItWasSet) {
   }
 }
 
-TEST_F(Status, TakesTheUsualWordsForOnAndOff) {
+TEST_F(Status, AcceptsTheUsualWordsForOnAndOff) {
   for (const char* word : {"off", "false", "no", "0"}) {
     EXPECT_EQ(run({"set", "content-inspection", word}).code, 0) << word;
     EXPECT_EQ(status()["switches"]["content-inspection"], false) << word;

@@ -39,7 +39,7 @@ void expectGolden(const std::string& name, const std::string& output) {
     std::ofstream(path, std::ios::binary) << output;
     return;
   }
-  EXPECT_EQ(output, fileContent(path)) << name << "; KESTRAV_UPDATE_GOLDEN=1 writes it anew";
+  EXPECT_EQ(output, fileContent(path)) << name << "; KESTRAV_UPDATE_GOLDEN=1 rewrites it";
 }
 
 std::vector<std::string> rowsOf(const Config::Snapshot& snapshot) {

@@ -1,7 +1,6 @@
-// A folder and a store of its own for each test of vexactl, and outputs to compare with.
+// Gives each test of vexactl a folder with a store, and compares outputs with golden files.
 //
-// The outputs are in golden/. When one is meant to change, KESTRAV_UPDATE_GOLDEN=1 tools_tests
-// writes them anew; what changed is then to be read in the diff.
+// KESTRAV_UPDATE_GOLDEN=1 tools_tests rewrites golden/. Read the diff afterwards.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -27,7 +26,7 @@ std::string fileContent(const std::filesystem::path& path);
 // Compares with golden/NAME, or writes it.
 void expectGolden(const std::string& name, const std::string& output);
 
-// Every table, domain, id and row of a store, one line each.
+// One line per record: table, domain, id and row.
 std::vector<std::string> rowsOf(const Config::Snapshot& snapshot);
 
 class ToolFixture : public ::testing::Test {
@@ -36,20 +35,20 @@ class ToolFixture : public ::testing::Test {
   std::string store() const { return folder_ / "store"; }
   static std::string example() { return KESTRAV_EXAMPLES "/gateway.yaml"; }
 
-  // A file in the test's folder; gives its path.
+  // Writes a file in the test's folder and returns its path.
   std::string file(const std::string& name, const std::string& content) const;
 
   // vexactl --store STORE ARGUMENTS
   Result run(std::vector<std::string> arguments, const Streams& streams = {}) const;
   std::vector<std::string> withStore(std::vector<std::string> arguments) const;
-  // Loads a file and expects that to succeed.
+  // Loads a file and expects success.
   void load(const std::string& path) const;
   void loadText(const std::string& text) const;
 
-  // The output with the test's folder written as FOLDER.
+  // The output with FOLDER for the test's folder.
   std::string placeless(const std::string& output) const;
 
-  // What the store holds, and its revision; opened here.
+  // The records and the revision of the store. Open it in this process.
   std::vector<std::string> rows() const;
   Config::Revision revision() const;
   std::shared_ptr<Config::ConfigStore> open() const;

@@ -1,4 +1,4 @@
-// watch in one process tells what other processes commit.
+// watch in one process prints what other processes commit.
 #include <signal.h>
 
 #include <nlohmann/json.hpp>
@@ -26,8 +26,7 @@ class Watch : public ToolFixture {
     load(example());
   }
 
-  // A change that is told in far more bytes than a pipe holds: whoever tells it gets no further
-  // until somebody reads.
+  // A change whose output is larger than a pipe's buffer: the writer blocks until somebody reads.
   static std::string largeGroup() {
     std::string members;
     for (int i = 10'000; i < 30'000; ++i) {
@@ -39,17 +38,17 @@ class Watch : public ToolFixture {
   Json processes() const { return Json::parse(run({"status", "--json"}).out)["processes"]; }
 };
 
-TEST_F(Watch, TellsEachRecordAndField) {
+TEST_F(Watch, PrintsEachRecordAndField) {
   Process watching(withStore({"watch", "--changes", "2"}));
   const std::string first = watching.line();
-  EXPECT_EQ(placeless(first), "watching FOLDER/store from revision 1 on");
+  EXPECT_EQ(placeless(first), "watching FOLDER/store from revision 1");
   makeChanges();
   const Result result = watching.wait();
   EXPECT_EQ(result.code, 0) << result.err;
   expectGolden("watch.txt", result.out);
 }
 
-TEST_F(Watch, TellsTheSameAsJson) {
+TEST_F(Watch, PrintsTheSameAsJson) {
   Process watching(withStore({"watch", "--changes", "2", "--json"}));
   const Json first = Json::parse(watching.line());
   EXPECT_EQ(first["revision"], 1);
@@ -62,7 +61,7 @@ TEST_F(Watch, TellsTheSameAsJson) {
   expectGolden("watch.json", result.out);
 }
 
-TEST_F(Watch, NeverTellsMoreThanAskedFor) {
+TEST_F(Watch, EndsAfterTheGivenRevision) {
   Process watching(withStore({"watch", "--changes", "1", "--json"}));
   watching.line();
   makeChanges();
@@ -83,7 +82,7 @@ TEST_F(Watch, EndsWellWhenInterrupted) {
   }
 }
 
-TEST_F(Watch, EndsWhenNobodyReadsAnyMore) {
+TEST_F(Watch, EndsWhenTheReaderIsGone) {
   Process watching(withStore({"watch"}), {.out = Streams::kReaderGone});
   const Result result = watching.wait();
   EXPECT_EQ(result.code, 0) << "signal " << result.signal;
@@ -102,10 +101,10 @@ TEST_F(Watch, IsListedWithWhatItApplied) {
 
   load(file("large.yaml", largeGroup()));
   load(example());
-  const Json behind = processes();
-  ASSERT_EQ(behind.size(), 1u);
-  EXPECT_EQ(behind[0]["applied"], 1);
-  EXPECT_EQ(behind[0]["lag"], 2);
+  const Json lagging = processes();
+  ASSERT_EQ(lagging.size(), 1u);
+  EXPECT_EQ(lagging[0]["applied"], 1);
+  EXPECT_EQ(lagging[0]["lag"], 2);
 
   for (int revision = 0; revision < 3;) {
     const std::string line = watching.line();
@@ -117,12 +116,12 @@ TEST_F(Watch, IsListedWithWhatItApplied) {
   EXPECT_TRUE(processes().empty());
 }
 
-TEST_F(Watch, NamesWhatIsGoneByNow) {
+TEST_F(Watch, NamesRecordsThatAreRemovedMeanwhile) {
   Process watching(withStore({"watch", "--changes", "3", "--json"}));
   watching.line();
   load(file("large.yaml", largeGroup()));
   EXPECT_EQ(Json::parse(watching.line())["name"], "large");
-  // Told only once both are committed.
+  // Delivered only after both are committed.
   load(file("renamed.yaml", replaced(largeGroup(), "partner-hosts", "partner-networks")));
   load(example());
   const Result result = watching.wait();
@@ -132,12 +131,12 @@ TEST_F(Watch, NamesWhatIsGoneByNow) {
       << result.out;
 }
 
-// The journal is kept for those who are behind, but not without end.
-TEST_F(Watch, SaysWhenItMissedChanges) {
+// The journal is kept for processes that lag, up to a limit.
+TEST_F(Watch, ReportsMissedChanges) {
   Process watching(withStore({"watch"}));
   watching.line();
   load(file("large.yaml", largeGroup()));
-  // Once this has come, the rest of revision 2 is stuck and later ones have not been looked at.
+  // After this line the event thread blocks in revision 2.
   EXPECT_EQ(watching.line().substr(0, 10), "revision 2");
   {
     Kestrav::Config::ConfigStore::Options options;

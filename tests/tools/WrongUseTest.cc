@@ -1,4 +1,4 @@
-// Wrong use is answered with one clear line on stderr and the exit code for it.
+// Wrong use gives one clear line on stderr and exit code 2.
 #include <fstream>
 
 #include "ToolFixture.h"
@@ -17,7 +17,7 @@ class WrongUse : public ToolFixture {
   }
 };
 
-TEST_F(WrongUse, IsAnsweredInOneLine) {
+TEST_F(WrongUse, GivesOneLine) {
   load(example());
   const struct {
     std::vector<std::string> arguments;
@@ -63,7 +63,7 @@ TEST_F(WrongUse, IsAnsweredInOneLine) {
       {{"diff", example(), example(), example()}, 2},
       {{"--store", "", "status"}, 2},
   };
-  std::string told;
+  std::string messages;
   for (const auto& one : cases) {
     std::string line = "vexactl";
     for (const std::string& word : one.arguments) line += " '" + word + "'";
@@ -73,10 +73,10 @@ TEST_F(WrongUse, IsAnsweredInOneLine) {
     if (arguments.empty() || arguments.front() != "--store") arguments = withStore(arguments);
     const Result result = vexactl(arguments);
     expectRefused(result, one.code);
-    told += "$ " + replaced(replaced(line, "\n", "\\n"), "\x1b", "\\e") + "\n" + result.err;
+    messages += "$ " + replaced(replaced(line, "\n", "\\n"), "\x1b", "\\e") + "\n" + result.err;
   }
   expectGolden("wrong-use.txt",
-               replaced(replaced(placeless(told), example(), "EXAMPLE"), "\x01", "\\1"));
+               replaced(replaced(placeless(messages), example(), "EXAMPLE"), "\x01", "\\1"));
 }
 
 TEST_F(WrongUse, OfFilesThatCannotBeRead) {
@@ -108,7 +108,7 @@ TEST_F(WrongUse, OfAFileWithoutPermission) {
       << result.err;
 }
 
-// Every verb that needs a store, on things that are none.
+// Every verb that needs a store, with a path that is no store.
 class NoStore : public WrongUse, public testing::WithParamInterface<const char*> {
  protected:
   std::vector<std::string> verb() const {
@@ -119,7 +119,7 @@ class NoStore : public WrongUse, public testing::WithParamInterface<const char*>
   }
 };
 
-TEST_P(NoStore, MissingIsRefusedAndNotMade) {
+TEST_P(NoStore, MissingIsRefusedAndNotCreated) {
   const Result result = run(verb());
   expectRefused(result);
   EXPECT_EQ(placeless(result.err),
@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(Verbs, NoStore,
                            return words.substr(0, words.find(' '));
                          });
 
-TEST_F(WrongUse, OfAPlaceWhereNoStoreCanBeMade) {
+TEST_F(WrongUse, OfAPlaceWhereNoStoreCanBeCreated) {
   std::filesystem::create_directory(folder() / "locked");
   std::filesystem::permissions(folder() / "locked", std::filesystem::perms::none);
   const Result result = vexactl({"--store", folder() / "locked" / "store", "load", example()},

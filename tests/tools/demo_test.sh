@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the demonstration and compares what it shows with golden/demo.txt; with KESTRAV_UPDATE_GOLDEN=1
-# writes that file anew.
+# Runs the demonstration and compares its output with golden/demo.txt. KESTRAV_UPDATE_GOLDEN=1 rewrites
+# that file.
 #
 # usage: demo_test.sh BUILD_FOLDER
 set -euo pipefail

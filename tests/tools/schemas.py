@@ -1,4 +1,4 @@
-"""Holds what vexactl reads and prints against the published JSON schemas.
+"""Validates what vexactl reads and prints with the published JSON schemas.
 
 usage: schemas.py VEXACTL SOURCES
 """
@@ -99,6 +99,9 @@ def explain_schema(validator, run):
     refused("an unknown key", lambda d: d.update({"more": 1}))
     refused("a missing revision", lambda d: d.pop("revision"))
     refused("an unknown outcome", lambda d: d["connection"]["considered"][0].update({"outcome": "?"}))
+    refused("an outcome without a sentence", lambda d: d["connection"]["considered"][0].pop("outcomeText"))
+    refused("an unknown antispam setting",
+            lambda d: d["recipients"][0]["policy"]["profiles"]["antispam"]["settings"].update({"more": 1}))
     refused("an action without a sentence",
             lambda d: d["recipients"][0]["policy"]["profiles"]["antispam"]["defaultActions"][0].pop("text"))
 
