@@ -1,14 +1,15 @@
 // A regular expression whose matches in a text are counted, with bounded work.
 //
 // It has PCRE2's syntax. Matches do not overlap, are never empty and are counted from left to
-// right. Any number of threads may count; what a search needs besides the program belongs to the
-// thread.
+// right. Any number of threads may count.
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "platform/regex/Pcre.h"
 
 namespace Kestrav::Dictionary {
 
@@ -26,19 +27,15 @@ class CountedExpression {
     std::string reason;    // of giving up
   };
 
-  // Throws Exception, code kBadText, naming what is wrong and at which byte.
-  CountedExpression(const std::string& expression, Options options);
-  ~CountedExpression();
-  CountedExpression(const CountedExpression&) = delete;
-  CountedExpression& operator=(const CountedExpression&) = delete;
+  // Throws Exception, code kBadText, with the reason and the byte offset.
+  CountedExpression(const std::string& expression, Options words);
 
-  // Stops at `most` matches. The work allowed grows with the subject's size and with nothing else.
+  // Stops at `most` matches. The work allowed depends on the subject's size only.
   // REQUIRES: the subject is valid UTF-8.
   Count count(std::string_view subject, std::uint32_t most) const;
 
  private:
-  struct Program;
-  std::unique_ptr<const Program> program_;
+  std::optional<Pcre::Program> program_;  // always compiled
 };
 
 }  // namespace Kestrav::Dictionary

@@ -1,32 +1,36 @@
 // A compiled regular expression, searched for in a subject.
 //
-// The subject is read as UTF-8 when it is valid UTF-8, and as single bytes otherwise. The work
-// spent on one search is bounded; see StringPattern for what a caller observes. Any number of
-// threads may search: what a search needs besides the program belongs to the thread.
+// The subject is read as UTF-8 when it is valid UTF-8, and as single bytes otherwise. The work of a
+// search is bounded. Any number of threads may search.
 #pragma once
 
-#include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "platform/regex/Pcre.h"
 
 namespace Kestrav {
 
 class RegularExpression {
  public:
-  enum class Outcome { kNotFound, kFound, kLimit, kError };
-
-  // Throws Exception (StringPattern::kDoesNotCompile) naming what is wrong and at which byte.
+  // Throws Exception (StringPattern::kDoesNotCompile) with the reason and the byte offset.
   RegularExpression(const std::string& text, bool ignoreCase);
-  ~RegularExpression();
-  RegularExpression(const RegularExpression&) = delete;
-  RegularExpression& operator=(const RegularExpression&) = delete;
 
-  // `error`, when given, receives the reason of kError.
-  Outcome search(std::string_view subject, std::string* error = nullptr) const;
+  // kFound, kNotFound, kLimit or kError; `error` receives the reason of kError.
+  Pcre::Status search(std::string_view subject, std::string& error) const;
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  const Pcre::BoundedProgram& onBytes() const;
+
+  std::string text_;
+  bool ignoreCase_;
+  std::optional<Pcre::BoundedProgram> utf8_;  // none when the expression itself is not UTF-8
+
+  // Built for the first subject that is not UTF-8; most expressions never get one.
+  mutable std::once_flag bytesOnce_;
+  mutable std::optional<Pcre::BoundedProgram> bytes_;
 };
 
 }  // namespace Kestrav

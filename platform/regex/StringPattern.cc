@@ -77,15 +77,16 @@ MatchResult StringPattern::match(std::string_view subject) const {
     return program_->wildcard->matches(subject) ? MatchResult::kYes : MatchResult::kNo;
   }
   std::string error;
-  switch (program_->expression->search(subject, &error)) {
-    case RegularExpression::Outcome::kFound:
+  switch (program_->expression->search(subject, error)) {
+    case Pcre::Status::kFound:
       return MatchResult::kYes;
-    case RegularExpression::Outcome::kNotFound:
+    case Pcre::Status::kNotFound:
       return MatchResult::kNo;
-    case RegularExpression::Outcome::kLimit:
+    case Pcre::Status::kLimit:
       logLimit(program_->text, subject.size());
       return MatchResult::kLimit;
-    case RegularExpression::Outcome::kError:
+    case Pcre::Status::kNotUtf8:
+    case Pcre::Status::kError:
       break;
   }
   Logger::instance().log(LogCode::kPatternMatchFailed, "%s\x01%s", program_->text.c_str(),

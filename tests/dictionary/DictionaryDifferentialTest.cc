@@ -1,13 +1,11 @@
-// The scanner against a reading of its rules that is as plain as can be, on random texts.
+// The scanner against the plainest implementation of its rules, on random texts. Expressions are
+// counted with unmetered programs and without the multi-pattern pass.
 #include <gtest/gtest.h>
 
-#define PCRE2_CODE_UNIT_WIDTH 8
-#include <pcre2.h>
-
-#include <memory>
 #include <random>
 
 #include "platform/dictionary/Words.h"
+#include "platform/regex/Pcre.h"
 #include "tests/dictionary/DictionaryItems.h"
 
 namespace Kestrav {
@@ -83,24 +81,13 @@ TEST(DictionaryDifferential, LiteralsOnRandomTexts) {
   }
 }
 
-std::uint32_t pcreCount(const __vexa_dictionary_item& item, const std::string& text) {
-  int error = 0;
-  std::size_t offset = 0;
-  const std::unique_ptr<pcre2_code, decltype(&pcre2_code_free)> code(
-      pcre2_compile(reinterpret_cast<PCRE2_SPTR>(item.text), PCRE2_ZERO_TERMINATED,
-                    PCRE2_UTF | (item.case_sensitive ? 0 : PCRE2_CASELESS), &error, &offset,
-                    nullptr),
-      &pcre2_code_free);
-  if (!code) return 0;
-  const std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data(
-      pcre2_match_data_create(1, nullptr), &pcre2_match_data_free);
+std::uint32_t plainExpressionCount(const __vexa_dictionary_item& item, const std::string& text) {
+  const Pcre::Program program(item.text, {.ignoreCase = item.case_sensitive == 0, .utf8 = true});
   std::uint32_t count = 0;
-  for (std::size_t from = 0; from < text.size(); from = pcre2_get_ovector_pointer(data.get())[1]) {
-    if (pcre2_match(code.get(), reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), from,
-                    PCRE2_NOTEMPTY, data.get(), nullptr) < 0) {
-      break;
-    }
-    ++count;
+  for (std::size_t from = 0; program.compiled() && from < text.size(); ++count) {
+    const Pcre::Result result = program.next(text, from);
+    if (result.status != Pcre::Status::kFound) break;
+    from = result.end;
   }
   return count;
 }
@@ -150,7 +137,7 @@ TEST(DictionaryDifferential, ExpressionsOnRandomTexts) {
     std::vector<std::uint32_t> counts(items.size());
     for (const ScanHit& hit : result.hits) counts[hit.item] = hit.count;
     for (std::size_t i = 0; i < items.size(); ++i) {
-      ASSERT_EQ(counts[i], pcreCount(items[i].record(), text))
+      ASSERT_EQ(counts[i], plainExpressionCount(items[i].record(), text))
           << items[i].record().text << " in \"" << text << "\", round " << round;
     }
   }

@@ -1,0 +1,176 @@
+#include "platform/regex/Pcre.h"
+
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+namespace Kestrav::Pcre {
+namespace {
+
+constexpr std::uint32_t kDepthLimit = 20'000;
+constexpr std::uint32_t kHeapLimitKib = 8 * 1024;
+constexpr std::size_t kJitStackStart = 32 * 1024;
+constexpr std::size_t kJitStackMost = 1024 * 1024;
+constexpr std::uint32_t kCheckNumber = 251;  // of kCheck
+
+// Of BoundedProgram, in the units of Meter.
+constexpr std::size_t kQuickWork = 200'000'000;
+constexpr std::size_t kMeteredWork = 20'000'000;
+constexpr std::size_t kLeastQuickLimit = 16;  // below it the quick search would rarely finish
+
+std::string errorText(int code) {
+  std::array<PCRE2_UCHAR, 256> text{};
+  const int length = pcre2_get_error_message(code, text.data(), text.size());
+  if (length < 0) return "error " + std::to_string(code);
+  return std::string(reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(length));
+}
+
+pcre2_code* compile(const std::string& text, Options options, CompileError& error) {
+  const std::uint32_t flags = PCRE2_NEVER_BACKSLASH_C | (options.ignoreCase ? PCRE2_CASELESS : 0u) |
+                              (options.utf8 ? PCRE2_UTF : 0u) |
+                              (options.metered ? PCRE2_AUTO_CALLOUT : 0u);
+  return pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), flags, &error.code,
+                       &error.offset, nullptr);
+}
+
+// Called before every item of a metered program.
+int onCallout(pcre2_callout_block* block, void* data) {
+  Meter& meter = *static_cast<Meter*>(data);
+  const std::size_t now = block->current_position;
+  if (block->callout_number == kCheckNumber && meter.rejects != nullptr) {
+    const std::string_view subject(reinterpret_cast<const char*>(block->subject),
+                                   block->subject_length);
+    return meter.rejects(subject, now) ? 1 : 0;
+  }
+  meter.used += 1 + std::max(now, meter.position) - std::min(now, meter.position);
+  meter.position = now;
+  return meter.used > meter.allowed ? PCRE2_ERROR_CALLOUT : 0;
+}
+
+Status statusOf(int code) {
+  if (code >= 0) return Status::kFound;
+  if (code <= PCRE2_ERROR_UTF8_ERR1 && code >= PCRE2_ERROR_UTF8_ERR21) return Status::kNotUtf8;
+  switch (code) {
+    case PCRE2_ERROR_NOMATCH:
+      return Status::kNotFound;
+    case PCRE2_ERROR_MATCHLIMIT:
+    case PCRE2_ERROR_DEPTHLIMIT:
+    case PCRE2_ERROR_HEAPLIMIT:
+    case PCRE2_ERROR_JIT_STACKLIMIT:
+    case PCRE2_ERROR_CALLOUT:
+      return Status::kLimit;
+    default:
+      return Status::kError;
+  }
+}
+
+// What one thread needs to search with any program.
+class Workspace {
+ public:
+  static Workspace& ofThisThread() {
+    thread_local Workspace workspace;
+    return workspace;
+  }
+
+  Workspace()
+      : data_(pcre2_match_data_create(1, nullptr), &pcre2_match_data_free),
+        context_(pcre2_match_context_create(nullptr), &pcre2_match_context_free),
+        stack_(pcre2_jit_stack_create(kJitStackStart, kJitStackMost, nullptr),
+               &pcre2_jit_stack_free) {
+    if (!data_ || !context_) throw std::bad_alloc();
+    pcre2_set_depth_limit(context_.get(), kDepthLimit);
+    pcre2_set_heap_limit(context_.get(), kHeapLimitKib);
+    // Null without a code generator; PCRE2's small default stack is unused then, too.
+    if (stack_) pcre2_jit_stack_assign(context_.get(), nullptr, stack_.get());
+  }
+
+  Result search(const pcre2_code* program, std::string_view subject, std::size_t from,
+                std::uint32_t options, std::uint32_t matchLimit, Meter* meter) {
+    pcre2_set_match_limit(context_.get(), matchLimit);
+    pcre2_set_callout(context_.get(), meter != nullptr ? &onCallout : nullptr, meter);
+    const char* text = subject.empty() ? "" : subject.data();
+    const int code = pcre2_match(program, reinterpret_cast<PCRE2_SPTR>(text), subject.size(), from,
+                                 options, data_.get(), context_.get());
+    return {statusOf(code), code, code >= 0 ? pcre2_get_ovector_pointer(data_.get())[1] : 0};
+  }
+
+ private:
+  std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data_;
+  std::unique_ptr<pcre2_match_context, decltype(&pcre2_match_context_free)> context_;
+  std::unique_ptr<pcre2_jit_stack, decltype(&pcre2_jit_stack_free)> stack_;
+};
+
+}  // namespace
+
+std::string CompileError::reason() const {
+  return errorText(code);
+}
+
+std::string CompileError::message() const {
+  return "regular expression does not compile: " + reason() + " at offset " +
+         std::to_string(offset);
+}
+
+std::string Result::reason() const {
+  return code == PCRE2_ERROR_CALLOUT ? "too much work" : errorText(code);
+}
+
+void Program::Free::operator()(pcre2_code* code) const {
+  pcre2_code_free(code);
+}
+
+bool compiles(const std::string& text, Options options, CompileError& error) {
+  pcre2_code* code = compile(text, options, error);
+  pcre2_code_free(code);
+  return code != nullptr;
+}
+
+Program::Program(const std::string& text, Options options) : code_(compile(text, options, error_)) {
+  // Where no code can be generated (memory that may not be made executable), it is interpreted.
+  if (code_) pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
+}
+
+bool Program::isAnchored() const {
+  std::uint32_t options = 0;
+  pcre2_pattern_info(code_.get(), PCRE2_INFO_ALLOPTIONS, &options);
+  return (options & PCRE2_ANCHORED) != 0;
+}
+
+Result Program::search(std::string_view subject, std::uint32_t matchLimit, Meter* meter) const {
+  return Workspace::ofThisThread().search(code_.get(), subject, 0, 0, matchLimit, meter);
+}
+
+Result Program::next(std::string_view subject, std::size_t from, Meter* meter) const {
+  return Workspace::ofThisThread().search(code_.get(), subject, from,
+                                          PCRE2_NOTEMPTY | PCRE2_NO_UTF_CHECK, kMatchLimit, meter);
+}
+
+BoundedProgram::BoundedProgram(const std::string& text, Options options)
+    : text_(text),
+      options_(options),
+      quick_(text, options),
+      anchored_(compiled() && quick_.isAnchored()) {}
+
+Result BoundedProgram::search(std::string_view subject) const {
+  const std::size_t length = subject.size() + 1;
+  const std::size_t starts = anchored_ ? 1 : length;
+  const std::size_t limit = std::min<std::size_t>(kMatchLimit, kQuickWork / starts / length);
+  if (limit >= kLeastQuickLimit) {
+    const Result result = quick_.search(subject, static_cast<std::uint32_t>(limit));
+    if (result.status != Status::kLimit || limit == kMatchLimit) return result;
+  }
+  std::call_once(meteredOnce_, [this] {
+    Options metered = options_;
+    metered.metered = true;
+    metered_.emplace(text_, metered);
+  });
+  // The callouts can make a program too large to compile.
+  if (!metered_->compiled()) return {Status::kLimit, PCRE2_ERROR_MATCHLIMIT};
+  Meter meter{kMeteredWork};
+  return metered_->search(subject, kMatchLimit, &meter);
+}
+
+}  // namespace Kestrav::Pcre
