@@ -8,7 +8,7 @@ namespace Kestrav {
 
 namespace {
 
-// EVP_EncodeBlock counts in int. A multiple of 3, so that only the last piece is padded.
+// EVP_EncodeBlock takes its size as int. A multiple of 3: only the last piece is padded.
 constexpr std::size_t kEncodedAtOnce = 3 * 1024 * 1024;
 
 }  // namespace
@@ -22,7 +22,7 @@ std::string Buffer::toBase64String() const {
   std::size_t written = 0;
   for (std::size_t done = 0; done < bytes_.size(); done += kEncodedAtOnce) {
     const std::size_t piece = std::min(kEncodedAtOnce, bytes_.size() - done);
-    // Writes a NUL after its output as well; a std::string has room for it.
+    // Writes a NUL after its output; a std::string has room for it.
     written += static_cast<std::size_t>(EVP_EncodeBlock(
         reinterpret_cast<unsigned char*>(text.data() + written),
         reinterpret_cast<const unsigned char*>(bytes_.data() + done), static_cast<int>(piece)));

@@ -1,5 +1,4 @@
-// A growable run of bytes. A value: copies are independent. Not protected against concurrent
-// change.
+// A growable array of bytes; a value. Not synchronised.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +14,7 @@ class KESTRAV_API Buffer {
   Buffer() = default;
   explicit Buffer(std::string_view bytes) : bytes_(bytes) {}
 
-  // Never null, also when empty. Valid until the buffer grows, is cleared, moved or destroyed.
+  // Never null. Valid until the buffer grows, is cleared, moved or destroyed.
   const char* data() const { return bytes_.data(); }
   char* data() { return bytes_.data(); }
   std::size_t size() const { return bytes_.size(); }
@@ -23,15 +22,14 @@ class KESTRAV_API Buffer {
 
   void reserve(std::size_t capacity) { bytes_.reserve(capacity); }
   void append(std::string_view bytes) { bytes_.append(bytes); }
-  // REQUIRES: `bytes` holds `size` bytes; it may be null when `size` is 0.
+  // `bytes` may be null when `size` is 0.
   void append(const void* bytes, std::size_t size);
   void append(char byte) { bytes_.push_back(byte); }
   void clear() { bytes_.clear(); }
 
-  // A copy of the bytes, NUL bytes included.
   std::string asString() const { return bytes_; }
 
-  // Base64 of RFC 4648 section 4: padded, without line breaks; empty for an empty buffer.
+  // Base64 of RFC 4648 section 4: padded, without line breaks.
   std::string toBase64String() const;
 
   bool operator==(const Buffer& other) const = default;

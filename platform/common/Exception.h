@@ -1,7 +1,7 @@
-// The one exception type that the library and its platform throw.
+// The exception type of the library and its platform.
 //
-// Thrown by value, caught by reference. Carries a message, a numeric code, and optionally the name
-// of the source it came from (without extension), a line, a string parameter and a cause.
+// Carries a message, a numeric code, and optionally the name of its source (without extension), a
+// line, a string parameter and a cause.
 #pragma once
 
 #include <exception>
@@ -14,14 +14,14 @@ namespace Kestrav {
 
 class KESTRAV_API Exception : public std::exception {
  public:
-  // Codes with a settled meaning; others belong to whoever throws them.
+  // Codes shared by all throwers.
   static constexpr int kNullHandle = 1;          // a null handle was used, or an object is missing
   static constexpr int kWrongEntity = 2;         // a store entity of the wrong kind
   static constexpr int kFailedConstruction = 4;  // a reference-counted object could not be built
-  static constexpr int kBadText = 5;             // a text or a stored value that cannot be read
+  static constexpr int kBadText = 5;             // a malformed text or stored value
   static constexpr int kFileFailure = 6;         // a file cannot be opened or written
 
-  // `file` may be null (no source given); `line` is 0 then. `file` is copied.
+  // `file` is copied; null without a source, with `line` 0.
   Exception(std::string message, int code, const char* file = nullptr, int line = 0);
   Exception(const Exception&);
   Exception& operator=(const Exception&);
@@ -29,21 +29,21 @@ class KESTRAV_API Exception : public std::exception {
 
   const std::string& message() const { return message_; }
   int code() const { return code_; }
-  const std::string& file() const { return file_; }  // empty when none was given
+  const std::string& file() const { return file_; }  // empty without a source
   int line() const { return line_; }
 
-  // Detail for the reader of a log, e.g. the offending text.
+  // A detail for the log, e.g. the offending text.
   Exception& stringParameter(const std::string& parameter);
   const std::string& stringParameter() const { return parameter_; }
 
-  // What led to this one; copied.
+  // Copied.
   Exception& cause(const Exception& cause);
   const Exception* cause() const { return cause_.get(); }
 
   // One line: message, parameter, code, source and line, then the causes.
   std::string asString() const;
 
-  // The same text as asString(); valid until the exception is changed or destroyed.
+  // asString(); valid until the exception is changed or destroyed.
   const char* what() const noexcept override;
 
  private:

@@ -1,4 +1,4 @@
-// KESTRAV_API marks what the two shared libraries offer; everything else stays hidden.
+// KESTRAV_API marks the exported symbols of both shared libraries; all others are hidden.
 #pragma once
 
 #define KESTRAV_API __attribute__((visibility("default")))

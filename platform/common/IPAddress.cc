@@ -13,20 +13,20 @@ namespace Kestrav {
 
 namespace {
 
-constexpr std::size_t kMappedPrefix = 12;  // bytes in front of an IPv4 address held as IPv6
+constexpr std::size_t kMappedPrefix = 12;  // bytes before an IPv4 address in mapped form
 constexpr std::uint8_t kMapped[kMappedPrefix] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF};
 
 bool isMapped(const std::uint8_t* bytes) {
   return std::memcmp(bytes, kMapped, kMappedPrefix) == 0;
 }
 
-// RFC 5952 section 4. The C library's own text differs: it writes ::102:304 as ::1.2.3.4.
+// RFC 5952 section 4. inet_ntop differs: it writes ::102:304 as ::1.2.3.4.
 std::string ipv6Text(const IPAddress::Bytes& bytes) {
   constexpr int kGroups = 8;
   unsigned groups[kGroups];
   for (int i = 0; i < kGroups; ++i) groups[i] = bytes[2 * i] * 256u + bytes[2 * i + 1];
 
-  // The first of the longest runs of zeros; one zero alone is written out.
+  // The first of the longest runs of zeros; a single zero is not shortened.
   int runStart = -1, runLength = 1;
   for (int start = 0; start < kGroups;) {
     int end = start;
@@ -107,7 +107,7 @@ ip_addr_t IPAddress::asIpAddr() const {
   return plain;
 }
 
-// Changes nothing when the text is no address.
+// Changes nothing when it returns false.
 bool IPAddress::parse(std::string_view text) {
   char terminated[INET6_ADDRSTRLEN];
   if (text.find('\0') != std::string_view::npos || !boundedCopy(terminated, text)) return false;

@@ -1,9 +1,7 @@
-// One IPv4 or IPv6 address, or the null address. A small value; nothing here ever asks a name
-// server.
+// One IPv4 or IPv6 address, or the null address. A small value; never resolves names.
 //
-// An IPv4 address mapped into IPv6 ("::ffff:192.0.2.1") is the IPv4 address: it reads, compares,
-// matches and prints as 192.0.2.1. Every mail daemon that listens on a dual-stack socket sees that
-// form.
+// An IPv4 address mapped into IPv6 ("::ffff:192.0.2.1"), the form of dual-stack sockets, is the
+// IPv4 address: it compares, matches and prints as 192.0.2.1.
 #pragma once
 
 #include <array>
@@ -34,8 +32,7 @@ class KESTRAV_API IPAddress {
   // included.
   explicit IPAddress(std::string_view text);
 
-  // Throws Exception, code kBadText, for an unknown family or an IPv4 address that is not held
-  // mapped.
+  // Throws Exception, code kBadText, for an unknown family or an IPv4 address not in mapped form.
   explicit IPAddress(const ip_addr_t& plain);
 
   bool isNull() const { return family_ == Family::kNone; }
@@ -46,14 +43,14 @@ class KESTRAV_API IPAddress {
   // Network order; IPv4 addresses as ::ffff:a.b.c.d, the null address as zeros.
   const Bytes& bytes() const { return bytes_; }
 
-  // True exactly for the texts that the constructor takes.
+  // True for exactly the texts that the constructor accepts.
   static bool isValidIPAddress(std::string_view text);
 
   // RFC 5952 text; empty for the null address.
   std::string asString() const;
   ip_addr_t asIpAddr() const;
 
-  // Ordered null, IPv4, IPv6, and numerically within a family.
+  // Order: null, IPv4, IPv6; numerical within a family.
   bool operator==(const IPAddress& other) const = default;
   std::strong_ordering operator<=>(const IPAddress& other) const = default;
 

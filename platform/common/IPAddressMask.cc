@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/common/Exception.h"
+#include "platform/common/NoDestructor.h"
 
 namespace Kestrav {
 
@@ -19,15 +20,15 @@ using Range = IPAddressMask::Range;
 
 constexpr int kAllBits = 128;
 constexpr int kV4Bits = 32;
-constexpr int kMappedBits =
-    kAllBits - kV4Bits;  // an IPv4 prefix of n bits is a mapped one of 96 + n
+// An IPv4 prefix of n bits is a mapped one of kMappedBits + n.
+constexpr int kMappedBits = kAllBits - kV4Bits;
 constexpr std::size_t kV4Offset = kMappedBits / 8;
 
 int familyBits(Family family) {
   return family == Family::kV4 ? kV4Bits : kAllBits;
 }
 
-// The range of the addresses that share the first `bits` of 128 bits with `address`.
+// The addresses that share the first `bits` of 128 bits with `address`.
 Range prefixRange(Family family, const Bytes& address, int bits) {
   Range range{family, address, address};
   for (int i = 0; i < 16; ++i) {
@@ -57,13 +58,13 @@ IPAddress addressOf(Family family, const Bytes& bytes) {
   return IPAddress(plain);
 }
 
-// A prefix written in IPv6. Within the IPv4-mapped block it is one of IPv4.
+// A prefix written as IPv6; an IPv4 prefix inside the IPv4-mapped block.
 Range prefixOfV6(const Bytes& address, int prefix) {
   const bool v4 = prefix >= kMappedBits && addressOf(Family::kV6, address).isV4();
   return prefixRange(v4 ? Family::kV4 : Family::kV6, address, prefix);
 }
 
-// The address behind `bytes`; false when they are the last one.
+// The next address; false after the last one.
 bool increment(Bytes& bytes) {
   for (int i = 15; i >= 0; --i) {
     if (++bytes[i] != 0) return true;
@@ -104,7 +105,7 @@ std::optional<int> parseNumber(std::string_view text, int most) {
   return number;
 }
 
-// The number of ones in front of an IPv4 netmask; none when a one follows a zero.
+// The number of leading ones of an IPv4 netmask; none when a one follows a zero.
 std::optional<int> netmaskLength(const IPAddress& mask) {
   std::uint32_t bits = 0;
   for (std::size_t i = kV4Offset; i < 16; ++i) bits = bits << 8 | mask.bytes()[i];
@@ -136,8 +137,7 @@ std::optional<Range> parseRange(std::string_view lowText, std::string_view highT
   const std::optional<IPAddress> low = parseAddress(lowText);
   const std::optional<IPAddress> high = parseAddress(highText);
   if (!low || !high || high->bytes() < low->bytes()) return std::nullopt;
-  // One end inside the IPv4-mapped block, the other outside: a range of IPv6, if both are written
-  // so.
+  // With one end inside the IPv4-mapped block and one outside, both must be written as IPv6.
   if (low->family() != high->family() && (lowText.find(':') == std::string_view::npos ||
                                           highText.find(':') == std::string_view::npos)) {
     return std::nullopt;
@@ -145,7 +145,7 @@ std::optional<Range> parseRange(std::string_view lowText, std::string_view highT
   return Range{std::max(low->family(), high->family()), low->bytes(), high->bytes()};
 }
 
-// One to three octets, with or without a dot behind the last.
+// One to three octets, with or without a dot after the last.
 std::optional<Range> parsePartial(std::string_view text) {
   if (!text.empty() && text.back() == '.') text.remove_suffix(1);
   std::uint8_t octets[4] = {};
@@ -161,8 +161,7 @@ std::optional<Range> parsePartial(std::string_view text) {
   return familyPrefix(Family::kV4, v4Bytes(octets), 8 * count);
 }
 
-// Text that reads back as an address of that family, also where an IPv6 range ends in the
-// IPv4-mapped block.
+// An IPv6 range may end in the IPv4-mapped block; the text must still parse as IPv6.
 std::string endText(Family family, const Bytes& bytes) {
   const IPAddress address = addressOf(family, bytes);
   return (address.family() != family ? "::ffff:" : "") + address.asString();
@@ -244,10 +243,10 @@ IPAddressMask::IPAddressMask(std::vector<Range> ranges) {
 }
 
 IPAddressMask IPAddressMask::any() {
-  static const auto& everything = *new const IPAddressMask(
-      std::vector<Range>{familyPrefix(Family::kV4, v4Bytes(Bytes{}.data()), 0),
-                         familyPrefix(Family::kV6, Bytes{}, 0)});
-  return everything;
+  static NoDestructor<IPAddressMask> everything(
+      IPAddressMask({familyPrefix(Family::kV4, v4Bytes(Bytes{}.data()), 0),
+                     familyPrefix(Family::kV6, Bytes{}, 0)}));
+  return *everything;
 }
 
 bool IPAddressMask::isValidIPAddressMask(std::string_view text) {
@@ -261,13 +260,13 @@ bool IPAddressMask::isAny() const {
 
 bool IPAddressMask::matches(const IPAddress& address) const {
   if (address.isNull()) return false;
-  // The only candidate is the last range that does not start behind the address.
+  // The only candidate is the last range that does not start after the address.
   const Range probe{address.family(), address.bytes(), Bytes{}};
-  const auto startsBehind = [](const Range& p, const Range& range) {
+  const auto startsAfter = [](const Range& p, const Range& range) {
     return std::tie(p.family, p.low) < std::tie(range.family, range.low);
   };
-  const Range* behind = std::upper_bound(begin(), end(), probe, startsBehind);
-  return behind != begin() && behind[-1].contains(address);
+  const Range* next = std::upper_bound(begin(), end(), probe, startsAfter);
+  return next != begin() && next[-1].contains(address);
 }
 
 std::vector<IPAddressMask::Range> IPAddressMask::ranges() const {

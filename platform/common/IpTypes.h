@@ -1,8 +1,7 @@
-// The platform's plain forms of an IP address and of an address mask, as records hold them and the
-// configuration client passes them. IPAddress and IPAddressMask are what code works with.
+// The plain forms of an IP address and an address mask in records and in the configuration client.
+// Code works with IPAddress and IPAddressMask.
 //
-// Both are trivially copyable, have no alignment needs and mean "null" when all their bytes are
-// zero.
+// Both are trivially copyable and have alignment 1; all bytes zero means null.
 #pragma once
 
 #include <cstdint>
@@ -14,17 +13,16 @@ inline constexpr std::uint8_t kIpFamilyV4 = 4;
 inline constexpr std::uint8_t kIpFamilyV6 = 6;
 
 struct ip_addr_t {
-  std::uint8_t bytes[16];  // network order; an IPv4 address a.b.c.d is held as ::ffff:a.b.c.d
+  std::uint8_t bytes[16];  // network order; an IPv4 address a.b.c.d as ::ffff:a.b.c.d
   std::uint8_t family;     // kIpFamily...; none: the null address
   std::uint8_t reserved[3];
 };
 
 // Kinds of ip_mask_t.
-inline constexpr std::uint8_t kIpMaskNull = 0;  // matches nothing
-inline constexpr std::uint8_t kIpMaskAny = 1;   // matches every address of both families
-inline constexpr std::uint8_t kIpMaskPrefix =
-    2;                                           // the addresses that share the first `prefix` bits
-inline constexpr std::uint8_t kIpMaskRange = 3;  // IPv4 only: from a first to a last address
+inline constexpr std::uint8_t kIpMaskNull = 0;    // matches nothing
+inline constexpr std::uint8_t kIpMaskAny = 1;     // matches every address of both families
+inline constexpr std::uint8_t kIpMaskPrefix = 2;  // the addresses with the same `prefix` bits
+inline constexpr std::uint8_t kIpMaskRange = 3;   // IPv4 only: from a first to a last address
 
 struct ip_mask_t {
   std::uint8_t kind;    // kIpMask...

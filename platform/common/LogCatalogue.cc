@@ -29,7 +29,7 @@ constexpr LogEntry kCatalogue[] = {
     {LogCode::kCertBindingStatusChanged, Severity::kInfo, "certificate binding {0} is now {1}"},
     {LogCode::kAntispamBlindCopyFailed, Severity::kWarning,
      "antispam action without its blind copy: the recipients cannot be read"},
-    // Trace lines: who asks for them by the dispatcher's trace level wants to see them.
+    // Trace lines: kInfo, so that raising the dispatcher's trace level is enough to see them.
     {LogCode::kAntispamProfileUpdate, Severity::kInfo, "antispam profile {0} \"{1}\" changed"},
     {LogCode::kProfileUpdateFailed, Severity::kError,
      "a changed profile could not be dropped from its cache (in {0})"},

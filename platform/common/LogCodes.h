@@ -1,6 +1,5 @@
-// Every message code that this system logs. The catalogue in LogCatalogue.cc gives each its
-// severity and readable line. A new code goes here, into kAll below and into the catalogue; a test
-// fails for what is missing.
+// Every message code of this system. A new code is added here, to kAll below and to the catalogue
+// in LogCatalogue.cc; a test fails when one of them is missing.
 #pragma once
 
 #include <cstdint>
@@ -19,13 +18,13 @@ inline constexpr std::uint32_t kRecipientPolicyFailed = 0x030001BD;    // except
 inline constexpr std::uint32_t kAntispamBlindCopyFailed = 0x30001C0;   // a blank
 inline constexpr std::uint32_t kAntivirusBlindCopyFailed = 0x30001BB;  // a blank
 inline constexpr std::uint32_t kContentBlindCopyFailed = 0x30001BC;    // a blank
-// Sets built from records (function signature, source, line and exception text; or as said).
+// Sets built from records (function signature, source, line and exception text unless noted).
 inline constexpr std::uint32_t kAclRuleSkipped = 0x0300013A;
 inline constexpr std::uint32_t kCertBindingSkipped = 0x30001BE;
 inline constexpr std::uint32_t kCertBindingStatusChanged = 0x30001BF;    // binding id, status name
 inline constexpr std::uint32_t kAttachmentSignatureSkipped = 0x300012E;  // signature, text
 
-// Our own platform, one block of 0x100 a room from 0x0400'0000 on.
+// The platform: one block of 0x100 for each room, from 0x0400'0000 on.
 inline constexpr std::uint32_t kPatternMatchLimit = 0x4000101;      // pattern, subject length
 inline constexpr std::uint32_t kPatternMatchFailed = 0x4000102;     // pattern, error text
 inline constexpr std::uint32_t kDictionaryItemSkipped = 0x4000201;  // dictionary, item, reason

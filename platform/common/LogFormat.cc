@@ -7,6 +7,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "platform/common/Strings.h"
+
 namespace Kestrav {
 
 namespace {
@@ -18,12 +20,12 @@ enum class Length { kNone, kChar, kShort, kLong, kLongLong, kMax, kSize, kDiffer
 
 // One conversion, e.g. "%-*.3lld".
 struct Conversion {
-  std::string spec;  // as written, asterisks replaced by their arguments
+  std::string spec;  // asterisks replaced by their arguments
   Length length = Length::kNone;
   char type = '\0';
 };
 
-// The argument list by reference: handing a va_list itself on leaves it in an unknown state.
+// Passed by reference: after a function has received a va_list by value, its state is undefined.
 struct Arguments {
   std::va_list list;
 };
@@ -70,7 +72,7 @@ const char* takeConversion(const char* at, Arguments& arguments, Conversion& con
   if (*at == '.') {
     std::string precision;
     at = takeNumber(at + 1, arguments, precision);
-    // A negative precision given by an asterisk counts as none.
+    // A negative precision of an asterisk counts as none.
     if (precision.empty() || precision[0] != '-') conversion.spec += "." + precision;
   }
   at = takeLength(at, conversion);
@@ -82,12 +84,12 @@ const char* takeConversion(const char* at, Arguments& arguments, Conversion& con
 
 template <class T>
 void print(std::string& out, const Conversion& conversion, T value) {
-  // The format comes from a caller whose own format was checked against its arguments.
+  // The compiler has checked the format of the call to log().
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
   const char* spec = conversion.spec.c_str();
   const int size = std::snprintf(nullptr, 0, spec, value);
-  if (size <= 0) return;  // nothing, or not printable, e.g. a wide text in the "C" locale
+  if (size <= 0) return;  // empty or not printable, e.g. a wide text in the "C" locale
   const std::size_t start = out.size();
   out.resize(start + static_cast<std::size_t>(size) + 1);
   std::snprintf(out.data() + start, static_cast<std::size_t>(size) + 1, spec, value);
@@ -100,7 +102,7 @@ void printInteger(std::string& out, const Conversion& conversion, Arguments& arg
     case Length::kLong:
       return print(out, conversion, va_arg(arguments.list, long));
     case Length::kLongLong:
-    case Length::kLongDouble:  // what the C library makes of "%Ld"
+    case Length::kLongDouble:  // the C library reads "%Ld" this way
       return print(out, conversion, va_arg(arguments.list, long long));
     case Length::kMax:
       return print(out, conversion, va_arg(arguments.list, std::intmax_t));
@@ -115,7 +117,7 @@ void printInteger(std::string& out, const Conversion& conversion, Arguments& arg
   }
 }
 
-// False when the conversion is none that C knows.
+// False for a conversion unknown to C.
 bool printArgument(std::string& out, const Conversion& conversion, Arguments& arguments) {
   const bool wide = conversion.length == Length::kLong;
   switch (conversion.type) {
@@ -171,29 +173,6 @@ bool printArgument(std::string& out, const Conversion& conversion, Arguments& ar
   }
 }
 
-// The length of the UTF-8 sequence that `text` starts with; 0 when there is none.
-std::size_t sequenceLength(std::string_view text) {
-  const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(0);
-  if (lead < 0x80) return 1;
-  const std::size_t length = lead >= 0xF5   ? 0
-                             : lead >= 0xF0 ? 4
-                             : lead >= 0xE0 ? 3
-                             : lead >= 0xC2 ? 2
-                                            : 0;
-  if (length == 0 || text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  // Over-long forms, surrogates and what lies above U+10FFFF.
-  const unsigned char second = byte(1);
-  if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-      (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
-    return 0;
-  }
-  return length;
-}
-
 bool isHarmful(std::string_view sequence) {
   if (sequence.size() == 1) {
     const auto c = static_cast<unsigned char>(sequence[0]);
@@ -229,7 +208,7 @@ std::vector<std::string> formatFields(const char* format, std::va_list list) {
   std::vector<std::string> fields(1);
   Arguments arguments;
   va_copy(arguments.list, list);
-  bool known = true;  // false: take the rest of the format as it is
+  bool known = true;  // false: the rest of the format is copied
   for (const char* at = format; *at != '\0';) {
     if (*at == kSeparator) {
       fields.emplace_back();
@@ -253,7 +232,7 @@ std::string escapedForLine(std::string_view text) {
   out.reserve(text.size());
   while (!text.empty()) {
     if (out.size() >= kLongestText) return out + "...";
-    const std::size_t length = sequenceLength(text);
+    const std::size_t length = utf8SequenceLength(text);
     const std::string_view sequence = text.substr(0, length == 0 ? 1 : length);
     if (length == 0 || isHarmful(sequence)) {
       for (char c : sequence) appendEscaped(out, c);

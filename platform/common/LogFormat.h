@@ -1,5 +1,4 @@
-// How a logged message's format and arguments become fields, and fields become one safe line.
-// Inside the logger only.
+// Formats a logged message: its fields, and text that is safe in one line. Used by the logger only.
 #pragma once
 
 #include <cstdarg>
@@ -9,18 +8,16 @@
 
 namespace Kestrav {
 
-// Formats as printf does, field by field: `format` is cut at its 0x01 bytes before any argument is
-// put in, so that an argument's own 0x01 stays in its field. Always one field more than there are
-// 0x01 bytes.
+// Formats as printf does. `format` is split at its 0x01 bytes before the arguments are formatted,
+// so a 0x01 in an argument stays in its field.
 //
-// A null "%s" reads "(null)". "%n" writes nothing. From a conversion that C does not know on, the
-// rest of the format stands as it is: the type of its argument, and so the place of the next, is
-// unknown.
+// A null "%s" gives "(null)". "%n" writes nothing. A conversion unknown to C, and the rest of the
+// format after it, is copied: the type of its argument is unknown.
 std::vector<std::string> formatFields(const char* format, std::va_list arguments);
 
-// `text` with everything escaped that could break a line or drive a terminal: control characters
-// (C0, C1 and DEL), the Unicode line and paragraph separators, and bytes that are not UTF-8. They
-// read \n, \r, \t or \xHH. A text of more than some thousand bytes is cut and ends in "...".
+// Escapes everything that could break a line or control a terminal: control characters (C0, C1 and
+// DEL), the Unicode line and paragraph separators, and bytes that are not UTF-8. They become \n,
+// \r, \t or \xHH. A text of more than some thousand bytes is cut and ends in "...".
 std::string escapedForLine(std::string_view text);
 
 }  // namespace Kestrav

@@ -15,6 +15,7 @@
 #include "platform/common/Exception.h"
 #include "platform/common/LogCatalogue.h"
 #include "platform/common/LogFormat.h"
+#include "platform/common/NoDestructor.h"
 
 namespace Kestrav {
 
@@ -22,7 +23,7 @@ namespace {
 
 using SinkPtr = std::shared_ptr<spdlog::sinks::sink>;
 
-// Local time, process, severity; for stderr and files. The system log adds its own.
+// For stderr and files: local time, process, severity. Syslog adds its own.
 constexpr const char* kPattern = "%Y-%m-%dT%H:%M:%S.%e%z [%P] %l %v";
 
 SinkPtr withPattern(SinkPtr sink) {
@@ -51,22 +52,21 @@ spdlog::level::level_enum levelOf(Logger::Severity severity) {
 }  // namespace
 
 struct Logger::State {
-  // Guards the members below and is held while a message is handed on. Recursive: a capturing sink
+  // Guards `sink` and `captures`; held while a message is delivered. Recursive: a capturing sink
   // may log.
   std::recursive_mutex mutex;
   SinkPtr sink = stderrSink();
   std::list<Sink> captures;  // the newest last
 
   std::atomic<Severity> threshold{Severity::kInfo};
-  std::atomic<int> captureCount{
-      0};  // changed under `mutex`; read without it to drop messages early
+  // Changed under `mutex`, read without it to drop messages early.
+  std::atomic<int> captureCount{0};
 };
 
 Logger::Logger() : state_(new State) {}
 
 Logger& Logger::instance(bool) {
-  // Never destroyed: threads may log while the process ends.
-  static Logger* const logger = new Logger;
+  static NoDestructor<Logger> logger;
   return *logger;
 }
 
@@ -81,7 +81,7 @@ void Logger::log(std::uint32_t code, const char* format, ...) {
       deliver(message);
     }
   } catch (...) {
-    // A message that cannot be logged is lost; its caller goes on.
+    // The message is lost; the caller continues.
   }
   va_end(arguments);
 }
@@ -89,7 +89,7 @@ void Logger::log(std::uint32_t code, const char* format, ...) {
 void Logger::deliver(const Message& message) {
   const std::lock_guard guard(state_->mutex);
   if (!state_->captures.empty()) {
-    const Sink sink = state_->captures.back();  // a copy: the sink may release its own token
+    const Sink sink = state_->captures.back();  // a copy: the sink may destroy its token
     sink(message);
     return;
   }
@@ -109,7 +109,7 @@ void Logger::toStderr() {
 
 void Logger::toSyslog(const std::string& ident) {
   const std::lock_guard guard(state_->mutex);
-  // A system log sink closes the process's connection when it goes: the former one goes first.
+  // The destructor of a syslog sink closes the connection of the process: destroy the former first.
   state_->sink = stderrSink();
   state_->sink = std::make_shared<spdlog::sinks::syslog_sink_st>(ident, LOG_PID, LOG_MAIL, false);
 }

@@ -1,7 +1,6 @@
-// The process's log. Messages are identified by a numeric code; a catalogue gives each code its
-// severity and a readable line. Any thread may log at any time; logging never throws.
-//
-// Messages reach a sink one at a time, in the order in which their calls got there.
+// The log of the process. A message has a numeric code; LogCatalogue.h gives each code its severity
+// and text. Any thread may log at any time; logging never throws. A sink is called with one message
+// at a time.
 #pragma once
 
 #include <cstdint>
@@ -14,45 +13,46 @@
 
 namespace Kestrav {
 
+template <class T>
+class NoDestructor;
+
 class KESTRAV_API Logger {
  public:
   enum class Severity { kDebug, kInfo, kWarning, kError };
 
-  // One logged message, as a sink sees it.
   struct Message {
     std::uint32_t code;
     Severity severity;
-    std::vector<std::string>
-        fields;        // the format's fields, in order, separated by 0x01 in the format
-    std::string line;  // the readable line: no line breaks, no control characters
+    std::vector<std::string> fields;
+    std::string line;  // without line breaks and control characters
   };
   using Sink = std::function<void(const Message&)>;
 
-  // The one logger; lives until the process ends. The argument is accepted for the callers' sake
-  // and makes no difference.
+  // Lives until the process ends. The argument has no effect; existing callers pass it.
   static Logger& instance(bool unused = false);
 
-  // printf-style; fields of `format` are separated by the byte 0x01, e.g. "%d\x01%s". A 0x01 inside
-  // an argument stays in its field. A null argument of "%s" is logged as "(null)".
+  // printf-style; the byte 0x01 separates the fields of `format`, e.g. "%d\x01%s". A 0x01 in an
+  // argument stays in its field. A null "%s" gives "(null)".
   void log(std::uint32_t code, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-  // Where messages go. The default is stderr. Each call replaces what was set before.
+  // Set the destination. The default is stderr.
   void toStderr();
   void toSyslog(const std::string& ident);
-  // Appends. Throws Exception, code kFileFailure, when the file cannot be opened; the former place
-  // stays.
+  // Appends. Throws Exception, code kFileFailure, when the file cannot be opened; the destination
+  // stays as it was.
   void toFile(const std::string& path);
 
   // Messages below this severity are dropped. Default: kInfo.
   void threshold(Severity lowest);
 
-  // Receives every message, whatever the threshold, in place of the sinks for as long as the
-  // returned token lives. Of several living tokens the newest receives. Calls never overlap, and
-  // none is under way any more once the token is gone. What `sink` throws is dropped; `sink` may
-  // log, but guards itself against endless recursion. For tests.
+  // For tests. While the returned token exists, `sink` receives every message, also those below the
+  // threshold, and the destination none. With several tokens the newest one receives. Calls do not
+  // overlap, and none is running once the token is destroyed. Exceptions from `sink` are dropped;
+  // `sink` may log, but must prevent endless recursion.
   [[nodiscard]] std::shared_ptr<void> capture(Sink sink);
 
  private:
+  friend class NoDestructor<Logger>;
   Logger();
   ~Logger() = delete;
   void deliver(const Message& message);

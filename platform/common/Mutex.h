@@ -1,6 +1,4 @@
-// A mutual exclusion lock, not recursive: a thread that locks it twice waits for ever.
-//
-// Works with Synchronized and with the standard's guards. Must outlive every lock held on it.
+// A non-recursive mutex, for Synchronized and the guards of the standard library.
 #pragma once
 
 #include <mutex>
@@ -18,10 +16,8 @@ class KESTRAV_API Mutex {
   void lock() { mutex_.lock(); }
   // REQUIRES: held by the calling thread.
   void unlock() { mutex_.unlock(); }
-  // True when the lock was taken. May fail although nobody holds it.
-  [[nodiscard]] bool tryLock() { return mutex_.try_lock(); }
-  // The name that std::unique_lock and std::scoped_lock ask for.
-  [[nodiscard]] bool try_lock() { return tryLock(); }
+  // True when the lock was acquired. May fail although no thread holds it.
+  [[nodiscard]] bool try_lock() { return mutex_.try_lock(); }
 
  private:
   std::mutex mutex_;

@@ -10,26 +10,48 @@ namespace {
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
 constexpr unsigned char lower(char c) {
-  return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return static_cast<unsigned char>(asciiToLower(c));
 }
 
-constexpr bool continuesSequence(char c) {
-  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
-// The longest prefix of `text` within `limit` bytes that does not end inside a UTF-8 sequence;
-// `limit` itself when what stands there is no UTF-8 anyway.
+// Where to cut `text` so that at most `limit` bytes remain and no UTF-8 sequence is split. `limit`
+// itself when the text there is not UTF-8.
 std::size_t cutWithin(std::string_view text, std::size_t limit) {
   constexpr std::size_t kMostContinuations = 3;
   std::size_t cut = limit;
-  for (std::size_t step = 0; step < kMostContinuations && cut > 0 && continuesSequence(text[cut]);
+  for (std::size_t step = 0; step < kMostContinuations && cut > 0 && isUtf8Continuation(text[cut]);
        ++step) {
     --cut;
   }
-  return continuesSequence(text[cut]) ? limit : cut;
+  return isUtf8Continuation(text[cut]) ? limit : cut;
 }
 
 }  // namespace
+
+bool isAscii(std::string_view text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+}
+
+std::size_t utf8SequenceLength(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x80) return 1;
+  const std::size_t length = lead >= 0xF5   ? 0
+                             : lead >= 0xF0 ? 4
+                             : lead >= 0xE0 ? 3
+                             : lead >= 0xC2 ? 2
+                                            : 0;
+  if (length == 0 || text.size() < length) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if (!isUtf8Continuation(text[i])) return 0;
+  }
+  // Over-long forms, surrogates, and code points above U+10FFFF.
+  const auto second = static_cast<unsigned char>(text[1]);
+  if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+      (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
+    return 0;
+  }
+  return length;
+}
 
 void stringLeftTrim(std::string& text) {
   text.erase(0, std::min(text.find_first_not_of(kWhiteSpace), text.size()));
@@ -59,7 +81,7 @@ bool stringEqualsNoCase(std::string_view a, std::string_view b) {
 
 std::string stringToLower(std::string_view text) {
   std::string result(text);
-  for (char& c : result) c = static_cast<char>(lower(c));
+  for (char& c : result) c = asciiToLower(c);
   return result;
 }
 

@@ -1,4 +1,4 @@
-// Holds a Mutex for the length of a scope: `Synchronized guard(mutex);`
+// Holds a Mutex for a scope: `Synchronized guard(mutex);`
 #pragma once
 
 #include "platform/common/Mutex.h"

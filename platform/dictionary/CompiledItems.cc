@@ -4,14 +4,15 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/common/Strings.h"
 #include "platform/dictionary/Words.h"
 #include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
 namespace {
 
-// Expressions that the fast engine cannot take at all cost a slow pass over every text each.
-constexpr std::size_t kMostUnguarded = 32;
+// Each expression without a gate costs a slow pass over every text.
+constexpr std::size_t kMostUngated = 32;
 
 bool isInArea(const Item& item, ScanArea area) {
   return item.scope == 0 || (item.scope & area) != 0;
@@ -37,8 +38,8 @@ CompiledItems::CompiledItems(Items items, const Report& skipped) : items_(std::m
       expressions.push_back({item.gate, i, !item.caseSensitive});
       continue;
     }
-    // Case folding never crosses the border of ASCII, so the engine's own is enough there.
-    const bool ascii = Characters::isAscii(item.literal);
+    // ASCII folds to ASCII only, as the engine's own case folding does.
+    const bool ascii = isAscii(item.literal);
     const bool oneWord = item.literal.find(' ') == std::string::npos;
     if (oneWord && (ascii || item.caseSensitive)) {
       plain.push_back({item.literal, i, !item.caseSensitive});
@@ -59,8 +60,8 @@ CompiledItems::CompiledItems(Items items, const Report& skipped) : items_(std::m
   spaced_ = LiteralSet(spaced, skip);
   expressions_ = ExpressionSet(expressions);
   for (const std::uint32_t item : expressions_.unsupported()) {
-    if (unguarded_.size() < kMostUnguarded) {
-      unguarded_.push_back(item);
+    if (ungated_.size() < kMostUngated) {
+      ungated_.push_back(item);
     } else {
       skip(item, "one of too many expressions that can only be searched for one by one");
     }
@@ -73,14 +74,14 @@ void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& resul
   text = text.substr(0, kLongestText);
   Tallies tallies;
   if (!plain_.empty()) scanLiterals(plain_, text, area, tallies);
-  const bool literalsOnly = expressions_.empty() && unguarded_.empty();
+  const bool literalsOnly = expressions_.empty() && ungated_.empty();
   if (folded_.empty() && spaced_.empty() && literalsOnly) {
     addTo(result, tallies);
     result.complete &= !truncated;
     return;
   }
-  const bool ascii = Characters::isAscii(text);
-  // Literals beyond ASCII need not be looked for in ASCII.
+  const bool ascii = isAscii(text);
+  // ASCII text cannot contain other literals.
   if (!folded_.empty() && (!ascii || foldsAscii_)) {
     scanLiterals(folded_, normalised(text, true), area, tallies);
   }
@@ -116,7 +117,7 @@ bool CompiledItems::scanExpressions(std::string_view text, ScanArea area, const 
                                     Tallies& tallies, const Report& givenUp) const {
   const std::vector<std::uint32_t> found = expressions_.candidates(text);
   std::vector<std::uint32_t> wanted;
-  std::merge(found.begin(), found.end(), unguarded_.begin(), unguarded_.end(),
+  std::merge(found.begin(), found.end(), ungated_.begin(), ungated_.end(),
              std::back_inserter(wanted));
   bool complete = true;
   for (const std::uint32_t index : wanted) {
@@ -133,7 +134,7 @@ bool CompiledItems::scanExpressions(std::string_view text, ScanArea area, const 
       count = item.expression->count(text, most);
     }
     if (count.givenUp) {
-      // However hard a text makes the counting, it cannot hide what the fast search has found.
+      // The multi-pattern pass has found a match, even when counting was given up.
       if (proven) count.matches = std::max(count.matches, 1u);
       complete = false;
       givenUp(item, count.reason);

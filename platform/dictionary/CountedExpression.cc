@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kWorkLeast = 4'000'000;
 constexpr std::size_t kWorkPerByte = 8;
 
-// Verbs such as "(*ANYCRLF)" count at the very start only.
+// The length of the verbs, such as "(*ANYCRLF)", which are valid at the start only.
 std::size_t leadingVerbs(const std::string& expression) {
   std::size_t end = 0;
   while (expression.compare(end, 2, "(*") == 0) {
@@ -22,7 +22,7 @@ std::size_t leadingVerbs(const std::string& expression) {
   return end;
 }
 
-// Asks for words at the ends. An open "\Q" is closed first; `closeComment` also ends a comment.
+// Adds the checks for words at both ends. Closes an open "\Q" and, with `closeComment`, a comment.
 std::string wrapped(const std::string& expression, CountedExpression::Options options,
                     bool closeComment) {
   const std::size_t verbs = leadingVerbs(expression);

@@ -5,6 +5,7 @@
 
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
 #include "platform/common/Synchronized.h"
 #include "platform/config/store/ConfigStore.h"
@@ -19,7 +20,7 @@ using Config::StoredRecord;
 constexpr ngid_t kSystemDomain = 0;
 constexpr std::uint32_t kNoId = 0;
 
-// The id of the first record of that name.
+// Of the first record of that name; kNoId when there is none.
 template <class Rec>
 std::uint32_t idByName(const Snapshot& snapshot, G_CLI_GID table, const std::string& name) {
   std::uint32_t id = kNoId;
@@ -65,8 +66,7 @@ bool fillFromGroup(const Snapshot& snapshot, const std::string& name,
 }  // namespace
 
 DictionaryFactory& DictionaryFactory::instance() {
-  // Never destroyed: threads may still scan while the process ends.
-  static auto* factory = new DictionaryFactory;
+  static NoDestructor<DictionaryFactory> factory;
   return *factory;
 }
 
@@ -80,14 +80,14 @@ Ref<DictionaryScannerImpl> DictionaryFactory::createGroupScanner(const std::stri
                 "there is no dictionary group of this name");
 }
 
-Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory::*kept,
+Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory::*cache,
                                                      const std::string& name, Fill fill,
                                                      const char* missing) {
   std::uint64_t generation;
   {
     Synchronized guard(mutex_);
-    const auto found = (this->*kept).find(name);
-    if (found != (this->*kept).end()) return found->second;
+    const auto found = (this->*cache).find(name);
+    if (found != (this->*cache).end()) return found->second;
     generation = generation_;
   }
 
@@ -109,16 +109,16 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
 
   Synchronized guard(mutex_);
   if (generation != generation_) return handle;
-  // The thread may read a snapshot that it pinned before the change which was cleaned up for.
+  // This thread may have pinned a snapshot that is older than the change that caused clean().
   if (store == cleanedStore_.lock() && revision < cleanedRevision_) return handle;
-  // Whoever was first stays: all callers share one.
-  return (this->*kept).emplace(name, handle).first->second;
+  // Another thread may have been faster; all callers share its scanner.
+  return (this->*cache).emplace(name, handle).first->second;
 }
 
 void DictionaryFactory::clean() {
   const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
   const Config::Revision revision = store ? store->revision() : 0;
-  // Scanners that nobody else holds are destroyed after the lock is gone.
+  // Scanners without other handles are destroyed after the unlock.
   Scanners profileScanners;
   Scanners groupScanners;
   Synchronized guard(mutex_);

@@ -1,9 +1,8 @@
-// Makes the scanners of configured dictionaries and dictionary groups, and keeps them until the
-// configuration of dictionaries changes.
+// Creates and caches the scanners of configured dictionaries and dictionary groups; clean()
+// invalidates them.
 //
-// One for the process. Any number of threads may ask and clean; a scanner is built without any lock
-// held, and one that began to be built before a clean(), or from an older revision of the
-// configuration than that clean() knew, is given to its caller but not kept.
+// Thread-safe. Scanners are built without a lock. A scanner whose build began before a clean(), or
+// that was built from a revision older than that of the last clean(), is returned but not cached.
 #pragma once
 
 #include <cstdint>
@@ -22,23 +21,25 @@ class Snapshot;
 }  // namespace Config
 
 class ProfileDictionaryScanner;
+template <class T>
+class NoDestructor;
 
 class KESTRAV_API DictionaryFactory : private NonCopyable {
  public:
   static DictionaryFactory& instance();
 
-  // Callers write both instance().clean() and instance()->clean(); kept on purpose.
+  // Existing callers write both instance().clean() and instance()->clean().
   DictionaryFactory* operator->() { return this; }
 
-  // A scanner of the dictionary of that name in domain 0, with its items in their order. A null
-  // handle, logged, when there is none. Throws what the configuration store throws.
+  // The scanner of a dictionary in domain 0, with its items in order. Logs and returns a null
+  // handle when there is none of that name. Throws what the configuration store throws.
   Ref<DictionaryScannerImpl> createProfileScanner(const std::string& name);
 
-  // The same for the dictionary group of that name: the items of all its dictionaries. A dictionary
-  // that is listed twice counts once.
+  // The same for a dictionary group: the items of all its dictionaries. A dictionary that is listed
+  // twice counts once.
   Ref<DictionaryScannerImpl> createGroupScanner(const std::string& name);
 
-  // Forgets all scanners. Handles given out stay valid.
+  // Existing handles stay valid.
   void clean();
 
  private:
@@ -46,16 +47,17 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
   using Fill = bool (*)(const Config::Snapshot& snapshot, const std::string& name,
                         ProfileDictionaryScanner& scanner);
 
+  friend class NoDestructor<DictionaryFactory>;
   DictionaryFactory() = default;
-  Ref<DictionaryScannerImpl> create(Scanners DictionaryFactory::*kept, const std::string& name,
+  Ref<DictionaryScannerImpl> create(Scanners DictionaryFactory::*cache, const std::string& name,
                                     Fill fill, const char* missing);
 
   Mutex mutex_;  // guards what follows
   Scanners profileScanners_;
   Scanners groupScanners_;
-  std::uint64_t generation_ = 0;                           // raised by clean()
+  std::uint64_t generation_ = 0;                           // incremented by clean()
   std::weak_ptr<const Config::ConfigStore> cleanedStore_;  // attached at the last clean()
-  std::uint64_t cleanedRevision_ = 0;                      // its revision then
+  std::uint64_t cleanedRevision_ = 0;                      // of cleanedStore_ at that time
 };
 
 }  // namespace Kestrav

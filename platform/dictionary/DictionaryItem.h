@@ -1,13 +1,13 @@
-// An item of a dictionary as scanners use it.
+// An item of a dictionary, prepared for scanners.
 //
 // Kinds of text:
-//   literal   the text itself; a run of white space in it stands for any run of white space, so
-//             that a phrase is found across line ends
+//   literal   the text itself; a run of white space matches any run of white space, so a phrase
+//             matches across line ends
 //   wildcard  see WildcardTranslation.h
 //   regex     a PCRE2 expression, read as UTF-8
-// Unless the item is case-sensitive, letters match in either case, beyond ASCII too. With
-// whole-words a match neither begins nor ends within a word (see Words.h). Matches of one item
-// never overlap: they are counted from left to right.
+// Unless the item is case-sensitive, letters match in either case, also outside of ASCII. With
+// whole-words a match neither begins nor ends within a word (see Words.h). Matches of one item do
+// not overlap and are counted from left to right.
 #pragma once
 
 #include <cstdint>
@@ -24,19 +24,19 @@ inline constexpr std::uint32_t kAnyNumber = std::numeric_limits<std::uint32_t>::
 
 struct Item {
   std::string text;     // as configured
-  std::string literal;  // of literals: white space normalised and, unless it matters, case folded
-  std::string gate;     // of the others: what to search for at first
-  std::unique_ptr<const CountedExpression> expression;  // of the others; null for literals
+  std::string literal;  // white space normalised, case folded unless caseSensitive
+  std::string gate;     // of expressions: only texts in which it matches are searched
+  std::unique_ptr<const CountedExpression> expression;  // null for literals
   bool caseSensitive = false;
   bool wholeWords = false;
-  bool gateIsExpression = false;  // the gate's matches are the item's
+  bool gateIsExpression = false;  // the gate has the same matches
   std::uint32_t score = 0;        // of each match
   std::uint32_t mostMatches = kAnyNumber;
   std::uint32_t scope = 0;  // kDictionaryScope...; 0: everywhere
 };
 
-// Null for an item that is disabled or empty. Throws Exception, code kBadText, for one that cannot
-// be looked for.
+// Null for an item that is disabled or empty. Throws Exception, code kBadText, for an unknown kind
+// or a text that does not compile.
 std::shared_ptr<const Item> makeItem(const __vexa_dictionary_item& record);
 
 }  // namespace Kestrav::Dictionary

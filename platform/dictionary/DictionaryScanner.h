@@ -1,9 +1,8 @@
-// A dictionary scanner: finds the words and patterns of one dictionary, or of a group of them, in
-// the texts of a message and adds up their scores.
+// Finds the words and patterns of a dictionary, or of a group of dictionaries, in the texts of a
+// message and adds up their scores.
 //
-// Handed out as Ref<DictionaryScannerImpl>. A scanner outlives every change of the configuration
-// that it was built from: whoever holds one goes on scanning with the words that it had. Any number
-// of threads may scan with one; the same text and area always give the same result.
+// Used through Ref<DictionaryScannerImpl>. A change of the configuration does not change an
+// existing scanner. Any number of threads may scan; the same text and area give the same result.
 #pragma once
 
 #include <cstddef>
@@ -18,26 +17,25 @@
 
 namespace Kestrav {
 
-// Which part of a message a text is: kDictionaryScopeBodyText, kDictionaryScopeSubject,
-// kDictionaryScopeBodyHtml or several of them. An item without any scope bit is looked for in every
-// part; the others where their scope and the area share a bit.
+// The part of a message that a text is from: a combination of kDictionaryScopeBodyText,
+// kDictionaryScopeSubject and kDictionaryScopeBodyHtml. An item with scope bits applies where its
+// scope and the area share a bit, an item without any applies everywhere.
 using ScanArea = std::uint32_t;
 inline constexpr ScanArea kScanEverywhere =
     kDictionaryScopeBodyText | kDictionaryScopeSubject | kDictionaryScopeBodyHtml;
 
-// What one item contributed.
+// The matches of one item.
 struct ScanHit {
-  std::size_t item = 0;           // its place in the scanner, from 0 on
+  std::size_t item = 0;           // index in the scanner
   std::string pattern;            // as configured
-  std::uint32_t count = 0;        // matches that count: at most the item's maximum, if it has one
+  std::uint32_t count = 0;        // at most the item's maximum
   std::int64_t contribution = 0;  // count times the item's score
 };
 
 struct ScanResult {
   std::int64_t score = 0;     // sum of the contributions
-  std::vector<ScanHit> hits;  // by item, ascending; items without a match are not listed
-  // False when some match may be missing: a search was given up because it needed too much work, or
-  // the text is longer than 4 GiB. Logged as well.
+  std::vector<ScanHit> hits;  // of items with matches, ascending by item
+  // False when matches may be missing: a search was given up, or the text exceeds 4 GiB. Logged.
   bool complete = true;
 };
 
@@ -46,7 +44,7 @@ class KESTRAV_API DictionaryScannerImpl : public virtual RefImpl, private NonCop
   ~DictionaryScannerImpl() override;
 
   virtual const std::string& name() const = 0;
-  // Number of items looked for.
+  // Number of items.
   virtual std::size_t size() const = 0;
 
   ScanResult scan(std::string_view text, ScanArea area = kScanEverywhere) const {
@@ -55,9 +53,9 @@ class KESTRAV_API DictionaryScannerImpl : public virtual RefImpl, private NonCop
     return result;
   }
 
-  // Adds what `text` holds to the result of the message's other texts: an item's maximum is that of
-  // all of them together. REQUIRES: `result` is empty or comes from this scanner.
-  // Never throws, except for want of memory for the result.
+  // Adds the matches in `text` to the result of the message's other texts; an item's maximum
+  // applies to all texts together. REQUIRES: `result` is empty or from this scanner. Throws
+  // std::bad_alloc only.
   virtual void scan(std::string_view text, ScanArea area, ScanResult& result) const = 0;
 };
 

@@ -1,7 +1,6 @@
-// Which of many regular expressions may have a match in a text, found in one pass.
-//
-// It never misses one that has, and may name some that have not: their matches are confirmed and
-// counted one by one (see CountedExpression). Built once, then read by any number of threads.
+// Finds the regular expressions that may match in a text, in one pass. The result contains every
+// expression that matches and possibly others; CountedExpression confirms and counts. Immutable;
+// any number of threads may search.
 #pragma once
 
 #include <cstdint>
@@ -24,13 +23,13 @@ class ExpressionSet {
   ExpressionSet() = default;
   explicit ExpressionSet(const std::vector<Expression>& expressions);
 
-  // Items whose expression cannot be looked for this way; ascending.
+  // Items whose expression the engine does not support; ascending.
   const std::vector<std::uint32_t>& unsupported() const { return unsupported_; }
 
-  // The items that may have a match, ascending. REQUIRES: the text is valid UTF-8.
+  // The items that may match, ascending. REQUIRES: the text is valid UTF-8.
   std::vector<std::uint32_t> candidates(std::string_view text) const;
 
-  // True when the item's expression has a match wherever it is a candidate.
+  // True when the item matches whenever it is a candidate.
   bool isProof(std::uint32_t item) const;
 
   bool empty() const { return databases_.empty(); }
@@ -48,9 +47,9 @@ class ExpressionSet {
   std::vector<Database> databases_;
 };
 
-// A cheaper expression with at least the matches of `text`: Unicode properties, which cost the
-// engine seconds, become "any character". Empty when there is none, or when the repeats in it add
-// up to too much.
+// A cheaper expression that matches wherever `text` does: "any character" replaces Unicode
+// properties, which take the engine seconds to compile. Empty when there is none or its repeats
+// cost too much.
 std::string cheapExpression(const std::string& text);
 
 }  // namespace Kestrav::Dictionary

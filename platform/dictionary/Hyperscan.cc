@@ -20,7 +20,7 @@ void check(hs_error_t error, const char* operation) {
                   Exception::kBadText, "Hyperscan");
 }
 
-// A thread's working memory; it grows to the largest need of the databases scanned with.
+// The scratch memory of a thread; it grows to the largest size that a database needs.
 class Scratch {
  public:
   static Scratch& ofThisThread() {
@@ -30,7 +30,7 @@ class Scratch {
   ~Scratch() { hs_free_scratch(memory_); }
 
   hs_scratch_t* fitting(const Database& database) {
-    // Asking the engine takes some 20 microseconds, a hundred times a short scan.
+    // The engine's own check takes some 20 us, a hundred times as long as a short scan.
     if (fits_.contains(database.serial())) return memory_;
     if (fits_.size() >= kMostRemembered) fits_.clear();
     const hs_error_t result = hs_alloc_scratch(database.engine(), &memory_);
@@ -43,7 +43,7 @@ class Scratch {
  private:
   static constexpr std::size_t kMostRemembered = 4'096;
   hs_scratch_t* memory_ = nullptr;
-  std::unordered_set<std::uint64_t> fits_;  // serials of databases that are known to do with it
+  std::unordered_set<std::uint64_t> fits_;  // serials of databases for which it is large enough
 };
 
 struct Forward {
@@ -55,7 +55,7 @@ struct Forward {
 int forwardMatch(unsigned int pattern, unsigned long long, unsigned long long end, unsigned int,
                  void* context) {
   auto* forward = static_cast<Forward*>(context);
-  // No exception may pass through the engine: it would leave the working memory marked as in use.
+  // An exception through the engine would leave the scratch memory marked as in use.
   try {
     forward->onMatch(pattern, static_cast<std::size_t>(end), forward->context);
     return 0;
@@ -80,7 +80,7 @@ void scanDatabase(const Database& database, std::string_view text, OnMatch onMat
   hs_scratch_t* scratch = Scratch::ofThisThread().fitting(database);
   Forward forward{onMatch, context, nullptr};
   const auto length = static_cast<unsigned int>(std::min(text.size(), kLongestText));
-  // The engine refuses a null text, which an empty view may be.
+  // The engine refuses null, which an empty view may contain.
   const hs_error_t result = hs_scan(database.engine(), text.empty() ? "" : text.data(), length, 0,
                                     scratch, &forwardMatch, &forward);
   if (forward.failure) std::rethrow_exception(forward.failure);

@@ -1,6 +1,6 @@
-// Owners of what the multi-pattern engine allocates, for the sources of this folder only.
+// The multi-pattern engine, for the sources of this folder only.
 //
-// A database is immutable and shared by all threads; a scan's working memory belongs to the thread.
+// A database is immutable and shared by all threads; scratch memory belongs to the thread.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,13 @@ struct hs_database;
 
 namespace Kestrav::Dictionary {
 
-// Owns one database. Movable; empty after that.
+// Owns one database. Movable.
 class Database {
  public:
   explicit Database(hs_database* engine);
 
   const hs_database* engine() const { return engine_.get(); }
-  // Differs from that of every other database there ever was.
+  // Never reused.
   std::uint64_t serial() const { return serial_; }
 
  private:
@@ -29,14 +29,12 @@ class Database {
   std::uint64_t serial_;
 };
 
-// Ends [0, kLongestText) are what a match can report.
 inline constexpr std::size_t kLongestText = 0xFFFF'FFFF;
 
-// Called for each match with its pattern's number and the offset of its end, ends ascending.
+// Called for each match with the pattern's number and the offset of its end, ascending.
 using OnMatch = void (*)(std::uint32_t pattern, std::size_t end, void* context);
 
-// Scans at most the first kLongestText bytes. Throws Exception when there is no memory for it or
-// the engine refuses the database.
+// Scans at most kLongestText bytes. Throws std::bad_alloc, or Exception when the engine fails.
 void scanDatabase(const Database& database, std::string_view text, OnMatch onMatch, void* context);
 
 }  // namespace Kestrav::Dictionary

@@ -5,9 +5,9 @@
 namespace Kestrav::Dictionary {
 
 LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure) {
-  places_.reserve(literals.size());
+  entries_.reserve(literals.size());
   for (const Literal& literal : literals) {
-    places_.push_back({literal.item, static_cast<std::uint32_t>(literal.text.size())});
+    entries_.push_back({literal.item, static_cast<std::uint32_t>(literal.text.size())});
   }
   build(literals, 0, literals.size(), onFailure);
 }
@@ -41,7 +41,8 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
     onFailure(literals[first].item, reason);
     return;
   }
-  // One bad word, or too many for one database: halves tell, and every good word stays.
+  // One bad word, or too many for one database: halving isolates the bad words and keeps the
+  // others.
   const std::size_t middle = first + (last - first) / 2;
   build(literals, first, middle, onFailure);
   build(literals, middle, last, onFailure);

@@ -1,4 +1,4 @@
-// Many words, looked for at once in one text. Built once, then read by any number of threads.
+// Finds many words in a text at once. Immutable; any number of threads may search.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ class LiteralSet {
     std::uint32_t item;
     bool ignoreCase;  // of ASCII letters
   };
-  // Receives the items that no database can be made for.
+  // Receives the items that the engine cannot compile.
   using OnFailure = std::function<void(std::uint32_t item, const std::string& reason)>;
 
   LiteralSet() = default;
@@ -27,7 +27,7 @@ class LiteralSet {
 
   bool empty() const { return databases_.empty(); }
 
-  // Calls found(item, begin, end) for each occurrence, overlapping ones included; an item's ends
+  // Calls found(item, begin, end) for each occurrence, also overlapping ones; the ends of an item
   // ascend.
   template <class Found>
   void scan(std::string_view text, const Found& found) const {
@@ -37,21 +37,21 @@ class LiteralSet {
     } context{this, &found};
     const auto onMatch = [](std::uint32_t index, std::size_t end, void* opaque) {
       auto* of = static_cast<Context*>(opaque);
-      const Place& place = of->set->places_[index];
-      (*of->found)(place.item, end - place.length, end);
+      const Entry& entry = of->set->entries_[index];
+      (*of->found)(entry.item, end - entry.length, end);
     };
     for (const Database& database : databases_) scanDatabase(database, text, onMatch, &context);
   }
 
  private:
-  struct Place {
+  struct Entry {
     std::uint32_t item;
     std::uint32_t length;
   };
   void build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
              const OnFailure& onFailure);
 
-  std::vector<Place> places_;  // by the pattern's number in the databases
+  std::vector<Entry> entries_;  // by the pattern's number in the databases
   std::vector<Database> databases_;
 };
 

@@ -1,12 +1,12 @@
-// The dictionary scanner that is filled item by item.
+// A dictionary scanner that is filled item by item.
 //
 //   auto* scanner = new ProfileDictionaryScanner("strict-bannedwords");
 //   Ref<DictionaryScannerImpl> handle(scanner);
 //   scanner->add_pattern(item);
 //
-// Items are texts, wildcards and regular expressions (see DictionaryItem.h).
-// The first scan compiles what was added; compile() does so ahead of it. Any number of threads may
-// scan and compile; items may be added meanwhile and take part in scans that begin later.
+// Items are texts, wildcards and regular expressions (see DictionaryItem.h). The first scan after
+// an addition, or compile(), compiles them. Any number of threads may add, compile and scan; an
+// added item takes part in scans that begin later.
 #pragma once
 
 #include <atomic>
@@ -29,12 +29,12 @@ class KESTRAV_API ProfileDictionaryScanner : public DictionaryScannerImpl {
   explicit ProfileDictionaryScanner(std::string name);
   ~ProfileDictionaryScanner() override;
 
-  // Adds one item; its id and dictionary do not matter. Disabled and empty items are left out.
-  // Items that cannot be looked for (an unknown kind, an expression that does not compile) are left
-  // out and logged. True when it was added.
+  // True when the item was added. Disabled and empty items are not. An unknown kind or an
+  // expression that does not compile is logged and not added. The item's id and dictionary are not
+  // used.
   bool add_pattern(const __vexa_dictionary_item& item);
 
-  // Does the work of the first scan now.
+  // Compiles now instead of in the next scan.
   void compile() const;
 
   const std::string& name() const override { return name_; }
@@ -48,11 +48,11 @@ class KESTRAV_API ProfileDictionaryScanner : public DictionaryScannerImpl {
   const Dictionary::CompiledItems& compiled() const;
 
   const std::string name_;
-  // Null until compiled, and again when an item was added.
+  // Null until compiled and after an addition.
   mutable std::atomic<const Dictionary::CompiledItems*> current_{nullptr};
-  mutable Mutex mutex_;  // guards what follows; never held while scanning
+  mutable Mutex mutex_;  // guards the members below; not held while scanning
   Items items_;
-  // The current one and those before it, which scans may still be using.
+  // The current one and its predecessors, which running scans may use.
   mutable std::vector<std::unique_ptr<const Dictionary::CompiledItems>> built_;
 };
 

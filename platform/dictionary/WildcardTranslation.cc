@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
 #include "platform/dictionary/Words.h"
 #include "platform/regex/Characters.h"
 
@@ -13,13 +14,10 @@ constexpr const char* kBlank = R"([\s\x{85}\p{Z}])";
 constexpr const char* kNoBlank = R"([^\s\x{85}\p{Z}])";
 
 void appendLiteral(std::string& expression, char32_t character) {
-  const bool plain = character >= 0x80 || (character >= '0' && character <= '9') ||
-                     (character >= 'a' && character <= 'z') ||
-                     (character >= 'A' && character <= 'Z');
-  if (plain) {
+  if (character >= 0x80 || isAsciiLetterOrDigit(character)) {
     Characters::append(expression, character);
   } else {
-    // As a number: a NUL or a line feed must not end or break anything.
+    // As a number, for NUL and line feed.
     constexpr char kDigits[] = "0123456789abcdef";
     expression += "\\x";
     expression += kDigits[character >> 4];
@@ -30,7 +28,7 @@ void appendLiteral(std::string& expression, char32_t character) {
 // Expressions for the pieces between the stars.
 struct Pieces {
   std::vector<std::string> pieces{std::string()};
-  bool ownCharacter = false;
+  bool hasLiteral = false;
 };
 
 Pieces split(std::string_view wildcard) {
@@ -54,12 +52,12 @@ Pieces split(std::string_view wildcard) {
       piece += '+';
       continue;
     }
-    // A backslash at the very end stands for itself.
+    // A backslash at the end is literal.
     if (character == '\\' && position < wildcard.size()) {
       character = Characters::next(wildcard, position);
     }
     appendLiteral(piece, character);
-    result.ownCharacter = true;
+    result.hasLiteral = true;
   }
   return result;
 }
@@ -71,7 +69,7 @@ TranslatedWildcard translateWildcard(std::string_view wildcard) {
     throw Exception("wildcard is not UTF-8", Exception::kBadText, "WildcardTranslation");
   }
   const Pieces split = Dictionary::split(wildcard);
-  if (!split.ownCharacter) {
+  if (!split.hasLiteral) {
     throw Exception("wildcard has no character of its own and would match everything",
                     Exception::kBadText, "WildcardTranslation");
   }
@@ -88,8 +86,8 @@ TranslatedWildcard translateWildcard(std::string_view wildcard) {
   result.expression = pieces.front();
   result.gate = pieces.front();
   for (std::size_t i = 1; i < pieces.size(); ++i) {
-    // The nearest place of a piece is as good as any further one, so it is never given up again;
-    // only the last one may have to move on to where a word ends.
+    // The first match of a piece is as good as a later one, so its group is atomic; only the last
+    // piece may have to move to the end of a word.
     const bool last = i + 1 == pieces.size() && !openEnd;
     result.expression += (last ? "(?:" : "(?>") + star + pieces[i] + ")";
     result.gate += kNoBlank;

@@ -1,9 +1,9 @@
-// Wildcards of dictionaries as regular expressions.
+// Translates the wildcards of dictionaries to regular expressions.
 //
-// "*" stands for up to kLongestStar characters other than white space, "?" for one of them, a run
-// of white space for any run of white space, "\" takes the meaning from the character behind it.
-// Everything else stands for itself. A star at the end takes the rest of the word; one at the start
-// lets the word begin anywhere.
+// "*" matches up to kLongestStar characters other than white space, "?" one of them, a run of white
+// space any run of white space; "\" makes the next character literal. Everything else is literal. A
+// star at the end matches the rest of the word; after a star at the start the match may begin
+// within a word.
 #pragma once
 
 #include <string>
@@ -15,12 +15,12 @@ inline constexpr int kLongestStar = 255;
 
 struct TranslatedWildcard {
   std::string expression;  // finds exactly the matches
-  std::string gate;        // cheap; finds something wherever the expression does
-  bool openStart = false;  // starts with a star
+  std::string gate;        // cheaper; matches in every text in which the expression does
+  bool openStart = false;  // the wildcard starts with a star
 };
 
-// Throws Exception, code kBadText, for a text that is not UTF-8, and for a wildcard without any
-// character of its own: it would match everything.
+// Throws Exception, code kBadText, for a text that is not UTF-8 and for a wildcard without a
+// literal character: it would match everything.
 TranslatedWildcard translateWildcard(std::string_view wildcard);
 
 }  // namespace Kestrav::Dictionary

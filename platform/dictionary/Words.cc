@@ -3,6 +3,7 @@
 #include <unicode/uchar.h>
 #include <unicode/uscript.h>
 
+#include "platform/common/Strings.h"
 #include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
@@ -12,12 +13,8 @@ constexpr char32_t kAsciiEnd = 0x80;
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::size_t kLongestSequence = 4;
 
-bool isContinuation(std::string_view text, std::size_t position) {
-  return (static_cast<unsigned char>(text[position]) & 0xC0) == 0x80;
-}
-
 bool isCharacterBoundary(std::string_view text, std::size_t position) {
-  if (position == 0 || position >= text.size() || !isContinuation(text, position)) return true;
+  if (position == 0 || position >= text.size() || !isUtf8Continuation(text[position])) return true;
   for (std::size_t back = 1; back < kLongestSequence && back <= position; ++back) {
     std::size_t end = position - back;
     Characters::next(text, end);
@@ -28,7 +25,7 @@ bool isCharacterBoundary(std::string_view text, std::size_t position) {
 
 // The character that ends at `position`. REQUIRES: 0 < position <= text.size().
 char32_t previous(std::string_view text, std::size_t position) {
-  if (isContinuation(text, position - 1)) {
+  if (isUtf8Continuation(text[position - 1])) {
     for (std::size_t back = 2; back <= kLongestSequence && back <= position; ++back) {
       std::size_t end = position - back;
       const char32_t character = Characters::next(text, end);
@@ -39,7 +36,7 @@ char32_t previous(std::string_view text, std::size_t position) {
   return Characters::next(text.substr(0, position), start);
 }
 
-// Scripts in which blanks do not part words.
+// Scripts without blanks between words.
 bool isWrittenWithoutBlanks(char32_t character) {
   UErrorCode status = U_ZERO_ERROR;
   switch (uscript_getScript(static_cast<UChar32>(character), &status)) {
@@ -60,15 +57,10 @@ bool isWrittenWithoutBlanks(char32_t character) {
   }
 }
 
-bool joinsWordsAscii(char32_t character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         (character >= '0' && character <= '9');
-}
-
 }  // namespace
 
 bool joinsWords(char32_t character) {
-  if (character < kAsciiEnd) return joinsWordsAscii(character);
+  if (character < kAsciiEnd) return isAsciiLetterOrDigit(character);
   if (character >= Characters::kStrayByte) return false;
   constexpr std::uint32_t kJoining = U_GC_L_MASK | U_GC_N_MASK | U_GC_M_MASK;
   return (U_GET_GC_MASK(static_cast<UChar32>(character)) & kJoining) != 0 &&
@@ -105,7 +97,7 @@ std::string normalised(std::string_view text, bool foldCase) {
     if (!blank) {
       if (character < kAsciiEnd) {
         const auto byte = static_cast<char>(character);
-        result += foldCase ? Characters::foldAscii(byte) : byte;
+        result += foldCase ? asciiToLower(byte) : byte;
       } else {
         Characters::append(result, foldCase ? Characters::fold(character) : character);
       }

@@ -1,9 +1,8 @@
-// What a dictionary takes for a character, a word and white space in a text.
+// Words and white space in the texts that dictionaries scan.
 //
-// Characters are those of regex/Characters.h: a valid UTF-8 sequence, or one byte that belongs to
-// none. Letters, digits and combining marks join into words, except in scripts that are written
-// without blanks between words (Han, kana, Thai and the like): there every place may start or end a
-// word. All functions are pure; any thread may call them.
+// Characters are those of regex/Characters.h. Letters, digits and combining marks form words. In
+// scripts without blanks between words (Han, kana, Thai and others) a word may start or end between
+// any two characters. Any thread may call these functions.
 #pragma once
 
 #include <cstddef>
@@ -12,24 +11,24 @@
 
 namespace Kestrav::Dictionary {
 
-// True for a character that cannot be told from its word when its neighbour is one as well.
+// True for a character that forms a word with a neighbour of the same kind.
 bool joinsWords(char32_t character);
 
-// True when `position` lies within a word: the characters on both its sides join. False at both
-// ends of the text. REQUIRES: position <= text.size().
+// True when the characters before and after `position` both join words. False at both ends of the
+// text. REQUIRES: position <= text.size().
 bool splitsWord(std::string_view text, std::size_t position);
 
-// True when [begin, end) starts and ends between characters.
+// [begin, end) starts and ends between characters.
 bool isWholeCharacters(std::string_view text, std::size_t begin, std::size_t end);
 
-// True when [begin, end) holds whole characters and splits no word at either side. So
-// "$$$" is found next to a letter, but "cash" is not found in "cashew".
+// [begin, end) consists of whole characters and splits no word: "$$$" matches next to a letter, but
+// "cash" does not match in "cashew".
 bool isWholeWord(std::string_view text, std::size_t begin, std::size_t end);
 
-// Every run of white space made one blank and, when asked for, letter case folded.
+// Every run of white space becomes one blank; optionally folds letter case.
 std::string normalised(std::string_view text, bool foldCase);
 
-// The same characters, with U+FFFD for every byte that is not part of UTF-8.
+// U+FFFD replaces every byte that is not part of a UTF-8 sequence.
 std::string asUtf8(std::string_view text);
 
 bool isWhiteSpace(char32_t character);

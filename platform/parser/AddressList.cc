@@ -1,6 +1,6 @@
-// EmailAddress::rfc5322ParseSet. The address-list parser of GMime is no help here: it passes over
-// bad entries in silence, rewrites domains and, over some malformed entries, loses memory. So the
-// list is taken apart here, the addresses are rfc5321Parse's, and GMime decodes the display names.
+// EmailAddress::rfc5322ParseSet. GMime's parser of address lists skips bad entries silently,
+// rewrites domains and leaks memory on some malformed entries. So this parser splits the list,
+// rfc5321Parse parses the addresses, and GMime only decodes the display names.
 #include <gmime/gmime.h>
 
 #include <algorithm>
@@ -24,16 +24,16 @@ bool isBlank(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return isBlank(c); });
 }
 
-// One entry of the list, each comment in it a blank.
+// One entry of the list, with blanks for comments.
 struct Entry {
-  std::string before;    // the angle bracket; everything when there is none
-  std::string brackets;  // what stands between them
+  std::string before;    // before the angle brackets; everything when there are none
+  std::string brackets;  // between them
   std::string after;
   bool hasBrackets = false;
 };
 
-// Calls `visit` with the index of each character and what opened the quoted string or domain
-// literal that it belongs to, 0 outside. The delimiters belong to what they enclose.
+// Calls `visit` with the index of each character and the character that opened its quoted string or
+// domain literal, 0 outside. Delimiters are inside.
 template <typename Visit>
 void visitCharacters(std::string_view text, Visit visit) {
   char opened = 0;
@@ -53,18 +53,18 @@ void visitCharacters(std::string_view text, Visit visit) {
   }
 }
 
-// Words, quoted strings and dots (RFC 5322 phrase, with the dots that everybody writes).
+// Words, quoted strings and dots (RFC 5322 phrase and obs-phrase).
 bool isPhrase(std::string_view text) {
   bool valid = true;
   visitCharacters(text, [&](std::size_t i, char opened) {
     const char c = text[i];
-    const bool isWord = isBlank(c) || c == '.' || isAtomOctet(static_cast<unsigned char>(c));
+    const bool isWord = isBlank(c) || c == '.' || isAtomOctet(c);
     valid = valid && (opened == '"' || (opened == 0 && isWord));
   });
   return valid;
 }
 
-// Blanks may stand around an address and around its dots and its @.
+// Blanks are allowed around an address, its dots and its @.
 std::string withoutBlanks(std::string_view text) {
   std::string out;
   bool pending = false;
@@ -224,7 +224,7 @@ class AddressListParser {
     }
   }
 
-  // The current entry does not count.
+  // Marks the current entry as invalid.
   void invalid(const char* reason) {
     malformed_ = true;
     if (!skipInvalid_) throw invalidAddress(reason, text_.substr(start_));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
 #include "platform/parser/MailboxBuilder.h"
 #include "platform/parser/Utf8.h"
@@ -12,17 +13,16 @@ namespace {
 
 constexpr std::size_t kLongestQuotedText = 320;  // of an error's string parameter, in octets
 
-// Good before and after main(), too: null addresses live in static objects.
+// Valid before and after main(): static objects contain null addresses.
 const std::string& emptyText() {
-  static const auto* const text = new std::string;
+  static NoDestructor<std::string> text;
   return *text;
 }
 
 bool isDotString(std::string_view local) {
   if (local.empty() || local.front() == '.' || local.back() == '.') return false;
   if (local.find("..") != std::string_view::npos) return false;
-  return std::all_of(local.begin(), local.end(),
-                     [](char c) { return c == '.' || isAtomOctet(static_cast<unsigned char>(c)); });
+  return std::all_of(local.begin(), local.end(), [](char c) { return c == '.' || isAtomOctet(c); });
 }
 
 std::string quoted(std::string_view text) {
@@ -35,8 +35,7 @@ std::string quoted(std::string_view text) {
 }
 
 bool isPhraseOfAtoms(std::string_view name) {
-  return std::all_of(name.begin(), name.end(),
-                     [](char c) { return c == ' ' || isAtomOctet(static_cast<unsigned char>(c)); });
+  return std::all_of(name.begin(), name.end(), [](char c) { return c == ' ' || isAtomOctet(c); });
 }
 
 }  // namespace
@@ -95,12 +94,9 @@ Exception invalidAddress(const std::string& reason, std::string_view text) {
       .stringParameter(shown);
 }
 
-bool isAtomOctet(unsigned char c) {
-  if (c >= 0x80 || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
-    return true;
-  }
-  return c > 0x20 && std::string_view("!#$%&'*+-/=?^_`{|}~").find(static_cast<char>(c)) !=
-                         std::string_view::npos;
+bool isAtomOctet(char c) {
+  return !isAscii({&c, 1}) || isAsciiLetterOrDigit(c) ||
+         std::string_view("!#$%&'*+-/=?^_`{|}~").find(c) != std::string_view::npos;
 }
 
 }  // namespace Kestrav

@@ -1,12 +1,12 @@
-// GMime needs one call before its first use; whoever uses it in this process calls this first.
+// The initialisation of GMime; call it before every use.
 #pragma once
 
 #include "platform/common/Export.h"
 
 namespace Kestrav {
 
-// Starts GMime once per process, whichever thread comes first. Never shut down again: parsed
-// objects may outlive any scope that we could name.
+// Initialises GMime once per process; any thread may call it. GMime is never shut down: parsed
+// objects may exist until the process ends.
 KESTRAV_API void ensureGMime();
 
 }  // namespace Kestrav

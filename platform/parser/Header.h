@@ -1,5 +1,5 @@
-// One header line to put into a message: a name and a value that cannot break out of their line.
-// A value; any number of threads may read one.
+// A header line to add to a message: a name and a value without line breaks. A value; any number of
+// threads may read one.
 #pragma once
 
 #include <string>
@@ -11,21 +11,21 @@ namespace Kestrav {
 
 class KESTRAV_API Header {
  public:
-  // No header: empty name, empty value.
+  // Empty name and value.
   Header() = default;
 
-  // The name keeps its printable ASCII characters other than the colon (RFC 5322, ftext); the rest
-  // is dropped. In the value each run of line breaks and other controls becomes one blank; tabs and
-  // the bytes from 0x80 on stay as they are. The value may be empty.
+  // Removes everything except ftext of RFC 5322 (printable ASCII without the colon) from the name.
+  // In the value each run of line breaks and other controls becomes one blank; tabs and bytes from
+  // 0x80 on are kept.
   Header(std::string_view name, std::string_view value);
 
   const std::string& name() const { return name_; }
   const std::string& value() const { return value_; }
 
-  // "Name: value" without a line end; empty when there is no name.
+  // "Name: value" without a line end; empty without a name.
   std::string asString() const;
 
-  // Names are compared without regard to case, values byte by byte.
+  // Ignores the case of names.
   bool operator==(const Header& other) const;
 
  private:

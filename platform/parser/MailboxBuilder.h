@@ -1,4 +1,4 @@
-// How the parsers make addresses out of parts that they have checked.
+// Builds addresses from validated parts; for the parsers.
 #pragma once
 
 #include <string>
@@ -14,14 +14,14 @@ class MailboxBuilder {
   // REQUIRES: parts that rfc5321Parse accepts; `local` without quotes.
   static EmailAddress build(std::string local, std::string domain);
 
-  // The same mailbox under another name. REQUIRES: a non-null address and a printable name.
+  // The same mailbox with a display name. REQUIRES: a non-null address and a printable name.
   static EmailAddress named(const EmailAddress& address, std::string displayName);
 };
 
-// The error of both parsers: why `text` is not what it should be.
+// The error of both parsers about `text`.
 Exception invalidAddress(const std::string& reason, std::string_view text);
 
-// The octets that an unquoted local part may hold besides dots (RFC 5321 atext).
-bool isAtomOctet(unsigned char c);
+// The octets of an unquoted local part other than dots (RFC 5321 atext, RFC 6531).
+bool isAtomOctet(char c);
 
 }  // namespace Kestrav

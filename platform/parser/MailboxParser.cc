@@ -16,16 +16,8 @@
 namespace Kestrav {
 namespace {
 
-constexpr std::size_t kMostGroupsBesideGap =
-    6;  // an IPv6 literal's "::" stands for two groups or more
-
-bool isLetterOrDigit(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0; });
-}
+// The "::" of an IPv6 literal replaces two groups or more.
+constexpr std::size_t kMostGroupsBesideGap = 6;
 
 std::string_view trimBlanks(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t");
@@ -33,7 +25,7 @@ std::string_view trimBlanks(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-// Reads one text; every failure is the exception to throw, naming the whole text.
+// Parses one text; every failure throws an exception with the whole text.
 class MailboxParser {
  public:
   MailboxParser(std::string_view text, bool acceptSpecialPaths)
@@ -84,7 +76,7 @@ class MailboxParser {
     return path.substr(1, path.size() - 2);
   }
 
-  // Both of these leave rest_ at what follows the local part.
+  // dotString and quotedString move rest_ to the end of the local part.
   std::string dotString() {
     std::size_t length = 0;
     bool dotAllowed = false;
@@ -93,7 +85,7 @@ class MailboxParser {
       if (c == '.' && !dotAllowed) {
         fail(length == 0 ? "the local part begins with a dot" : "there are two dots in a row");
       }
-      if (c != '.' && !isAtomOctet(static_cast<unsigned char>(c))) {
+      if (c != '.' && !isAtomOctet(c)) {
         fail(std::string("the character '") + c + "' needs a quoted local part");
       }
       dotAllowed = c != '.';
@@ -135,14 +127,14 @@ class MailboxParser {
     }
   }
 
-  // The label's length in the form in which it is looked up.
+  // The label's length in its ASCII form.
   std::size_t checkLabel(std::string_view label) const {
     if (label.empty()) fail("a label of the domain is empty");
     if (label.front() == '-' || label.back() == '-') {
       fail("a label of the domain begins or ends with a hyphen");
     }
     for (const char c : label) {
-      if (c >= 0 && c != '-' && !isLetterOrDigit(c)) {
+      if (c >= 0 && c != '-' && !isAsciiLetterOrDigit(c)) {
         fail(std::string("the character '") + c + "' cannot be in a domain");
       }
     }
@@ -169,8 +161,7 @@ class MailboxParser {
     if ((info.errors & UIDNA_ERROR_LABEL_TOO_LONG) != 0 || error == U_BUFFER_OVERFLOW_ERROR) {
       fail("a label of the domain is longer than 63 octets in its ASCII form");
     }
-    // Letters that only look different from ASCII ones would name a domain other than the one
-    // written.
+    // A label that maps to plain ASCII would name another domain than the one written.
     const bool isInternational = length > 4 && std::string_view(ascii.data(), 4) == "xn--";
     if (U_FAILURE(error) || info.errors != 0 || !isInternational) {
       fail("a label of the domain is no valid international name");
@@ -215,9 +206,9 @@ class MailboxParser {
       fail("an IPv6 address literal begins with \"IPv6:\"");
     }
     const std::string_view tag = std::string_view(content).substr(0, colon);
-    const bool tagIsValid =
-        !tag.empty() && isLetterOrDigit(tag.back()) &&
-        std::all_of(tag.begin(), tag.end(), [](char c) { return c == '-' || isLetterOrDigit(c); });
+    const bool tagIsValid = !tag.empty() && isAsciiLetterOrDigit(tag.back()) &&
+                            std::all_of(tag.begin(), tag.end(),
+                                        [](char c) { return c == '-' || isAsciiLetterOrDigit(c); });
     if (!tagIsValid) fail("the address literal has no valid tag");
     const std::string_view value = std::string_view(content).substr(colon + 1);
     if (value.empty()) fail("the address literal is empty after its tag");

@@ -1,5 +1,4 @@
-// Where text comes from and where it goes: the two ends of parsers and converters. A medium belongs
-// to one thread at a time.
+// Source and destination of parsers and converters. Not thread-safe.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +13,7 @@ class KESTRAV_API MediaIn {
  public:
   virtual ~MediaIn();
 
-  // Moves up to `size` bytes to `data`; the number moved, 0 at the end.
+  // Reads up to `size` bytes into `data`; returns their number, 0 at the end.
   virtual std::size_t read(char* data, std::size_t size) = 0;
 };
 
@@ -25,11 +24,11 @@ class KESTRAV_API MediaOut {
   // `data` may be null when `size` is 0.
   virtual void write(const char* data, std::size_t size) = 0;
 
-  // Nothing more will be written; passes on what was held back. Calling it again does nothing.
+  // Flushes and ends the output; further calls do nothing.
   virtual void end() = 0;
 };
 
-// Reads bytes that somebody else keeps: they must outlive the medium, unchanged.
+// The bytes must outlive the medium, unchanged.
 class KESTRAV_API BufferMediaIn : public MediaIn {
  public:
   explicit BufferMediaIn(const Buffer& buffer) : rest_(buffer.data(), buffer.size()) {}
@@ -42,7 +41,7 @@ class KESTRAV_API BufferMediaIn : public MediaIn {
   std::string_view rest_;
 };
 
-// Appends to a buffer that outlives the medium.
+// Appends to a buffer, which must outlive the medium.
 class KESTRAV_API BufferMediaOut : public MediaOut {
  public:
   explicit BufferMediaOut(Buffer& buffer) : buffer_(buffer) {}

@@ -17,9 +17,9 @@ namespace {
 
 constexpr std::string_view kUtf8 = "utf-8";
 constexpr std::size_t kDelimiters = 7;       // =? ? ? ?= and the letter of the encoding
-constexpr std::size_t kLongestCharset = 36;  // leaves room for any one character of any charset
+constexpr std::size_t kLongestCharset = 36;  // leaves space for one character of any charset
 
-// An RFC 2047 token without the "*" that RFC 2231 gives a meaning.
+// An RFC 2047 token without "*", which is special in RFC 2231.
 bool isCharsetToken(std::string_view name) {
   if (name.empty() || name.size() > kLongestCharset) return false;
   for (const char c : name) {
@@ -29,8 +29,8 @@ bool isCharsetToken(std::string_view name) {
   return true;
 }
 
-// UTF-8 in the charset, from its initial state and back to it; nothing when characters would be
-// lost.
+// UTF-8 text in the charset, beginning and ending in its initial state; nullopt when it cannot
+// express a character.
 std::optional<std::string> converted(std::string_view text, const std::string& charset) {
   if (stringEqualsNoCase(charset, kUtf8)) return std::string(text);
   Buffer bytes;
@@ -42,10 +42,9 @@ std::optional<std::string> converted(std::string_view text, const std::string& c
   return bytes.asString();
 }
 
-// What RFC 2047 section 5 (3) leaves unencoded everywhere an encoded word may stand.
+// The characters that RFC 2047 section 5 (3) allows unencoded in every place of an encoded word.
 bool isPlainInQ(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-         std::string_view("!*+-/").find(c) != std::string_view::npos;
+  return isAsciiLetterOrDigit(c) || std::string_view("!*+-/").find(c) != std::string_view::npos;
 }
 
 struct QEncoding {
@@ -85,19 +84,20 @@ struct BEncoding {
 struct Word {
   char letter;
   std::string encoded;
-  std::size_t end;  // in the text
+  std::size_t end;  // offset in the text
 };
 
-// Turns one text into words of one charset. REQUIRES: the charset can express the text.
+// Encodes one text in one charset. REQUIRES: the charset can express the text.
 class WordBuilder {
  public:
   WordBuilder(std::string_view text, const std::string& charset)
       : text_(text), charset_(charset), room_(kLongestEncodedWord - kDelimiters - charset.size()) {}
 
-  // Nothing when a single character does not fit into a word. There are decoders that join the
-  // words of an encoding before they decode them, and stop at base64 padding then: only the last
-  // word may be padded, and where no character ends at a multiple of three bytes, one in Q comes in
-  // between.
+  // nullopt when a character does not fit into a word.
+  //
+  // Some decoders join words of the same encoding before they decode them, and stop at base64
+  // padding. So only the last word may have padding; where no character ends at a multiple of three
+  // bytes, the next word is in Q.
   template <typename Encoding>
   std::optional<std::string> build() const {
     std::string words;

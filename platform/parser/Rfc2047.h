@@ -1,4 +1,4 @@
-// Text for header values that have to be ASCII.
+// Encoded words of RFC 2047, for header values in ASCII.
 #pragma once
 
 #include <string>
@@ -7,26 +7,24 @@
 
 namespace Kestrav {
 
-// An encoded word of RFC 2047 may have this many characters, its delimiters included.
+// In characters, including the delimiters.
 constexpr std::size_t kLongestEncodedWord = 75;
 
-// The UTF-8 text as encoded words of RFC 2047, separated by one blank each, written in `charset`
-// (the name appears in the words as given). Of the two encodings the one that gives the shorter
-// result, Q when they are equal. Each word can be decoded by itself: no character is split between
-// two.
+// Encodes UTF-8 text in `charset` as words that are separated by one blank each; the words contain
+// the charset's name as given. Uses the encoding with the shorter result, Q when both are equal. No
+// character is split between two words.
 //
-// Plain ASCII is encoded too, so that blanks at its edges survive and a text that looks like an
-// encoded word stays what it is. The words are good for a phrase as well as for unstructured text.
-// An empty text gives an empty result. Characters that would break a line, and the other controls,
-// become blanks (tabs stay); ill-formed UTF-8 becomes U+FFFD. A charset that is unknown, cannot
-// express the whole text, or has a name too long for an encoded word is replaced by "utf-8".
+// Plain ASCII is encoded, too: it keeps blanks at both ends, and a text that looks like an encoded
+// word is not decoded later. The words are valid in a phrase and in unstructured text. An empty
+// text gives an empty result. Line breaks and other controls except tabs become blanks; ill-formed
+// UTF-8 becomes U+FFFD. "utf-8" replaces a charset that is unknown, cannot express the whole text,
+// or has a name too long for an encoded word.
 //
 // Any thread may call it.
 KESTRAV_API std::string vexa_encode_rfc2047(const std::string& text, const std::string& charset);
 
-// What a header value with encoded words says, in UTF-8: the way back, for showing it to people.
-// Words that cannot be decoded, and all text outside of words, stay as they are; controls become
-// blanks and ill-formed characters U+FFFD.
+// Decodes a header value with encoded words to UTF-8, for display. Words that cannot be decoded and
+// text outside of words are kept; controls become blanks, ill-formed UTF-8 becomes U+FFFD.
 //
 // Any thread may call it.
 KESTRAV_API std::string vexa_decode_rfc2047(const std::string& text);

@@ -1,4 +1,4 @@
-// What the parsers of this room ask of UTF-8 text. Any thread may call these.
+// UTF-8 for the parsers of this folder. Any thread may call these functions.
 #pragma once
 
 #include <cstddef>
@@ -10,15 +10,14 @@ namespace Kestrav {
 constexpr char32_t kIllFormed = 0xFFFFFFFF;
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
-// The code point at `pos`, which moves behind it; kIllFormed for a sequence that is not UTF-8, of
-// which at least one byte is passed over. REQUIRES: pos < text.size().
+// The code point at `pos`, which moves to the next one; kIllFormed for an ill-formed sequence, of
+// which at least one byte is skipped. REQUIRES: pos < text.size().
 char32_t nextCodePoint(std::string_view text, std::size_t& pos);
 
-// C0 and C1 controls, DEL, and the line and paragraph separators: what may neither stand in an
-// address nor break a line.
+// C0 and C1 controls, DEL, and the line and paragraph separators.
 bool isControl(char32_t c);
 
-// Well-formed UTF-8 whose controls are blanks and whose ill-formed sequences are U+FFFD. Tabs stay.
+// Controls except tabs become blanks, ill-formed sequences U+FFFD.
 std::string printableUtf8(std::string_view text);
 
 }  // namespace Kestrav

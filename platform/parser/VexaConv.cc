@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav {
 namespace {
@@ -22,18 +23,16 @@ struct CloseConverter {
 };
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
-// ICU looks for names it does not know among files, takes an empty one for the default charset and
-// a comma for the start of options: only what a charset name is made of gets that far, so that a
-// name out of a message reaches neither.
+// Names may come from a message. ICU looks for unknown names in the file system, takes an empty
+// name for the default charset and a comma for the start of options, so it only gets plain names.
 bool isCharsetName(std::string_view name) {
   if (name.empty() || name.size() > kLongestName) return false;
   return std::all_of(name.begin(), name.end(), [](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-           std::string_view("-_.:+()").find(c) != std::string_view::npos;
+    return isAsciiLetterOrDigit(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
   });
 }
 
-// ICU's own names of some converters carry options ("ISO_2022,locale=ja,version=0").
+// Some of ICU's own names contain options ("ISO_2022,locale=ja,version=0").
 bool isAvailableName(const std::string& name) {
   if (name.find(',') == std::string::npos) return false;
   const std::int32_t count = ucnv_countAvailable();
@@ -60,7 +59,7 @@ struct VexaConv::Impl {
   bool substitute = false;
   bool ended = false;
   std::size_t failures = 0;
-  std::size_t replacements = 0;  // U+FFFD that we put in: counted already
+  std::size_t replacements = 0;  // inserted U+FFFD, which are counted as failures already
 
   explicit Impl(MediaOut& target) : out(target) {}
 
@@ -115,7 +114,7 @@ struct VexaConv::Impl {
       if (end != bytes.data())
         out.write(bytes.data(), static_cast<std::size_t>(end - bytes.data()));
     }
-    // The callbacks clear every conversion error: what is left is a fault of the converter itself.
+    // The callbacks clear all conversion errors: this is an error of the converter itself.
     if (U_FAILURE(error)) from.reset();
   }
 

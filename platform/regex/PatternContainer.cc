@@ -15,11 +15,11 @@ namespace {
 constexpr std::uint64_t kHashStart = 14695981039346656037u;  // FNV-1a
 constexpr std::uint64_t kHashPrime = 1099511628211u;
 
-std::uint64_t grow(std::uint64_t hash, char c) {
+std::uint64_t extended(std::uint64_t hash, char c) {
   return (hash ^ static_cast<unsigned char>(c)) * kHashPrime;
 }
 
-// "user@[192.0.2.1]": the brackets belong to the address.
+// "user@[192.0.2.1]": the brackets are part of the address.
 std::string withDomainLiteralEscaped(const std::string& pattern) {
   const std::size_t open = pattern.find("@[");
   if (open == std::string::npos || pattern.find(']', open) != pattern.size() - 1) return pattern;
@@ -42,23 +42,25 @@ Wildcard compile(const std::string& pattern) {
 
 }  // namespace
 
-void PatternContainer::Edge::add(const std::string& text, bool behindAt) {
+void PatternContainer::Edge::add(const std::string& text, bool afterAt) {
   std::uint64_t hash = kHashStart;
   if (backwards_) {
-    for (auto c = text.rbegin(); c != text.rend(); ++c) hash = grow(hash, *c);
+    for (auto c = text.rbegin(); c != text.rend(); ++c) hash = extended(hash, *c);
   } else {
-    for (const char c : text) hash = grow(hash, c);
+    for (const char c : text) hash = extended(hash, c);
   }
   longest_ = std::max(longest_, text.size());
-  outermost_.set(static_cast<unsigned char>(backwards_ ? text.front() : text.back()));
-  texts_[hash].push_back({text, behindAt});
+  innermost_.set(static_cast<unsigned char>(backwards_ ? text.front() : text.back()));
+  texts_[hash].push_back({text, afterAt});
 }
 
-bool PatternContainer::Edge::found(std::uint64_t hash, std::string_view part, bool at) const {
+bool PatternContainer::Edge::contains(std::uint64_t hash, std::string_view part,
+                                      bool isAfterAt) const {
   const auto entry = texts_.find(hash);
   if (entry == texts_.end()) return false;
-  return std::any_of(entry->second.begin(), entry->second.end(),
-                     [&](const Text& text) { return (at || !text.behindAt) && text.text == part; });
+  return std::any_of(entry->second.begin(), entry->second.end(), [&](const Text& text) {
+    return (isAfterAt || !text.afterAt) && text.text == part;
+  });
 }
 
 bool PatternContainer::Edge::matches(std::string_view subject) const {
@@ -69,9 +71,9 @@ bool PatternContainer::Edge::matches(std::string_view subject) const {
   for (std::size_t length = 1; length <= most; ++length) {
     const std::size_t start = backwards_ ? subject.size() - length : 0;
     const char c = backwards_ ? subject[start] : subject[length - 1];
-    hash = grow(hash, c);
-    if (outermost_[static_cast<unsigned char>(c)] &&
-        found(hash, subject.substr(start, length), firstAt < start)) {
+    hash = extended(hash, c);
+    if (innermost_[static_cast<unsigned char>(c)] &&
+        contains(hash, subject.substr(start, length), firstAt < start)) {
       return true;
     }
   }
@@ -105,7 +107,7 @@ void PatternContainer::add(const std::string& pattern) {
   patterns_.push_back(pattern);
 }
 
-bool PatternContainer::examinable(std::string_view subject) const {
+bool PatternContainer::accepts(std::string_view subject) const {
   if (subject.size() <= StringPattern::kMaxSubject) return true;
   Logger::instance().log(LogCode::kPatternMatchLimit, "%s\x01%zu", patterns_.front().c_str(),
                          subject.size());
@@ -113,19 +115,19 @@ bool PatternContainer::examinable(std::string_view subject) const {
 }
 
 bool PatternContainer::matches(std::string_view subject) const {
-  if (empty() || !examinable(subject)) return false;
+  if (empty() || !accepts(subject)) return false;
   if (any_) return true;
   const std::string folded = Characters::fold(subject);
   if (literals_.count(folded) != 0 || prefixes_.matches(folded) || suffixes_.matches(folded)) {
     return true;
   }
-  // A class may list a letter whose folded form it does not list: the subject as it came.
+  // The unfolded subject: a class may contain a letter without containing its folded form.
   return std::any_of(others_.begin(), others_.end(),
-                     [&](std::size_t place) { return compiled_[place].matches(subject); });
+                     [&](std::size_t index) { return compiled_[index].matches(subject); });
 }
 
 bool PatternContainer::matchesLinear(std::string_view subject) const {
-  if (empty() || !examinable(subject)) return false;
+  if (empty() || !accepts(subject)) return false;
   return std::any_of(compiled_.begin(), compiled_.end(),
                      [&](const Wildcard& wildcard) { return wildcard.matches(subject); });
 }

@@ -1,11 +1,9 @@
-// The addresses and hosts that a list names, as wildcards without regard to letter case: whole
-// addresses,
-// "*@example.com", "*@*.example.com", "192.168.1.*" and anything else that StringPattern takes as a
-// wildcard. Filled once, then read by any number of threads.
+// A list of addresses and hosts as wildcards (see StringPattern) that ignore letter case: whole
+// addresses, "*@example.com", "*@*.example.com", "192.168.1.*". Filled once, then read by any
+// number of threads.
 //
-// How long a lookup takes depends on the subject, not on the number of patterns, as long as they
-// are of the forms "TEXT", "TEXT*", "*TEXT" and "*@*TEXT"; the others are tried one after the
-// other.
+// Patterns of the forms "TEXT", "TEXT*", "*TEXT" and "*@*TEXT" are indexed: their number does not
+// matter for a lookup. The others are tried one after the other.
 #pragma once
 
 #include <bitset>
@@ -24,59 +22,57 @@ namespace Kestrav {
 
 class KESTRAV_API PatternContainer {
  public:
-  // Two entries get a meaning that they do not have as a wildcard: one that ends in a domain
-  // literal
-  // ("user@[192.0.2.1]") means that literal, not a class of characters; and one that does not
-  // compile is logged and stands for its own text, so that one bad entry does not take the list
-  // away.
+  // Two exceptions to the syntax of wildcards: a domain literal at the end ("user@[192.0.2.1]") is
+  // not a character class, and an entry that does not compile is logged and matches its own text.
   void add(const std::string& pattern);
 
   // A subject of more than StringPattern::kMaxSubject bytes is logged and matches nothing.
   bool matches(std::string_view subject) const;
 
-  // The same answer, by trying every pattern in turn. For tests and measurements.
+  // matches() without the index, for tests and benchmarks.
   bool matchesLinear(std::string_view subject) const;
 
-  // Counts every pattern added, the repeated ones too.
+  // Includes duplicates.
   std::size_t size() const { return patterns_.size(); }
   bool empty() const { return patterns_.empty(); }
 
-  // As added, in that order.
+  // In the order of add().
   const std::vector<std::string>& patterns() const { return patterns_; }
 
  private:
-  // Texts under a hash that grows by one byte at a time, so that every prefix (or, read backwards,
-  // every suffix) of a subject is looked up in one pass over it. Texts and subjects are
-  // case-folded.
+  // Texts that match at one end of a subject, by a hash that is extended byte by byte: one pass
+  // over the subject looks up all its prefixes or, from the end, all its suffixes. Texts and
+  // subjects are case-folded.
   class Edge {
    public:
     explicit Edge(bool backwards) : backwards_(backwards) {}
-    // A text added with `behindAt` counts only where an "@" comes before it in the subject.
-    void add(const std::string& text, bool behindAt);
+    // With `afterAt` the text matches only after an "@" in the subject.
+    void add(const std::string& text, bool afterAt);
     bool matches(std::string_view subject) const;
 
    private:
     struct Text {
       std::string text;
-      bool behindAt;
+      bool afterAt;
     };
-    bool found(std::uint64_t hash, std::string_view part, bool at) const;
+    bool contains(std::uint64_t hash, std::string_view part, bool isAfterAt) const;
 
     bool backwards_;
     std::size_t longest_ = 0;
-    std::bitset<256> outermost_;  // the bytes that texts end with on the inner side of the subject
+    std::bitset<256> innermost_;  // the bytes of the texts farthest from the end of the subject
     std::unordered_map<std::uint64_t, std::vector<Text>> texts_;
   };
 
-  bool examinable(std::string_view subject) const;
+  // False and logged for a subject that is too long.
+  bool accepts(std::string_view subject) const;
 
   std::vector<std::string> patterns_;
-  std::vector<Wildcard> compiled_;  // by place in patterns_
-  bool any_ = false;                // "*" is among them
+  std::vector<Wildcard> compiled_;  // by index in patterns_
+  bool any_ = false;                // contains "*"
   std::unordered_set<std::string> literals_;
   Edge prefixes_{false};
   Edge suffixes_{true};
-  std::vector<std::size_t> others_;  // places in compiled_
+  std::vector<std::size_t> others_;  // indexes in compiled_
 };
 
 }  // namespace Kestrav

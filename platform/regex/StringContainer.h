@@ -1,5 +1,4 @@
-// A set of strings compared without regard to letter case, as header names are. Filled once, then
-// read by any number of threads.
+// A set of strings that ignores letter case. Filled once, then read by any number of threads.
 #pragma once
 
 #include <cstddef>
@@ -18,11 +17,11 @@ class KESTRAV_API StringContainer {
 
   bool contains(std::string_view string) const;
 
-  // Counts every string added, the repeated ones too.
+  // Includes duplicates.
   std::size_t size() const { return strings_.size(); }
   bool empty() const { return strings_.empty(); }
 
-  // As added, in that order.
+  // In the order of add().
   const std::vector<std::string>& strings() const { return strings_; }
 
  private:

@@ -5,6 +5,7 @@
 
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/regex/RegularExpression.h"
 #include "platform/regex/Wildcard.h"
 
@@ -15,7 +16,7 @@ struct StringPattern::Program {
   bool ignoreCase = false;
   bool regularExpression = false;
   bool isList = false;
-  // At most one of the next three says what matches.
+  // At most one of the next three is set.
   std::optional<Wildcard> wildcard;
   std::optional<RegularExpression> expression;
   std::list<StringPattern> members;
@@ -56,7 +57,7 @@ MatchResult StringPattern::match(std::string_view subject) const {
 
   if (program_->isList) {
     if (subject.size() > kMaxSubject && !program_->members.empty()) {
-      // Once for the list rather than once for each member.
+      // Logged once, not for each member.
       logLimit("list of " + std::to_string(program_->members.size()), subject.size());
       return MatchResult::kLimit;
     }
@@ -95,8 +96,8 @@ MatchResult StringPattern::match(std::string_view subject) const {
 }
 
 const std::string& StringPattern::text() const {
-  static const auto& none = *new const std::string;
-  return program_ ? program_->text : none;
+  static NoDestructor<std::string> none;
+  return program_ ? program_->text : *none;
 }
 
 bool StringPattern::ignoreCase() const {
@@ -112,8 +113,8 @@ bool StringPattern::isList() const {
 }
 
 const std::list<StringPattern>& StringPattern::members() const {
-  static const auto& none = *new const std::list<StringPattern>;
-  return program_ ? program_->members : none;
+  static NoDestructor<std::list<StringPattern>> none;
+  return program_ ? program_->members : *none;
 }
 
 bool operator==(const StringPattern& a, const StringPattern& b) {
@@ -125,7 +126,7 @@ std::strong_ordering operator<=>(const StringPattern& a, const StringPattern& b)
   if (const auto order = a.text().compare(b.text()) <=> 0; order != 0) return order;
   if (const auto order = a.ignoreCase() <=> b.ignoreCase(); order != 0) return order;
   if (const auto order = a.regularExpression() <=> b.regularExpression(); order != 0) return order;
-  // The null pattern comes before the empty wildcard, and that before every list.
+  // Equal so far: the null pattern, the empty wildcard, lists.
   const auto kind = [](const StringPattern& p) { return p.isNull() ? 0 : p.isList() ? 2 : 1; };
   if (const auto order = kind(a) <=> kind(b); order != 0) return order;
   return std::lexicographical_compare_three_way(a.members().begin(), a.members().end(),

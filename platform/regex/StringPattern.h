@@ -1,19 +1,17 @@
-// A pattern that names or addresses are held against: a shell wildcard, a regular expression, or a
-// list of patterns of which any may match.
+// A pattern for names and addresses: a shell wildcard, a regular expression, or a list of patterns,
+// which matches when a member does.
 //
-// Copies share one immutable compiled program, so copying costs no more than a counter; any number
-// of threads may match with the same pattern or with copies. Patterns have a total order and serve
-// as keys.
+// Immutable; copies share one compiled program. Any number of threads may match. Patterns have a
+// total order, so they can be keys.
 //
 // Wildcards match the whole subject: "*", "?", classes "[a-cx]", "[!a-c]", "[^a-c]", and "\" before
-// a character that stands for itself. Everything else, the dot included, stands for itself. A
-// character is one UTF-8 sequence, or one byte that belongs to none.
+// a literal character. A character is a UTF-8 sequence, or one byte outside of any.
 //
-// Regular expressions have PCRE2's syntax and are searched for in the subject; it is read as UTF-8
-// when it is valid UTF-8 and byte by byte otherwise. A "." does not match a line feed.
+// Regular expressions have PCRE2's syntax and match anywhere in the subject, which is read as UTF-8
+// when it is valid UTF-8 and as single bytes otherwise. A "." does not match a line feed.
 //
-// Neither can be made to run on: a subject of more than kMaxSubject bytes is not looked at at all,
-// and a search that needs too many steps is given up. Both are logged and count as no match.
+// The work of a match is bounded: a subject of more than kMaxSubject bytes is refused, and a search
+// that needs too many steps is given up. Both are logged and count as no match.
 #pragma once
 
 #include <compare>
@@ -31,12 +29,12 @@ enum class MatchResult {
   kNo,
   kYes,
   kLimit,  // given up: the subject is too long, or the search took too many steps
-  kError,  // the search failed, e.g. "\x{263A}" met a subject that is not UTF-8
+  kError,  // the search failed, e.g. for "\x{263A}" in a subject that is not UTF-8
 };
 
 class KESTRAV_API StringPattern {
  public:
-  // Code of the Exception that a malformed pattern raises.
+  // Code of the Exception for a malformed pattern.
   static constexpr int kDoesNotCompile = 101;
 
   static constexpr std::size_t kMaxSubject = 65'536;
@@ -44,23 +42,22 @@ class KESTRAV_API StringPattern {
   // The null pattern; matches nothing.
   StringPattern();
 
-  // Throws Exception when `text` does not compile: the message says what is wrong and at which
-  // byte, the string parameter is `text`. An empty wildcard matches the empty subject only; an
-  // empty regular expression is found everywhere.
+  // Throws Exception when `text` does not compile: the message contains the reason and the byte
+  // offset, the string parameter is `text`. An empty wildcard matches the empty subject only, an
+  // empty regular expression every subject.
   StringPattern(const std::string& text, bool ignoreCase, bool regularExpression);
 
-  // Matches when any member does; so an empty list matches nothing. It is not the null pattern.
+  // An empty list matches nothing, but is not the null pattern.
   explicit StringPattern(const std::list<StringPattern>& members);
 
   bool isNull() const { return !program_; }
 
   bool matches(std::string_view subject) const { return match(subject) == MatchResult::kYes; }
 
-  // Tells a search that was given up from one that found nothing. Of a list: kYes if any member
-  // says so, else the first answer other than kNo.
+  // Of a list: kYes if a member matches, otherwise the first result other than kNo.
   MatchResult match(std::string_view subject) const;
 
-  // As given to the constructor; empty and false for the null pattern and for a list.
+  // The constructor's arguments; empty and false for the null pattern and for a list.
   const std::string& text() const;
   bool ignoreCase() const;
   bool regularExpression() const;

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "platform/common/Exception.h"
+#include "platform/common/Strings.h"
 #include "platform/regex/Characters.h"
 #include "platform/regex/StringPattern.h"
 
@@ -22,7 +23,7 @@ using Ranges = std::vector<std::pair<char32_t, char32_t>>;
       .stringParameter(std::string(text));
 }
 
-// Sorts and merges, and adds the other cases of every letter when asked to.
+// Sorted and merged, with all cases of every letter for `ignoreCase`.
 Ranges normalised(const Ranges& ranges, bool ignoreCase) {
   const std::unique_ptr<USet, decltype(&uset_close)> set(uset_openEmpty(), &uset_close);
   Ranges result;
@@ -38,7 +39,7 @@ Ranges normalised(const Ranges& ranges, bool ignoreCase) {
     UChar32 first = 0;
     UChar32 last = 0;
     UErrorCode status = U_ZERO_ERROR;
-    // A length other than 0 would be a string, which comes after the ranges.
+    // A positive length is a string; strings come after the ranges.
     if (uset_getItem(set.get(), i, &first, &last, nullptr, 0, &status) == 0) {
       result.emplace_back(static_cast<char32_t>(first), static_cast<char32_t>(last));
     }
@@ -59,7 +60,6 @@ Ranges normalised(const Ranges& ranges, bool ignoreCase) {
 
 }  // namespace
 
-// Reads the text of a wildcard into elements.
 class Wildcard::Parser {
  public:
   Parser(std::string_view text, Wildcard& out) : text_(text), out_(out) {}
@@ -108,8 +108,7 @@ class Wildcard::Parser {
 
   bool at(char c) const { return position_ < text_.size() && text_[position_] == c; }
 
-  // True when a "-" here joins two ends of a range: something other than the closing "]" follows
-  // it.
+  // At a "-" that is not the last character of the class.
   bool atRange() const {
     return at('-') && position_ + 1 < text_.size() && text_[position_ + 1] != ']';
   }
@@ -141,7 +140,7 @@ class Wildcard::Parser {
         if (out_.ignoreCase_ && c >= U'A' && c <= U'Z') result.ascii.set(c - U'A' + U'a');
       }
     }
-    // Only what lies outside ASCII is closed over case there: the two never fold into each other.
+    // Folded apart from ASCII: neither folds into the other.
     Ranges others;
     for (const auto& [first, last] : ranges) {
       if (last >= kAsciiEnd) others.emplace_back(std::max(first, kAsciiEnd), last);
@@ -176,7 +175,8 @@ void Wildcard::classify() {
   const auto isStar = [this](std::size_t i) {
     return i < elements_.size() && elements_[i].kind == Kind::kStar;
   };
-  // Characters from `first` up to `end`, or false when something else is among them.
+  // Makes the characters from `first` to `end` the literal; false unless all elements are
+  // characters.
   const auto take = [this](std::size_t first, std::size_t end) {
     literal_.clear();
     for (std::size_t i = first; i < end; ++i) {
@@ -199,14 +199,14 @@ void Wildcard::classify() {
   } else if (afterAt && take(3, size)) {
     shape_ = Shape::kAtAndTail;
   }
-  // A stray byte could be found in the middle of a character when only bytes are compared.
+  // A comparison of bytes could find a stray byte inside of a character.
   const bool split = shape_ != Shape::kLiteral && !Characters::isUtf8(literal_);
   if (split) shape_ = Shape::kGeneral;
   if (shape_ == Shape::kGeneral) literal_.clear();
-  bytewise_ = shape_ != Shape::kGeneral && (!ignoreCase_ || Characters::isAscii(literal_));
+  bytewise_ = shape_ != Shape::kGeneral && (!ignoreCase_ || isAscii(literal_));
 }
 
-bool Wildcard::Class::holds(char32_t character) const {
+bool Wildcard::Class::contains(char32_t character) const {
   bool listed = false;
   if (character < kAsciiEnd) {
     listed = ascii[character];
@@ -226,15 +226,15 @@ bool Wildcard::matchesOne(const Element& element, char32_t character) const {
     case Element::Kind::kOne:
       return element.value == (ignoreCase_ ? Characters::fold(character) : character);
     case Element::Kind::kClass:
-      return classes_[element.value].holds(character);
+      return classes_[element.value].contains(character);
     case Element::Kind::kStar:
       break;
   }
   return false;
 }
 
-// Only the latest star is ever tried again: whatever lies before it was matched at its earliest
-// possible place, and no later one could leave the rest more room.
+// Backtracks to the latest star only: the elements before it have matched as early as possible, so
+// a later match of them cannot help the rest.
 bool Wildcard::matchesElements(std::string_view subject) const {
   constexpr std::size_t kNone = static_cast<std::size_t>(-1);
   std::size_t element = 0;
@@ -248,11 +248,11 @@ bool Wildcard::matchesElements(std::string_view subject) const {
       retryFrom = position;
       continue;
     }
-    std::size_t behind = position;
-    const char32_t character = Characters::next(subject, behind);
+    std::size_t next = position;
+    const char32_t character = Characters::next(subject, next);
     if (element < elements_.size() && matchesOne(elements_[element], character)) {
       ++element;
-      position = behind;
+      position = next;
     } else if (afterStar != kNone) {
       Characters::next(subject, retryFrom);
       element = afterStar;
@@ -265,10 +265,10 @@ bool Wildcard::matchesElements(std::string_view subject) const {
          (element + 1 == elements_.size() && elements_[element].kind == Element::Kind::kStar);
 }
 
-bool Wildcard::sameBytes(std::string_view part) const {
+bool Wildcard::isLiteral(std::string_view part) const {
   if (!ignoreCase_) return part == literal_;
   return std::equal(part.begin(), part.end(), literal_.begin(), literal_.end(),
-                    [](char a, char b) { return Characters::foldAscii(a) == b; });
+                    [](char a, char b) { return asciiToLower(a) == b; });
 }
 
 bool Wildcard::matches(std::string_view subject) const {
@@ -279,13 +279,13 @@ bool Wildcard::matches(std::string_view subject) const {
     case Shape::kAny:
       return true;
     case Shape::kLiteral:
-      return rest == 0 && sameBytes(subject);
+      return rest == 0 && isLiteral(subject);
     case Shape::kPrefix:
-      return sameBytes(subject.substr(0, literal_.size()));
+      return isLiteral(subject.substr(0, literal_.size()));
     case Shape::kSuffix:
-      return sameBytes(subject.substr(rest));
+      return isLiteral(subject.substr(rest));
     case Shape::kAtAndTail:
-      return sameBytes(subject.substr(rest)) &&
+      return isLiteral(subject.substr(rest)) &&
              subject.substr(0, rest).find('@') != std::string_view::npos;
     case Shape::kGeneral:
       break;

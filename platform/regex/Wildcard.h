@@ -1,14 +1,14 @@
 // A compiled shell wildcard, matched against a whole subject.
 //
-//   *        any number of characters, none included
+//   *        any number of characters, or none
 //   ?        one character
-//   [a-cx]   one of the characters named; [!a-cx] and [^a-cx] one of the others. A "]" that comes
-//   first
-//            and a "-" that comes first or last stand for themselves
-//   \c       the character c itself, in a class too
+//   [a-cx]   one of these characters; [!a-cx] and [^a-cx]: one of all others. A "]" at the start
+//            and a "-" at the start or the end are literal
+//   \c       the character c, also in a class
 //
-// Everything else stands for itself. The time a match takes grows at most with the product of both
-// lengths, whatever the number of stars. Immutable once compiled; any number of threads may match.
+// Everything else, the dot included, is literal. A character is that of Characters.h. The time of a
+// match is at most proportional to the product of both lengths, for any number of stars. Immutable;
+// any number of threads may match.
 #pragma once
 
 #include <bitset>
@@ -23,7 +23,7 @@ namespace Kestrav {
 
 class Wildcard {
  public:
-  // The simple forms that an index can look up instead of trying them; T is literal().
+  // Simple forms that can be indexed; T is literal().
   enum class Shape {
     kGeneral,
     kAny,        // "*"
@@ -33,10 +33,10 @@ class Wildcard {
     kAtAndTail,  // "*@*T"
   };
 
-  // Throws Exception (StringPattern::kDoesNotCompile) naming what is wrong and at which byte.
+  // Throws Exception (StringPattern::kDoesNotCompile) with the reason and the byte offset.
   Wildcard(std::string_view text, bool ignoreCase);
 
-  // The wildcard that matches `text` alone, every character standing for itself.
+  // Matches `text` only: no character is special.
   static Wildcard literally(std::string_view text, bool ignoreCase);
 
   bool matches(std::string_view subject) const;
@@ -49,15 +49,15 @@ class Wildcard {
   struct Element {
     enum class Kind : std::uint8_t { kStar, kAnyOne, kOne, kClass };
     Kind kind;
-    char32_t value =
-        0;  // kOne: the character, folded when case is ignored; kClass: place in classes_
+    // kOne: the character, folded when case is ignored. kClass: index in classes_.
+    char32_t value = 0;
   };
-  // The characters of one [...]; closed over letter case when that is ignored.
+  // The characters of one [...], with both cases of each letter when case is ignored.
   struct Class {
     bool negated = false;
     std::bitset<128> ascii;
     std::vector<std::pair<char32_t, char32_t>> others;  // sorted, disjoint, inclusive
-    bool holds(char32_t character) const;
+    bool contains(char32_t character) const;
   };
   class Parser;
 
@@ -65,10 +65,10 @@ class Wildcard {
   void classify();
   bool matchesOne(const Element& element, char32_t character) const;
   bool matchesElements(std::string_view subject) const;
-  bool sameBytes(std::string_view part) const;
+  bool isLiteral(std::string_view part) const;
 
   bool ignoreCase_;
-  bool bytewise_ = false;  // the shape can be decided on bytes, with ASCII folding at most
+  bool bytewise_ = false;  // matches by bytes, with ASCII folding at most
   Shape shape_ = Shape::kGeneral;
   std::string literal_;
   std::vector<Element> elements_;  // never two stars in a row

@@ -12,11 +12,11 @@
 namespace Kestrav {
 namespace {
 
-// What another thread finds.
+// Tried from another thread.
 bool isHeld(Mutex& mutex) {
   bool held = false;
   std::jthread([&] {
-    held = !mutex.tryLock();
+    held = !mutex.try_lock();
     if (!held) mutex.unlock();
   }).join();
   return held;
@@ -27,7 +27,7 @@ TEST(Mutex, IsHeldFromLockToUnlock) {
   mutex.lock();
   EXPECT_TRUE(isHeld(mutex));
   mutex.unlock();
-  ASSERT_TRUE(mutex.tryLock());
+  ASSERT_TRUE(mutex.try_lock());
   EXPECT_TRUE(isHeld(mutex));
   mutex.unlock();
 }
@@ -48,7 +48,7 @@ TEST(Synchronized, HoldsForItsScope) {
     Synchronized guard(mutex);
     EXPECT_TRUE(isHeld(mutex));
   }
-  ASSERT_TRUE(mutex.tryLock());
+  ASSERT_TRUE(mutex.try_lock());
   mutex.unlock();
 }
 
@@ -60,7 +60,7 @@ TEST(Synchronized, ReleasesWhenAnExceptionLeavesTheScope) {
         throw std::runtime_error("out");
       },
       std::runtime_error);
-  ASSERT_TRUE(mutex.tryLock());
+  ASSERT_TRUE(mutex.try_lock());
   mutex.unlock();
 }
 

@@ -58,11 +58,11 @@ TEST(Strings, CompareIgnoresTheCaseOfAsciiLetters) {
       {"ab", "abc", -1},
       {"abc", "AB", 1},
       {"", "a", -1},
-      {"Z", "_", 1},   // as in lower case, where '_' precedes the letters
-      {"[", "{", -1},  // what differs by the case bit, but is no letter
+      {"Z", "_", 1},   // in lower case '_' precedes the letters
+      {"[", "{", -1},  // differ by the case bit, but are not letters
       {"@", "`", -1},
       {"a", "\xE4", -1},     // bytes compare unsigned
-      {"\xC4", "\xE4", -1},  // and are letters in no locale
+      {"\xC4", "\xE4", -1},  // and are not letters in any locale
       {"a\0b"s, "a\0c"s, -1},
       {"a\0"s, "a", 1},
   };
@@ -76,11 +76,18 @@ TEST(Strings, CompareIgnoresTheCaseOfAsciiLetters) {
   }
 }
 
-TEST(Strings, LessNoCaseMakesASetOfTextsThatDifferInMoreThanCase) {
-  const std::set<std::string, StringLessNoCase> set{"b", "A", "a", "B", "c"};
-  EXPECT_EQ(set, (std::set<std::string, StringLessNoCase>{"A", "b", "c"}));
-  EXPECT_EQ(set.size(), 3u);
-  EXPECT_EQ(set.count(std::string_view("C")), 1u);
+TEST(Strings, LettersAndDigitsAreAsciiOnly) {
+  for (const char c : "09AZaz"s) EXPECT_TRUE(isAsciiLetterOrDigit(c)) << c;
+  for (const char c : "/:@[`{\x80\xC4\xE1\0"s) EXPECT_FALSE(isAsciiLetterOrDigit(c)) << c;
+  EXPECT_FALSE(isAsciiLetterOrDigit(U'\xE9'));
+  EXPECT_FALSE(isAsciiLetterOrDigit(U'\x161'));
+}
+
+TEST(Strings, IsAsciiForBytesBelow0x80) {
+  EXPECT_TRUE(isAscii(""));
+  EXPECT_TRUE(isAscii("a\0\x7F"s));
+  EXPECT_FALSE(isAscii("a\x80"));
+  EXPECT_FALSE(isAscii("\xC3\xA9"));
 }
 
 TEST(Strings, ToLowerChangesAsciiLettersOnly) {
@@ -115,8 +122,8 @@ TEST(Strings, BoundedCopyEndsInNulAndZeroesTheRest) {
       {"1234\xF0\x9F\x98\x80", "1234", false},  // of four
       {"12345\xC3\xA9"
        "6",
-       "12345\xC3\xA9", false},                                       // ends in front of the cut
-      {"123\x80\x80\x80\x80\x80\x80", "123\x80\x80\x80\x80", false},  // no UTF-8: cut anywhere
+       "12345\xC3\xA9", false},                                       // ends at the cut
+      {"123\x80\x80\x80\x80\x80\x80", "123\x80\x80\x80\x80", false},  // not UTF-8: cut anywhere
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.text));

@@ -78,10 +78,8 @@ TEST(Characters, FoldKeepsAsciiAmongItself) {
             "a");
 }
 
-TEST(Characters, TellsTextsApart) {
-  EXPECT_TRUE(Characters::isAscii(""));
-  EXPECT_TRUE(Characters::isAscii("a~\n"));
-  EXPECT_FALSE(Characters::isAscii("\xC3\xA9"));
+TEST(Characters, IsUtf8WithoutStrayBytes) {
+  EXPECT_TRUE(Characters::isUtf8(""));
   EXPECT_TRUE(Characters::isUtf8("\xC3\xA9"));
   EXPECT_FALSE(Characters::isUtf8("\xC3"));
   EXPECT_FALSE(Characters::isUtf8("\xED\xA0\x80"));
