@@ -1,4 +1,4 @@
-// A handle class as a public header declares it: the implementation is only named.
+// A handle class as in a public header: its implementation is only declared.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ class ForwardHandle : public Ref<ForwardImpl> {
   explicit ForwardHandle(const std::string& name);
   std::string name() const;
 
-  static int living();  // implementations that exist now
+  static int living();  // number of existing implementations
 };
 
 }  // namespace Kestrav

@@ -1,5 +1,4 @@
-// A client of a handle whose implementation it never sees: everything that it may do with one
-// compiles, links and works with the implementation only named.
+// Uses a handle of an incomplete implementation type: all its operations compile, link and work.
 #include <gtest/gtest.h>
 
 #include <map>

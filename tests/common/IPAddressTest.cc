@@ -51,10 +51,10 @@ TEST(IPAddress, PrintsTheCanonicalText) {
       {"1::", "1::", false},
       {"0:0:0:0:0:0:0:0", "::", false},
       {"2001:0DB8:0000:0000:0000:0000:0000:0001", "2001:db8::1", false},
-      {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1", false},  // one zero is written out
-      {"2001:db8::1:1:1:1:1", "2001:db8:0:1:1:1:1:1", false},   // also when the text had it short
+      {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1", false},  // a single zero is not shortened
+      {"2001:db8::1:1:1:1:1", "2001:db8:0:1:1:1:1:1", false},   // also when the input is shortened
       {"2001:0:0:1:0:0:0:1", "2001:0:0:1::1", false},           // the longest run
-      {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1", false},     // the first of two as long
+      {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1", false},     // the first of two equal runs
       {"0:0:1:0:0:0:1:0", "0:0:1::1:0", false},
       {"1:0:0:0:0:0:0:0", "1::", false},
       {"1:2:3:4:5:6:0:0", "1:2:3:4:5:6::", false},

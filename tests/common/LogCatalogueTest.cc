@@ -31,7 +31,7 @@ TEST(LogCatalogue, EveryEntryIsOfAKnownCode) {
   EXPECT_EQ(logCatalogue().size(), all.size());
 }
 
-// The list of all codes is written by hand: compare it with the declarations themselves.
+// Compares the list of all codes, which is written by hand, with the declarations.
 TEST(LogCatalogue, NoDeclaredCodeIsMissingFromTheList) {
   std::ifstream file(KESTRAV_LOG_CODES_H);
   ASSERT_TRUE(file) << KESTRAV_LOG_CODES_H;
@@ -40,7 +40,7 @@ TEST(LogCatalogue, NoDeclaredCodeIsMissingFromTheList) {
   std::set<std::uint32_t> declared;
   for (std::size_t at = 0;
        (at = source.find("inline constexpr std::uint32_t k", at)) != std::string::npos;) {
-    at = source.find_first_of("[=", at);  // '[' is the list's own declaration
+    at = source.find_first_of("[=", at);  // '[' is the declaration of the list
     if (source[at] == '[') continue;
     declared.insert(static_cast<std::uint32_t>(std::stoul(source.substr(at + 1, 40), nullptr, 16)));
   }

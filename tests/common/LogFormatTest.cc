@@ -110,7 +110,7 @@ TEST(LogFormat, LinesAreFreeOfBreaksControlsAndBadUtf8) {
       {"\xC2\x9B"
        "31m",
        "\\xC2\\x9B"
-       "31m"},                     // a terminal may take it for an escape sequence
+       "31m"},                     // an escape sequence on some terminals
       {"\xC2\x85", "\\xC2\\x85"},  // next line
       {"\xC2\xA0", "\xC2\xA0"},
       {"\xE2\x80\xA8\xE2\x80\xA9\xE2\x80\xAA", "\\xE2\\x80\\xA8\\xE2\\x80\\xA9\xE2\x80\xAA"},

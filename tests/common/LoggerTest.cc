@@ -49,7 +49,7 @@ class LoggerTest : public testing::Test {
   std::vector<Logger::Message> messages_;
 };
 
-// Null, but not to the compiler, which would refuse a constant one.
+// Null, hidden from the compiler, which would refuse a constant.
 const char* volatile noText = nullptr;
 
 bool endsWith(const std::string& text, const std::string& end) {
@@ -111,7 +111,7 @@ TEST_F(LoggerTest, NestedCapturesRestoreTheFormer) {
   logger_.log(1, "2");
   inner.reset();
   logger_.log(1, "3");
-  // Released in the other order, the newest living one still receives.
+  // Released in the other order: the newest existing token still receives.
   inner = logger_.capture(into("inner"));
   outer.reset();
   logger_.log(1, "4");

@@ -65,7 +65,7 @@ TEST(LoggerThreads, NoMessageReachesACaptureWhoseTokenIsGone) {
     while (!stop) Logger::instance().log(LogCode::kCertBindingStatusChanged, "%d\x01%s", 1, "x");
   });
   for (int i = 0; i < 300; ++i) {
-    // Ends before the next round: a late call would touch what is no more.
+    // Destroyed before the next round: a late call would use destroyed objects.
     std::vector<std::uint32_t> codes;
     const auto token =
         Logger::instance().capture([&codes](const Logger::Message& m) { codes.push_back(m.code); });

@@ -29,11 +29,11 @@ class Impl : public virtual RefImpl, private NonCopyable {
   int value_;
 };
 
-// A handle class as the library builds them, with a way to look at its holder.
+// A handle class as in the library, with access to its holder.
 class Handle : public Ref<Impl> {
  public:
   using Ref<Impl>::Ref;
-  // Takes `holder` over. Stands for handles built from a holder that another one copied.
+  // Takes ownership of `holder`, as a handle built from the copy of another holder.
   static Handle over(RefCounted<Impl>* holder) {
     Handle handle;
     handle.holder_ = holder;
@@ -62,7 +62,7 @@ void expectFailedConstruction(const Exception& e) {
   EXPECT_EQ(e.line(), 0);
 }
 
-// What the layers are.
+// The types of the layers.
 static_assert(std::has_virtual_destructor_v<Ref<Impl>>);
 static_assert(std::has_virtual_destructor_v<RefCounted<Impl>>);
 static_assert(std::has_virtual_destructor_v<RefImpl>);
@@ -444,7 +444,7 @@ TEST(Ref, ImplementationDiesThroughItsVirtualDestructor) {
   EXPECT_EQ(tally.died, 1);
 }
 
-// An implementation that itself holds a handle of the same kind.
+// An implementation that contains a handle of the same kind.
 class Link : public virtual RefImpl, private NonCopyable {
  public:
   Link(Tally& tally, Ref<Link> rest) : next(std::move(rest)), tally_(tally) { ++tally_.born; }

@@ -1,4 +1,4 @@
-// Copies of one handle made and destroyed in many threads at once.
+// Copies of one handle, created and destroyed in several threads.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -18,7 +18,7 @@ class Impl : public virtual RefImpl, private NonCopyable {
  public:
   explicit Impl(std::atomic<int>& died) : died_(died) {}
   ~Impl() override {
-    value = 0;  // not atomic on purpose: every reader must have let go before
+    value = 0;  // not atomic on purpose: every reader must have finished
     ++died_;
   }
   int value = 42;

@@ -48,14 +48,14 @@ TEST(CountedExpression, WholeWords) {
     unsigned matches;
   } cases[] = {
       {"cash", "cash cashew Cash", 2},
-      {"cash|cashew", "cashew", 1},  // tries on for a match that ends a word
+      {"cash|cashew", "cashew", 1},  // backtracks to a match that ends a word
       {"\\d+", "123 4a 5", 2},
       {"\\Qcash", "cash", 1},           // left open
       {"(?x)cash # money", "cash", 1},  // ends in a comment
       {"(?i)cash", "CASH", 1},
-      {"(*ANYCRLF)cash", "cash", 1},  // a verb has to stay in front
+      {"(*ANYCRLF)cash", "cash", 1},  // a verb must stay at the start
       {"(a)\\1", "aa aaa", 1},
-      {"\\$+", "a$$b", 1},  // no letter at its ends: nothing to split
+      {"\\$+", "a$$b", 1},  // no letter at its ends, so it splits no word
       {"na\xC3\xAF", "na\xC3\xAFve na\xC3\xAF", 1},
   };
   for (const auto& row : cases) {
@@ -97,7 +97,7 @@ TEST(CountedExpression, EndlessSearchesAreGivenUp) {
 }
 
 TEST(CountedExpression, WorkIsBoundedOverAllStartsTogether) {
-  // No start is hard by itself; their sum grows with the square of the text.
+  // Each start is cheap; their sum is quadratic in the size of the text.
   const auto result = CountedExpression("a+(?=b)", {}).count(std::string(50'000, 'a'), kAny);
   EXPECT_TRUE(result.givenUp);
   EXPECT_EQ(result.reason, "too much work");

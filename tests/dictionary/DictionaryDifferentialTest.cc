@@ -15,7 +15,7 @@ using Testing::DictionaryItem;
 using Testing::Scanner;
 
 constexpr int kRounds = 300;
-constexpr int kExpressionRounds = 60;  // each compiles anew
+constexpr int kExpressionRounds = 60;  // fewer, because each one compiles
 
 class Random {
  public:
@@ -34,7 +34,7 @@ class Random {
   std::mt19937 engine_;
 };
 
-// Few and alike, so that matches, near misses and overlaps are common.
+// Few and similar, so that matches, near misses and overlaps are frequent.
 const std::vector<std::string> kPieces = {
     "a",    "b",    "A",        "B", "ab", " ", "-", "1", "\xC3\xA9", "\xC3\x89", "\xE6\xBC\xA2",
     "\r\n", "\xE9", "\xC2\xA0", "$"};

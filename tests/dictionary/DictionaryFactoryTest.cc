@@ -76,7 +76,7 @@ TEST_F(DictionaryFactoryTest, GroupScannerHasTheItemsOfAllItsDictionaries) {
   EXPECT_EQ(all->scan(text_).score, 13);
 }
 
-TEST_F(DictionaryFactoryTest, DictionaryAndGroupOfOneNameAreTold) {
+TEST_F(DictionaryFactoryTest, DictionaryAndGroupOfOneNameDiffer) {
   EXPECT_EQ(factory_.createProfileScanner("money")->scan(text_).score, 6);
   EXPECT_EQ(factory_.createGroupScanner("money")->scan(text_).score, 7);
 }
@@ -129,11 +129,11 @@ TEST_F(DictionaryFactoryTest, ScannersAreSharedUntilCleaned) {
   EXPECT_FALSE(first == second);
   EXPECT_FALSE(group == factory_.createGroupScanner("all"));
   EXPECT_EQ(second->scan(text_).score, 106);
-  EXPECT_EQ(first->scan(text_).score, 6);  // whoever holds it goes on as before
+  EXPECT_EQ(first->scan(text_).score, 6);  // an existing handle does not change
 }
 
 TEST_F(DictionaryFactoryTest, ScannerReadFromBeforeACleanedUpChangeIsNotKept) {
-  const auto pinned = store().snapshot();  // this thread goes on reading this revision
+  const auto pinned = store().snapshot();  // this thread keeps reading this revision
   putItem(Literal("pills").score(100).id(14).in(1));
   factory_.clean();
   EXPECT_EQ(factory_.createProfileScanner("money")->scan(text_).score, 6);

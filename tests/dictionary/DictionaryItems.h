@@ -1,5 +1,5 @@
-// Dictionary items for tests: valid by default (a literal, in any case, whole words, everywhere,
-// score 1, any number of matches); a test names only what it changes.
+// Dictionary items for tests: by default a valid literal, in any case, whole words, everywhere,
+// score 1, any number of matches.
 #pragma once
 
 #include <cstring>
@@ -69,7 +69,7 @@ inline std::uint32_t Matches(const DictionaryItem& item, std::string_view text) 
   return result.hits.empty() ? 0 : result.hits.front().count;
 }
 
-// What was logged while it lives.
+// Captures every logged message.
 class LoggedMessages {
  public:
   LoggedMessages()

@@ -1,4 +1,4 @@
-// Scanners and their factory, used by many threads at once. Run under the thread sanitizer as well.
+// Scanners and their factory shared by threads. Also run with the thread sanitizer.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -94,7 +94,7 @@ class DictionaryFactoryThreads : public Testing::StoreFixture {
 
 TEST_F(DictionaryFactoryThreads, NothingOlderThanACleanedUpChangeIsServedAfterIt) {
   constexpr std::uint16_t kChanges = 100;
-  std::atomic<std::uint16_t> cleaned = 1;  // the score whose change has been cleaned up for
+  std::atomic<std::uint16_t> cleaned = 1;  // the score at the latest clean()
   std::atomic<int> stale = 0;
   inThreads(kThreads, [&](int number) {
     if (number == 0) {

@@ -38,7 +38,7 @@ TEST(CheapExpression, PropertiesBecomeAnyCharacter) {
   }
 }
 
-TEST(CheapExpression, NoneForWhatIsDearOrUnclear) {
+TEST(CheapExpression, NoneForExpensiveOrUnclearExpressions) {
   for (const char* expression :
        {"(*UCP)\\w+", "a{5000}", "((a{1,20}){1,20}){1,20}", "(.{1,100}x){1,100}", "a)b", "(a", "[a",
         "(?x)a # [\\p{L}\n|b]", "[\\Q]\\E]"}) {

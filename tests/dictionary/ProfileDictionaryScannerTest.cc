@@ -31,7 +31,7 @@ TEST(ProfileDictionaryScanner, WholeWords) {
       {"cash", "cashew encash cash1 1cash", 0},
       {"cash", "_cash_ cash-back", 2},
       {"cash", "CASH Cash", 2},
-      {"cash", "caſh", 0},  // no letter beyond ASCII equals one in it
+      {"cash", "caſh", 0},  // no letter outside of ASCII equals one inside
       {"cash",
        "\xC3\xA9"
        "cash cash\xC3\xA9",
@@ -44,7 +44,7 @@ TEST(ProfileDictionaryScanner, WholeWords) {
       {"cash",
        "\xE9"
        "cash\xFF",
-       1},  // between bytes that are no UTF-8
+       1},  // between bytes that are not UTF-8
       {"$$$", "a$$$b", 1},
       {"$$", "$$$$$", 2},
       {"caf\xC3\xA9", "CAF\xC3\x89 caf\xC3\xA9 cafe", 2},
@@ -54,7 +54,7 @@ TEST(ProfileDictionaryScanner, WholeWords) {
       {"free money", "Free   money free\r\nmoney free\xC2\xA0money", 3},
       {"free money", "freemoney free moneys unfree money", 0},
       {" cash ", "cash", 1},              // outer blanks do not count
-      {"caf\xE9", "caf\xE9 CAF\xE9", 2},  // a word that is no UTF-8
+      {"caf\xE9", "caf\xE9 CAF\xE9", 2},  // a word that is not UTF-8
       {"\xA9", "\xC3\xA9", 0},            // not in the middle of é
       {"ha ha", "ha ha ha ha", 2},
       {"ha ha", "ha ha ha", 1},  // matches of one item do not overlap
@@ -91,12 +91,12 @@ TEST(ProfileDictionaryScanner, RegularExpressions) {
       {"(?<!not )cheap", "cheap, not cheap", 1},
       {"(\\w+) \\1", "win win situation", 1},
       {"a++b", "aab ab", 2},
-      {"\\N{3}x", "abcx", 1},  // beyond the fast engine, still found
+      {"\\N{3}x", "abcx", 1},  // not supported by the engine, still found
       {"x\\Kyz", "xyz", 1},
       {"gr[ae]y", "GRAY grey groy", 2},
       {"\\p{Lu}{3}", "ABC", 1},
       {"caf\xC3\xA9", "CAF\xC3\x89", 1},
-      {"caf.", "caf\xE9", 1},  // a byte that is no UTF-8 is one character
+      {"caf.", "caf\xE9", 1},  // a byte that is not UTF-8 is one character
       {"\\bcash\\b", "cash-back encash", 1},
   };
   for (const auto& row : cases) {
@@ -177,7 +177,7 @@ TEST(ProfileDictionaryScanner, ScopeSaysWhereAnItemCounts) {
       {0, kDictionaryScopeBodyHtml, true},
       {0, 0, true},
       {kBody, 0, false},
-      {8, kScanEverywhere, false},  // a part of the message that nobody knows
+      {8, kScanEverywhere, false},  // an unknown part of the message
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(std::to_string(row.scope) + " in " + std::to_string(row.area));

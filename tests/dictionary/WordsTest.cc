@@ -37,7 +37,7 @@ TEST(Words, SplitsWord) {
       {"\xC3\xA9s", 2, true},
       {"s\xC3\xA9", 1, true},
       {"s\xE9", 1, false},
-      {"\xE9s", 1, false},  // a byte of its own is no letter
+      {"\xE9s", 1, false},  // a stray byte is not a letter
       {"\xE6\xBC\xA2"
        "a",
        3, false},                      // Han and Latin
@@ -55,7 +55,7 @@ TEST(Words, WholeCharactersDoNotBeginOrEndInASequence) {
   EXPECT_TRUE(isWholeCharacters(text, 1, 3));
   EXPECT_FALSE(isWholeCharacters(text, 2, 3));
   EXPECT_FALSE(isWholeCharacters(text, 1, 2));
-  // Behind a complete sequence, a further continuation byte is a character of its own.
+  // A continuation byte after a complete sequence is a separate character.
   EXPECT_TRUE(isWholeCharacters("\xC3\xA9\xA9", 0, 2));
 }
 

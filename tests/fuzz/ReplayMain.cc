@@ -1,5 +1,5 @@
-// Feeds every file of the folders and files named on the command line to the fuzz target once. With
-// no fuzzer at hand this is how the corpora are kept green.
+// Runs the fuzz target on every file and folder of the command line, to check the corpora without a
+// fuzzer.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

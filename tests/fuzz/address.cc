@@ -1,6 +1,6 @@
-// Any text as a mailbox and as an address list: it is refused with an Exception, or what comes out
-// keeps to the limits, holds no control character and says the same when it is parsed again. Input:
-// one byte of flags, the text.
+// Any text as a mailbox and as an address list: it is refused with an Exception, or the result is
+// within the limits, contains no control character and parses to the same result again. Input: one
+// byte of flags, the text.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

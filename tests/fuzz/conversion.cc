@@ -1,6 +1,6 @@
-// Any bytes from any charset to any other: where the text is cut changes nothing, whatever the
-// flags. Input: one byte of flags, one of the cut, the two charsets' names, each up to a line feed,
-// the text.
+// Any bytes from any charset to any other, with any flags: the result does not depend on where the
+// text is cut. Input: one byte of flags, one for the cut, the names of both charsets, each up to a
+// line feed, the text.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-// Any item on any text: it is added or refused, and a scan ends, never throws, and says the same
-// twice. Input: four bytes (kind, flags, maximum, area), the item's text up to a line feed, the
-// text to scan.
+// Any item on any text: it is added or refused, and a scan ends, never throws, and gives the same
+// result twice. Input: four bytes (kind, flags, maximum, area), the item's text up to a line feed,
+// the text to scan.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

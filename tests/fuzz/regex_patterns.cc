@@ -1,5 +1,5 @@
-// Any pattern on any subject: a pattern compiles or is refused with an Exception, and every way to
-// ask gives the same answer. Input: one byte of flags, the pattern up to a line feed, the subject.
+// Any pattern on any subject: a pattern compiles or is refused with an Exception, and all ways to
+// match agree. Input: one byte of flags, the pattern up to a line feed, the subject.
 #include <cstdint>
 #include <cstdlib>
 #include <list>

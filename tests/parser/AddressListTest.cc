@@ -1,4 +1,4 @@
-// Address lists in the form of a header value.
+// Address lists of header values.
 #include <gtest/gtest.h>
 
 #include <string>

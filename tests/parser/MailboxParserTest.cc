@@ -1,4 +1,4 @@
-// Which texts are mailboxes, and what their parts are.
+// Accepted and refused texts, and the parts of a mailbox.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -138,7 +138,7 @@ const std::vector<Valid> kValid = {
 
 struct Invalid {
   string text;
-  string reason;  // what the message has to say
+  string reason;  // part of the message
 };
 
 const std::vector<Invalid> kInvalid = {

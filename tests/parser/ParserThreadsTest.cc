@@ -1,4 +1,4 @@
-// The parsers from many threads at once, the first use of the libraries behind them included.
+// The parsers in several threads, including the first use of their libraries.
 #include <gtest/gtest.h>
 
 #include <atomic>

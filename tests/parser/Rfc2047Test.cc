@@ -14,7 +14,7 @@ namespace {
 
 using std::string;
 
-// By somebody else's decoder.
+// With an independent decoder.
 string decoded(const string& words) {
   ensureGMime();
   char* text = g_mime_utils_header_decode_text(nullptr, words.c_str());
@@ -29,7 +29,7 @@ string repeat(const string& text, int times) {
   return out;
 }
 
-// Each word is short enough, stands alone, and the whole says `text` again.
+// Each word is short enough and can be decoded by itself; together they decode to `text`.
 void expectGoodWords(const string& text, const string& charset) {
   const string words = vexa_encode_rfc2047(text, charset);
   string joined;

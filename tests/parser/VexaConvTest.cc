@@ -227,7 +227,7 @@ TEST(VexaConv, EveryNameThatIcuListsIsUsable) {
   }
 }
 
-// A medium that records how it is used.
+// A medium that records its calls.
 class Recorder : public MediaOut {
  public:
   void write(const char* data, std::size_t size) override { text.append(data, size); }

@@ -166,7 +166,7 @@ TEST(PatternContainer, AgreesWithTheLinearScanOnRandomInput) {
     PatternContainer container;
     for (auto n = 1 + random() % 12; n != 0; --n) {
       const std::string pattern = make(parts, 5);
-      // A star alone would answer for all the others.
+      // A lone star would match every subject.
       container.add(pattern.find_first_not_of('*') == std::string::npos ? "a" : pattern);
     }
     for (int i = 0; i < 20; ++i) {
@@ -181,7 +181,7 @@ TEST(PatternContainer, AgreesWithTheLinearScanOnRandomInput) {
   EXPECT_GT(misses, 5000);
 }
 
-// The same against StringPattern, one pattern at a time.
+// The same, compared with a StringPattern for each entry.
 TEST(PatternContainer, AgreesWithSinglePatternsOnRandomAddresses) {
   std::mt19937 random(11);
   const std::vector<std::string> hosts = {"example.com", "a.example.com", "b.a.example.com",

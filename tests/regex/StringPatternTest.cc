@@ -1,4 +1,4 @@
-// Regular expressions, lists, order and limits. Wildcards have their own file.
+// Regular expressions, lists, order and limits. For wildcards see WildcardTest.cc.
 #include "platform/regex/StringPattern.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// Every message logged while it lives.
+// Captures every logged message.
 class Log {
  public:
   const std::vector<Logger::Message>& messages() const { return messages_; }
@@ -110,7 +110,7 @@ TEST(StringPattern, RegularExpressionReadsUtf8OrBytes) {
   EXPECT_TRUE(expression("caf\xE9", false).matches("un caf\xE9"));
 }
 
-TEST(StringPattern, FailedSearchIsToldFromNoMatch) {
+TEST(StringPattern, FailedSearchDiffersFromNoMatch) {
   const auto pattern = expression(R"(\x{20AC})");
   Log log;
   EXPECT_EQ(pattern.match("\xFF"), MatchResult::kError);
@@ -163,13 +163,13 @@ TEST(StringPattern, RunawaySearchIsStoppedAndLogged) {
   const struct {
     const char* pattern;
     std::string subject;
-    const char* other;  // a subject that the pattern does match
+    const char* other;  // a subject that the pattern matches
   } cases[] = {
       {"(a+)+$", many(5000, 'a', "b"), "aaa"},
       {"(a+)+$", many(60, 'a', "b"), "aaa"},
       {"(x+x+)+y", many(5000, 'x', "zy"), "xxxy"},
       {"^(a|aa)+$", many(5000, 'a', "b"), "aaa"},
-      // Harmless from one place, but tried from each of many.
+      // Cheap from one place, but tried from every place.
       {"[^x]{0,300}[^x]{0,300}y", many(60000, 'a', "xy"), "aay"},
       {"a{0,3000}a*[ab]y", many(60000, 'a', "zy"), "aay"},
       {R"(\s+$)", many(65000, ' ', "x"), "x "},
@@ -249,7 +249,7 @@ TEST(StringPattern, MovedFromPatternIsNull) {
   StringPattern source = wildcard("a");
   const StringPattern target = std::move(source);
   EXPECT_TRUE(target.matches("a"));
-  EXPECT_TRUE(source.isNull());  // NOLINT(bugprone-use-after-move): what a move leaves is promised
+  EXPECT_TRUE(source.isNull());  // NOLINT(bugprone-use-after-move): the moved-from state is defined
 }
 
 TEST(StringPattern, ListMatchesWhenAMemberDoes) {

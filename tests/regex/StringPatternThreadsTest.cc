@@ -1,4 +1,4 @@
-// Patterns and containers shared by threads; run under the thread sanitizer too.
+// Patterns and containers shared by threads. Also run with the thread sanitizer.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -52,7 +52,7 @@ TEST(StringPatternThreads, OnePatternMatchesInAllThreads) {
   EXPECT_EQ(wrong, 0);
 }
 
-// The program for subjects that are not UTF-8 is built by whoever needs it first.
+// The first search of a subject that is not UTF-8 compiles the program for bytes.
 TEST(StringPatternThreads, FirstOtherSubjectMayComeInSeveralThreads) {
   for (int round = 0; round < 50; ++round) {
     const StringPattern pattern("x.y" + std::to_string(round), true, true);

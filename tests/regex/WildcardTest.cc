@@ -1,4 +1,4 @@
-// Wildcards as StringPattern offers them, and their shapes as PatternContainer uses them.
+// Wildcards through StringPattern, and the shapes that PatternContainer indexes.
 #include "platform/regex/Wildcard.h"
 
 #include <gtest/gtest.h>
@@ -258,7 +258,7 @@ TEST(Wildcard, LiterallyTakesEveryCharacterForItself) {
   EXPECT_EQ(wildcard.shape(), Wildcard::Shape::kLiteral);
 }
 
-// The definition, without a thought for time: a star tries every length.
+// The definition, in exponential time: a star tries every length.
 bool naive(const std::u32string& pattern, const std::u32string& subject, std::size_t p = 0,
            std::size_t s = 0) {
   if (p == pattern.size()) return s == subject.size();
