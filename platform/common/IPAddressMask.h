@@ -71,7 +71,7 @@ class KESTRAV_API IPAddressMask {
   // False for the null address.
   bool matches(const IPAddress& address) const;
 
-  // Ascending, IPv4 first; ranges neither overlap nor touch.
+  // Ascending, IPv4 first; they do not overlap or touch.
   std::vector<Range> ranges() const;
 
   // The shortest form of each range ("192.0.2.1", "192.0.2.0/24", "192.0.2.1-192.0.2.9"), joined by
