@@ -87,15 +87,16 @@ class Workspace {
     if (stack_) pcre2_jit_stack_assign(context_.get(), nullptr, stack_.get());
   }
 
-  Result search(const pcre2_code* program, std::string_view subject, std::size_t from,
-                std::uint32_t options, std::uint32_t matchLimit, Meter* meter) {
+  int search(const pcre2_code* program, std::string_view subject, std::size_t from,
+             std::uint32_t options, std::uint32_t matchLimit, Meter* meter) {
     pcre2_set_match_limit(context_.get(), matchLimit);
     pcre2_set_callout(context_.get(), meter != nullptr ? &onCallout : nullptr, meter);
     const char* text = subject.empty() ? "" : subject.data();
-    const int code = pcre2_match(program, reinterpret_cast<PCRE2_SPTR>(text), subject.size(), from,
-                                 options, data_.get(), context_.get());
-    return {statusOf(code), code, code >= 0 ? pcre2_get_ovector_pointer(data_.get())[1] : 0};
+    return pcre2_match(program, reinterpret_cast<PCRE2_SPTR>(text), subject.size(), from, options,
+                       data_.get(), context_.get());
   }
+
+  std::size_t matchEnd() const { return pcre2_get_ovector_pointer(data_.get())[1]; }
 
  private:
   std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data_;
@@ -140,12 +141,15 @@ bool Program::isAnchored() const {
 }
 
 Result Program::search(std::string_view subject, std::uint32_t matchLimit, Meter* meter) const {
-  return Workspace::ofThisThread().search(code_.get(), subject, 0, 0, matchLimit, meter);
+  const int code = Workspace::ofThisThread().search(code_.get(), subject, 0, 0, matchLimit, meter);
+  return {statusOf(code), code};
 }
 
 Result Program::next(std::string_view subject, std::size_t from, Meter* meter) const {
-  return Workspace::ofThisThread().search(code_.get(), subject, from,
-                                          PCRE2_NOTEMPTY | PCRE2_NO_UTF_CHECK, kMatchLimit, meter);
+  Workspace& workspace = Workspace::ofThisThread();
+  const int code = workspace.search(code_.get(), subject, from, PCRE2_NOTEMPTY | PCRE2_NO_UTF_CHECK,
+                                    kMatchLimit, meter);
+  return {statusOf(code), code, code >= 0 ? workspace.matchEnd() : 0};
 }
 
 BoundedProgram::BoundedProgram(const std::string& text, Options options)

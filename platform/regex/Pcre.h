@@ -42,7 +42,7 @@ enum class Status {
 struct Result {
   Status status;
   int code;             // PCRE2's
-  std::size_t end = 0;  // of the match
+  std::size_t end = 0;  // of the match of Program::next
 
   std::string reason() const;  // unless found
 };
