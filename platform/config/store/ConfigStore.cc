@@ -27,7 +27,7 @@ const std::filesystem::path& ConfigStore::folder() const {
 
 Snapshot ConfigStore::snapshot() {
   auto pin = std::make_unique<Snapshot::Pin>();
-  pin->reading.emplace(impl_->core, Reading::kShared);
+  pin->reading.emplace(impl_->core, ReadTransaction::kShared);
   return Snapshot(std::move(pin));
 }
 
@@ -87,7 +87,7 @@ ConfigStore::Statistics ConfigStore::statistics() {
   impl_->core->checkProcess();
   Statistics figures{};
   figures.readersInUse = env.readersInUse();  // before this one
-  const Reading reading(impl_->core, Reading::kNewest);
+  const ReadTransaction reading(impl_->core, ReadTransaction::kNewest);
   figures.revision = reading.revision();
   figures.usedBytes = env.usedBytes();
   figures.mapBytes = env.mapBytes();

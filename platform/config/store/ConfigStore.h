@@ -104,7 +104,7 @@ class KESTRAV_API Snapshot {
   friend class ConfigStore;
   struct Pin;
   explicit Snapshot(std::unique_ptr<Pin>);
-  const class Reading* reading() const;
+  const class ReadTransaction* reading() const;
   std::unique_ptr<Pin> pin_;
 };
 

@@ -45,7 +45,7 @@ struct CopiedEntry {
 };
 
 // Copies entries from the key `from` on. False at the end; otherwise `from` is where to go on.
-bool copyEntries(const Reading& reading, std::string& from, Revision upTo,
+bool copyEntries(const ReadTransaction& reading, std::string& from, Revision upTo,
                  std::vector<CopiedEntry>& batch) {
   Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
   std::size_t copied = 0;
@@ -148,7 +148,7 @@ bool ConfigStore::journal(Revision after, Revision upTo,
   for (bool first = true, more = true; more; first = false) {
     std::vector<CopiedEntry> batch;
     {
-      const Reading reading(impl_->core, Reading::kNewest);
+      const ReadTransaction reading(impl_->core, ReadTransaction::kNewest);
       // What was cut off later is missed only when it was still to come.
       const auto cut = get(reading.txn(), reading.db(LmdbEnv::kMeta), Key('j'));
       const Revision kept = first ? after : bigEndian(std::string_view(from).substr(0, 8)) - 1;

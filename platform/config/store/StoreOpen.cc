@@ -141,7 +141,7 @@ std::shared_ptr<ConfigStore> ConfigStore::open(const std::filesystem::path& fold
     // A status file of a later state than the data: the folder was put back from a copy. The order
     // of the two reads matters, for others may be committing.
     const Revision published = core->status->revision();
-    const Reading reading(core, Reading::kNewest);
+    const ReadTransaction reading(core, ReadTransaction::kNewest);
     if (published > reading.revision()) core->status->correct(published, reading.revision());
     core->status->publish(reading.revision());
     core->registered = id;
