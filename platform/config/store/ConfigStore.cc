@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "platform/common/Exception.h"
+#include "platform/config/store/Journal.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/SnapshotPin.h"
 #include "platform/config/store/StatusArea.h"
@@ -91,9 +92,9 @@ ConfigStore::Statistics ConfigStore::statistics() {
   figures.revision = reading.revision();
   figures.usedBytes = env.usedBytes();
   figures.mapBytes = env.mapBytes();
-  figures.journalEntries = entries(reading.txn(), env.db(LmdbEnv::kJournal));
+  figures.journalEntries = journalEntries(reading.txn(), env, reading.revision());
   Cursor cursor(reading.txn(), env.db(LmdbEnv::kJournal));
-  if (cursor.first()) figures.oldestJournalRevision = bigEndian(cursor.key().substr(0, 8));
+  if (cursor.first()) figures.oldestJournalRevision = revisionOfEntry(cursor.key());
   figures.readerSlots = env.readerLimit();
   return figures;
 }
