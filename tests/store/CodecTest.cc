@@ -1,4 +1,4 @@
-// Rows: what a record looks like in the store, and what becomes of rows that are none.
+// Rows: the bytes of a record in the store, and what damaged ones are read as.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +7,8 @@
 #include <random>
 
 #include "StoreRecords.h"
+#include "platform/config/records/Tables.h"
+#include "platform/config/store/Checksum.h"
 #include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::Config {
@@ -98,7 +100,7 @@ Tree tree() {
   record.extra = {1, kLeaves + 4};
   record.pairCount = 1;
   record.pairs[0] = {2, kLeaves + 1};
-  record.pairs[1] = {9, nullptr};  // behind the count: left over from something
+  record.pairs[1] = {9, nullptr};  // not counted: a leftover
   record.fewCount = 3;
   record.few = kLeaves;
   return record;
@@ -115,6 +117,16 @@ std::vector<std::uint32_t> values(const Leaf* leaves, std::uint64_t count) {
   std::vector<std::uint32_t> found;
   for (std::uint64_t i = 0; i < count; ++i) found.push_back(leaves[i].value);
   return found;
+}
+
+TEST(Checksum, IsXxh3) {
+  std::string bytes;
+  appendChecksum(bytes);
+  EXPECT_EQ(hex(bytes), "c294d3380580062d") << "of no bytes, as its authors publish it";
+  std::string_view whole = bytes;
+  EXPECT_TRUE(takeChecksum(whole));
+  EXPECT_EQ(whole, "");
+  EXPECT_FALSE(takeChecksum(whole)) << "there is no other one";
 }
 
 TEST(RowCodec, BringsListsBackAtEveryDepth) {
@@ -152,7 +164,7 @@ TEST(RowCodec, EqualRecordsGiveEqualRows) {
 
 TEST(RowCodec, EmptySpaceTakesNoRoom) {
   const Tree record{};
-  EXPECT_LT(RowCodec::encode(kTrees, &record).size(), 16u);
+  EXPECT_LT(RowCodec::encode(kTrees, &record).size(), 16u + kChecksumSize);
 }
 
 TEST(RowCodec, RefusesWhatItsTableDoesNotDescribe) {
@@ -208,23 +220,60 @@ TEST(RowCodec, ARowOfAnotherShapeIsNone) {
   EXPECT_THAT(reason, HasSubstr("format"));
 }
 
-TEST(RowCodec, ChangedRowsAreReadOrRefusedButNeverBeyondTheirEnd) {
+TEST(RowCodec, TheBytesOfARowAreFixed) {
+  Item record = item(2, "two");
+  record.score = 0x1234;
+  record.enabled = 1;
+  record.dictionary_id = 7;
+  const Table& table = *findTable(kItems);
+  const std::string row = RowCodec::encode(table, &record);
+  EXPECT_EQ(hex(row),
+            "0294029402"                    // version; 276 bytes, all of them in the fixed part
+            "0374776fff01"                  // 3 bytes, 255 zeros
+            "02341204"                      // 2 bytes, 4 zeros
+            "0c01000000020000000700000000"  // 12 bytes, no zeros
+            "f2b22c2e65f3b632");            // checksum
+  std::string reason;
+  const StoredRecord read = RowCodec::decode(table, 0, 2, row, reason);
+  ASSERT_TRUE(read) << reason;
+  EXPECT_EQ(std::memcmp(read.data(), &record, sizeof record), 0);
+}
+
+TEST(RowCodec, ADamagedBitIsDetectedAtEachOffset) {
   const Tree record = tree();
   const std::string row = RowCodec::encode(kTrees, &record);
+  for (std::size_t bit = 0; bit < row.size() * 8; ++bit) {
+    std::string changed = row;
+    changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ 1 << bit % 8);
+    std::string reason;
+    ASSERT_FALSE(decoded(changed, &reason)) << bit;
+    EXPECT_THAT(reason, HasSubstr(bit < 8 ? "format" : "checksum"));
+  }
+}
+
+// Rows with a right checksum that no encoder wrote.
+TEST(RowCodec, ForgedRowsAreReadOrRefusedButNeverBeyondTheirEnd) {
+  const Tree record = tree();
+  std::string row = RowCodec::encode(kTrees, &record);
+  row.resize(row.size() - kChecksumSize);
   std::mt19937 random(1);
+  int read = 0;
   for (int round = 0; round < 20'000; ++round) {
     std::string changed = row;
     for (unsigned i = 0; i <= random() % 3; ++i) {
       changed[random() % changed.size()] = static_cast<char>(random());
     }
+    appendChecksum(changed);
     const StoredRecord stored = decoded(changed);
     if (!stored) continue;
-    // Whatever was read is a record: it can be written again, lists and all.
-    const auto* read = stored.as<Tree>();
-    if (read->fewCount <= 3 && read->pairCount <= 2) {
+    ++read;
+    // The result is a record: it can be written again, lists and all.
+    const auto* found = stored.as<Tree>();
+    if (found->fewCount <= 3 && found->pairCount <= 2) {
       EXPECT_NE(RowCodec::encode(kTrees, stored.data()), "");
     }
   }
+  EXPECT_GT(read, 0);
 }
 
 TEST(RowCodec, RoundTripsAnyBytes) {

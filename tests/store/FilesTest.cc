@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <lmdb.h>
 #include <sys/stat.h>
 
 #include <fstream>
 #include <random>
 
+#include "RawStore.h"
 #include "StoreRecords.h"
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
@@ -44,26 +44,6 @@ class StoreFiles : public ::testing::Test {
       EXPECT_EQ(exception.code(), code) << exception.asString();
       EXPECT_THAT(exception.message(), HasSubstr(named));
     }
-  }
-  // Works on the data as any LMDB program could.
-  void tamper(const char* database, unsigned flags,
-              const std::function<void(MDB_txn*, MDB_dbi)>& change) {
-    MDB_env* env = nullptr;
-    MDB_txn* txn = nullptr;
-    MDB_dbi db = 0;
-    ASSERT_EQ(mdb_env_create(&env), 0);
-    mdb_env_set_maxdbs(env, 8);
-    ASSERT_EQ(mdb_env_open(env, path().c_str(), 0, 0600), 0);
-    ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
-    ASSERT_EQ(mdb_dbi_open(txn, database, flags, &db), 0);
-    change(txn, db);
-    ASSERT_EQ(mdb_txn_commit(txn), 0);
-    mdb_env_close(env);
-  }
-  static void set(MDB_txn* txn, MDB_dbi db, std::string_view key, std::string_view value) {
-    MDB_val k{key.size(), const_cast<char*>(key.data())};
-    MDB_val v{value.size(), const_cast<char*>(value.data())};
-    ASSERT_EQ(mdb_put(txn, db, &k, &v, 0), 0);
   }
   Testing::TemporaryFolder folder_;
 };
@@ -150,23 +130,27 @@ TEST_F(StoreFiles, ForeignDataFilesAreRefused) {
 
 TEST_F(StoreFiles, AnotherProgramsDatabaseIsRefusedAndLeftAlone) {
   fs::create_directories(path());
-  tamper("theirs", MDB_CREATE, [](MDB_txn* txn, MDB_dbi db) { set(txn, db, "k", "v"); });
+  RawStore(path()).put("theirs", {{"k", "v"}});
   expectRefused(StoreError::kForeignFile, "data.mdb");
   expectRefused(StoreError::kForeignFile, "data.mdb");
   fs::remove_all(path());
   fs::create_directories(path());
-  tamper(nullptr, 0, [](MDB_txn* txn, MDB_dbi db) { set(txn, db, "rows", "plain"); });
+  RawStore(path()).put(nullptr, {{"rows", "plain"}});
   expectRefused(StoreError::kForeignFile, "data.mdb");
 }
 
 TEST_F(StoreFiles, AnotherSchemaIsRefusedByItsNumber) {
   makeStore(1);
-  tamper("meta", 0,
-         [](MDB_txn* txn, MDB_dbi db) { set(txn, db, Key('s'), asBytes(std::uint32_t{99})); });
+  const auto setSchema = [this](std::string_view bytes) {
+    RawStore(path()).put("meta", {{"s", std::string(bytes)}});
+  };
+  setSchema(asBytes(std::uint32_t{99}));
   expectRefused(StoreError::kNewerSchema, "schema 99");
   expectRefused(StoreError::kNewerSchema, "up to " + std::to_string(kSchema));
-  tamper("meta", 0, [](MDB_txn* txn, MDB_dbi db) { set(txn, db, Key('s'), "?"); });
+  setSchema("?");
   expectRefused(StoreError::kForeignFile, "data.mdb");
+  setSchema(asBytes(kOldestSchema - 1));
+  expectRefused(StoreError::kForeignFile, "schema number is 0");
 }
 
 TEST_F(StoreFiles, ForeignStatusFilesAreRefused) {
@@ -203,28 +187,39 @@ TEST_F(StoreFiles, RowsThatCannotBeReadAreAbsentAndLogged) {
     const auto store = ConfigStore::open(path());
     putAll(*store, {1, 2, 3});
   }
-  std::string row;
-  {
-    const Item record = item(2, "2");
-    ChangeSet changes;
-    row = RowCodec::encode(*findTable(kItems), &record);
+  const Item record = item(2, "2");
+  const std::string row = RowCodec::encode(*findTable(kItems), &record);
+  std::string damaged = row;
+  damaged[5] ^= 1;
+  const std::string key(rowKey(kItems, 0, kFirstPosition + kGap, 2));
+  const struct {
+    std::string bytes;
+    const char* reason;
+  } cases[] = {{row.substr(0, row.size() - 1), "checksum"},
+               {damaged, "checksum"},
+               {"\1" + row.substr(1), "format"},
+               {"", "format"}};
+  for (const auto& [bytes, reason] : cases) {
+    SCOPED_TRACE(reason);
+    RawStore(path()).put("rows", {{key, bytes}});
+    std::vector<std::string> logged;
+    const auto token = Logger::instance().capture([&logged](const Logger::Message& message) {
+      EXPECT_EQ(message.code, LogCode::kStoreRecordSkipped);
+      logged.push_back(message.fields.at(1) + " " + message.fields.at(2));
+    });
+    const auto store = ConfigStore::open(path());
+    const Snapshot snapshot = store->snapshot();
+    EXPECT_FALSE(snapshot.byId(kItems, 0, 2));
+    EXPECT_FALSE(snapshot.at(kItems, 0, 1));
+    EXPECT_THAT(idsOf(snapshot, kItems, 0), testing::ElementsAre(1, 3));
+    EXPECT_THAT(logged, testing::AllOf(testing::SizeIs(3),
+                                       testing::Each(testing::AllOf(testing::StartsWith("2 "),
+                                                                    HasSubstr(reason)))));
   }
-  tamper("rows", 0, [&](MDB_txn* txn, MDB_dbi db) {
-    set(txn, db, rowKey(kItems, 0, kFirstPosition + kGap, 2), row.substr(0, row.size() - 1));
-  });
-  std::vector<std::string> logged;
-  const auto token = Logger::instance().capture([&logged](const Logger::Message& message) {
-    EXPECT_EQ(message.code, LogCode::kStoreRecordSkipped);
-    logged.push_back(message.fields.at(1));
-  });
   const auto store = ConfigStore::open(path());
-  const Snapshot snapshot = store->snapshot();
-  EXPECT_FALSE(snapshot.byId(kItems, 0, 2));
-  EXPECT_FALSE(snapshot.at(kItems, 0, 1));
-  EXPECT_THAT(idsOf(snapshot, kItems, 0), testing::ElementsAre(1, 3));
-  EXPECT_THAT(logged, testing::ElementsAre("2", "2", "2"));
   putAll(*store, {2});
   EXPECT_EQ(revisionSeenByAnotherThread(*store), 2u) << "and can be written over";
+  EXPECT_TRUE(store->snapshot().byId(kItems, 0, 2));
 }
 
 // LMDB leaves pages at the end unwritten that a transaction took and gave back.

@@ -1,15 +1,24 @@
-// How long the journal keeps what happened.
+// What the journal holds of each revision, and for how long.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include "Child.h"
+#include "RawStore.h"
 #include "StoreRecords.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
+#include "platform/config/store/Keys.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using namespace StoreTesting;
 
@@ -160,6 +169,186 @@ TEST_F(Journal, DoesNotWaitForTheDead) {
   follower.kill();
   commitEntries(*store, 3);
   EXPECT_EQ(store->statistics().journalEntries, 12u);
+}
+
+// ---- Heads.
+
+TEST_F(Journal, SaysWhoCommittedARevisionAndWhen) {
+  const auto store = open(10, 100);
+  const auto now = [] { return std::chrono::system_clock::now(); };
+  const auto before = now();
+  commitEntries(*store, 3);
+  const auto after = now();
+  commitEntries(*store, 2);
+  const auto head = store->head(1);
+  ASSERT_TRUE(head);
+  EXPECT_EQ(head->revision, 1u);
+  EXPECT_EQ(head->changes, 3u);
+  EXPECT_GE(head->time, std::chrono::floor<std::chrono::microseconds>(before));
+  EXPECT_LE(head->time, after);
+  EXPECT_EQ(head->uid, ::getuid());
+  const passwd* user = ::getpwuid(::getuid());
+  EXPECT_EQ(head->user, user != nullptr ? user->pw_name : "");
+  EXPECT_EQ(head->origin, "");
+  EXPECT_EQ(head->originRevision, 0u);
+  EXPECT_EQ(store->head(2)->changes, 2u);
+  EXPECT_GE(store->head(2)->time, head->time);
+  EXPECT_FALSE(store->head(0));
+  EXPECT_FALSE(store->head(3));
+}
+
+TEST_F(Journal, HeadsGoWithTheirRevisions) {
+  const auto store = open(10, 100);
+  for (int i = 0; i < 10; ++i) commitEntries(*store, 3);
+  EXPECT_FALSE(store->head(6));
+  EXPECT_TRUE(store->head(7));
+}
+
+// ---- Places.
+
+// Entries of the newest revision as "id nextBefore nextAfter", '-' for none.
+std::vector<std::string> placesOf(ConfigStore& store) {
+  std::vector<std::string> lines;
+  const auto text = [](const std::optional<std::uint32_t>& next) {
+    return next ? std::to_string(*next) : "-";
+  };
+  EXPECT_TRUE(store.journal(store.revision() - 1, store.revision(), [&](const JournalEntry& entry) {
+    lines.push_back(std::to_string(entry.id) + " " + text(entry.nextBefore) + " " +
+                    text(entry.nextAfter));
+  }));
+  return lines;
+}
+
+TEST_F(Journal, SaysWhatFollowedEachRecordThatCameWentOrMoved) {
+  const Item changed = item(2, "changed");
+  const Item nine = item(9, "9");
+  const Item ten = item(10, "10");
+  const Item three = item(3, "3");
+  const struct {
+    const char* what;
+    std::function<void(ChangeSet&)> change;  // of 1 2 3 4
+    std::vector<std::string> places;
+  } cases[] = {
+      {"added at the end", [&](ChangeSet& set) { set.put(kItems, 0, &nine); }, {"9 - 0"}},
+      {"added before another",
+       [&](ChangeSet& set) { set.putBefore(kItems, 0, &nine, 2); },
+       {"9 - 2"}},
+      {"two added",
+       [&](ChangeSet& set) {
+         set.put(kItems, 0, &nine);
+         set.put(kItems, 0, &ten);
+       },
+       {"9 - 10", "10 - 0"}},
+      {"changed in its place", [&](ChangeSet& set) { set.put(kItems, 0, &changed); }, {"2 - -"}},
+      {"moved", [&](ChangeSet& set) { set.putBefore(kItems, 0, &three, 1); }, {"3 4 1"}},
+      {"moved to the end", [&](ChangeSet& set) { set.putBefore(kItems, 0, &three, 0); }, {"3 4 0"}},
+      {"moved and changed",
+       [&](ChangeSet& set) { set.putBefore(kItems, 0, &changed, 0); },
+       {"2 3 0"}},
+      {"erased", [&](ChangeSet& set) { set.erase(kItems, 0, 2); }, {"2 3 -"}},
+      {"the last one erased", [&](ChangeSet& set) { set.erase(kItems, 0, 4); }, {"4 0 -"}},
+      {"neighbours erased, the later one first",
+       [&](ChangeSet& set) {
+         set.erase(kItems, 0, 3);
+         set.erase(kItems, 0, 2);
+       },
+       {"3 4 -", "2 3 -"}},
+      {"all erased",
+       [&](ChangeSet& set) { set.order(kItems, 0, {}); },
+       {"1 2 -", "2 3 -", "3 4 -", "4 0 -"}},
+      {"the last one exchanged",
+       [&](ChangeSet& set) {
+         set.put(kItems, 0, &nine);
+         set.erase(kItems, 0, 4);
+       },
+       {"9 - 0", "4 0 -"}},
+      {"one put where one was erased",
+       [&](ChangeSet& set) {
+         set.putBefore(kItems, 0, &nine, 3);
+         set.erase(kItems, 0, 2);
+       },
+       {"9 - 3", "2 3 -"}},
+      {"erased and put again",
+       [&](ChangeSet& set) {
+         set.erase(kItems, 0, 3);
+         set.put(kItems, 0, &three);
+       },
+       {"3 4 0"}},
+  };
+  const auto store = open(1000, 1000);
+  for (const auto& [what, change, places] : cases) {
+    SCOPED_TRACE(what);
+    ChangeSet nothing;
+    nothing.order(kItems, 0, {});
+    store->commit(std::move(nothing));
+    putAll(*store, {1, 2, 3, 4});
+    ChangeSet set;
+    change(set);
+    store->commit(std::move(set));
+    EXPECT_EQ(placesOf(*store), places);
+  }
+}
+
+// When no room is left between two rows, the rows of the table get new positions.
+TEST_F(Journal, PlacesDoNotDependOnTheRowsPositions) {
+  const auto store = open(1000, 1000);
+  putAll(*store, {1, 2});
+  std::uint32_t id = 3;
+  for (; id < 100; ++id) {
+    const Item record = item(id, "x");
+    ChangeSet set;
+    set.putBefore(kItems, 0, &record, 2);
+    if (id % 3 == 0) set.erase(kItems, 0, id - 2);
+    store->commit(std::move(set));
+    SCOPED_TRACE(id);
+    if (id % 3 != 0) {
+      EXPECT_THAT(placesOf(*store), ElementsAre(std::to_string(id) + " - 2"));
+    } else if (id > 3) {
+      EXPECT_THAT(placesOf(*store),
+                  ElementsAre(std::to_string(id) + " - 2",
+                              std::to_string(id - 2) + " " + std::to_string(id - 1) + " -"));
+    }
+  }
+}
+
+TEST_F(Journal, SingleRecordsHaveNoPlace) {
+  const auto store = open(10, 100);
+  __aps_sys_global settings{};
+  reinterpret_cast<char*>(&settings)[0] = 1;
+  ChangeSet set;
+  set.put(GID_SYSTEM_GLOBAL, 0, &settings);
+  store->commit(std::move(set));
+  EXPECT_THAT(placesOf(*store), ElementsAre("0 - -"));
+}
+
+// ---- Damage.
+
+TEST_F(Journal, EndsAtAnEntryThatCannotBeRead) {
+  {
+    const auto store = open(100, 100);
+    commitEntries(*store, 3);
+    commitEntries(*store, 3);
+  }
+  RawStore(folder_ / "store")
+      .put("journal",
+           {{std::string(journalKey(2, 2)), "damage"}, {std::string(journalKey(1, 0)), "damage"}});
+  std::vector<std::string> logged;
+  const auto token = Logger::instance().capture([&logged](const Logger::Message& message) {
+    EXPECT_EQ(message.code, LogCode::kStoreRecordSkipped);
+    logged.push_back(message.fields.at(0) + " " + message.fields.at(1) + " " +
+                     message.fields.at(2));
+  });
+  const auto store = open(100, 100);
+  EXPECT_TRUE(store->journal(0, 1, [](const JournalEntry&) {}));
+  EXPECT_THAT(logged, IsEmpty());
+  std::vector<Revision> revisions;
+  EXPECT_FALSE(store->journal(
+      0, 2, [&revisions](const JournalEntry& entry) { revisions.push_back(entry.revision); }));
+  EXPECT_THAT(revisions, ElementsAre(1, 1, 1, 2));
+  EXPECT_THAT(logged, ElementsAre("journal 2 revision 2 has damaged bytes"));
+  EXPECT_FALSE(store->head(1));
+  EXPECT_EQ(logged.back(), "journal 0 revision 1 has damaged bytes");
+  EXPECT_TRUE(store->head(2));
 }
 
 }  // namespace

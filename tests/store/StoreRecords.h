@@ -1,4 +1,4 @@
-// Records and readings that the store's tests share.
+// Records and queries that the store's tests share.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,12 +7,14 @@
 #include <cstdio>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "platform/common/Exception.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/SystemRecords.h"
 #include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config::StoreTesting {
@@ -34,6 +36,16 @@ inline Policy policy(std::uint32_t id) {
   Policy record{};
   record.id = id;
   return record;
+}
+
+inline std::string hex(std::string_view bytes) {
+  std::string text;
+  for (const char c : bytes) {
+    char digits[3];
+    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned char>(c));
+    text += digits;
+  }
+  return text;
 }
 
 // One revision with these records at the end of the items; their texts are their ids.

@@ -1,19 +1,21 @@
-// Commits: one write transaction for a change set, its journal entries and the new revision.
+// Commits: one write transaction for a change set, its part of the journal and the new revision.
 
 #include <map>
 #include <memory>
 
 #include "platform/common/Exception.h"
+#include "platform/config/store/Author.h"
 #include "platform/config/store/Changes.h"
 #include "platform/config/store/Journal.h"
+#include "platform/config/store/JournalFormat.h"
 #include "platform/config/store/StoreImpl.h"
 #include "platform/config/store/TableEditor.h"
 
 namespace Kestrav::Config {
 namespace {
 
-// How often a writer looks for readers that died: each of them keeps the pages of its revision from
-// being used again.
+// How often a writer looks for readers that died. LMDB does not reuse the pages of their revisions
+// until then.
 constexpr std::chrono::seconds kReaderCheckInterval{10};
 
 }  // namespace
@@ -24,7 +26,8 @@ class Committer {
   static std::optional<Revision> commit(StoreCore& core, std::optional<Revision> basis,
                                         const ChangeSet::Changes& changes);
 
-  Committer(StoreCore& core, const ChangeSet::Changes& changes) : core_(core), changes_(changes) {}
+  Committer(StoreCore& core, const ChangeSet::Changes& changes, RevisionHead author)
+      : core_(core), changes_(changes), author_(std::move(author)) {}
 
   // Empty when `basis` is given and no longer the present revision. REQUIRES: the write mutex held.
   // Throws MapFull with nothing written.
@@ -40,17 +43,7 @@ class Committer {
     byTable_.clear();
     for (const auto& change : changes_.list) apply(change);
     const Revision revision = present + 1;
-    std::uint32_t number = 0;
-    for (const auto& editor : editors_) {
-      const auto differences = editor->differences();
-      for (const auto& difference : differences) {
-        append(txn_, core_.env->db(LmdbEnv::kJournal), journalKey(revision, number++),
-               encodeEntry({editor->table().gid, editor->domain(), difference.id, difference.before,
-                            difference.after}));
-      }
-      editor->finish(revision, !differences.empty());
-    }
-    if (number == 0) return present;
+    if (writeJournal(revision) == 0) return present;
     trimJournal(txn_, core_, revision);
     put(txn_, meta, Key('r'), asBytes(revision));
     transaction.commit();
@@ -77,6 +70,27 @@ class Committer {
     }
   }
 
+  // Also the tables' state. Returns the number of entries.
+  std::uint32_t writeJournal(Revision revision) {
+    const unsigned journal = core_.env->db(LmdbEnv::kJournal);
+    std::uint32_t number = kHeadNumber;
+    for (const auto& editor : editors_) {
+      const auto differences = editor->differences();
+      for (const auto& [id, before, after, nextBefore, nextAfter] : differences) {
+        append(txn_, journal, journalKey(revision, ++number),
+               encodeEntry({editor->table().gid, editor->domain(), id, before, after, nextBefore,
+                            nextAfter}));
+      }
+      editor->finish(revision, !differences.empty());
+    }
+    if (number == 0) return 0;
+    RevisionHead head = author_;
+    head.time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+    head.changes = number;
+    put(txn_, journal, journalKey(revision, kHeadNumber), encodeHead(head));
+    return number;
+  }
+
   TableEditor& editorFor(const Table& table, ngid_t domain) {
     TableEditor*& editor = byTable_[{table.gid, domain}];
     if (editor == nullptr) {
@@ -88,6 +102,7 @@ class Committer {
 
   StoreCore& core_;
   const ChangeSet::Changes& changes_;
+  const RevisionHead author_;  // without time and number of changes
   MDB_txn* txn_ = nullptr;
   std::vector<std::unique_ptr<TableEditor>> editors_;  // in the order of their first changes
   std::map<std::pair<unsigned, ngid_t>, TableEditor*> byTable_;
@@ -95,13 +110,14 @@ class Committer {
 
 std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revision> basis,
                                           const ChangeSet::Changes& changes) {
-  std::scoped_lock lock(core.env->writeMutex());
+  RevisionHead author = currentAuthor();  // may be slow, so before the lock
+  const std::scoped_lock lock(core.env->writeMutex());
   const auto now = std::chrono::steady_clock::now();
   if (now - core.readersChecked > kReaderCheckInterval) {
     core.readersChecked = now;
     core.env->clearDeadReaders();
   }
-  Committer committer(core, changes);
+  Committer committer(core, changes, std::move(author));
   for (bool cleared = false;;) {
     try {
       const std::optional<Revision> revision = committer.run(basis);

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "platform/common/Exception.h"
+#include "platform/config/store/Journal.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/SnapshotPin.h"
 #include "platform/config/store/StatusArea.h"
@@ -27,7 +28,7 @@ const std::filesystem::path& ConfigStore::folder() const {
 
 Snapshot ConfigStore::snapshot() {
   auto pin = std::make_unique<Snapshot::Pin>();
-  pin->reading.emplace(impl_->core, Reading::kShared);
+  pin->reading.emplace(impl_->core, ReadTransaction::kShared);
   return Snapshot(std::move(pin));
 }
 
@@ -87,13 +88,13 @@ ConfigStore::Statistics ConfigStore::statistics() {
   impl_->core->checkProcess();
   Statistics figures{};
   figures.readersInUse = env.readersInUse();  // before this one
-  const Reading reading(impl_->core, Reading::kNewest);
+  const ReadTransaction reading(impl_->core, ReadTransaction::kNewest);
   figures.revision = reading.revision();
   figures.usedBytes = env.usedBytes();
   figures.mapBytes = env.mapBytes();
-  figures.journalEntries = entries(reading.txn(), env.db(LmdbEnv::kJournal));
+  figures.journalEntries = journalEntries(reading.txn(), env, reading.revision());
   Cursor cursor(reading.txn(), env.db(LmdbEnv::kJournal));
-  if (cursor.first()) figures.oldestJournalRevision = bigEndian(cursor.key().substr(0, 8));
+  if (cursor.first()) figures.oldestJournalRevision = revisionOfEntry(cursor.key());
   figures.readerSlots = env.readerLimit();
   return figures;
 }

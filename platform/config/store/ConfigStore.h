@@ -11,6 +11,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -40,6 +41,7 @@ inline constexpr int kFull = 24;          // the map cannot grow any further
 inline constexpr int kForked = 25;        // used in a child of the process that opened it
 inline constexpr int kBadRecord = 26;     // a record that its field table does not describe
 inline constexpr int kAttached = 27;      // the process has attached another store
+inline constexpr int kInUse = 28;  // an older schema that another process keeps from migration
 inline constexpr int kInternal = 29;
 }  // namespace StoreError
 
@@ -104,7 +106,7 @@ class KESTRAV_API Snapshot {
   friend class ConfigStore;
   struct Pin;
   explicit Snapshot(std::unique_ptr<Pin>);
-  const class Reading* reading() const;
+  const class ReadTransaction* reading() const;
   std::unique_ptr<Pin> pin_;
 };
 
@@ -146,8 +148,13 @@ class KESTRAV_API ChangeSet {
   std::unique_ptr<Changes> changes_;
 };
 
-// One change as the journal keeps it. `before` is null for an added record, `after` for an erased
-// one; both are given and equal when only the record's place in its table changed.
+// One changed record of a revision, as the journal keeps it. `before` is null for an added record,
+// `after` for an erased one. A record that only moved in its table has both, and they are equal.
+//
+// The two `next` are the ids of the records that followed it in its table before and after the
+// revision; 0: it was the last one. `nextBefore` is given for records that were erased or moved,
+// `nextAfter` for those that were added or moved: all other records keep their order among
+// themselves. Neither is given for single-record tables and for revisions of schema 1.
 struct KESTRAV_API JournalEntry {
   Revision revision = 0;
   G_CLI_GID gid{};
@@ -155,6 +162,22 @@ struct KESTRAV_API JournalEntry {
   std::uint32_t id = 0;
   StoredRecord before;
   StoredRecord after;
+  std::optional<std::uint32_t> nextBefore;
+  std::optional<std::uint32_t> nextAfter;
+};
+
+// Who committed a revision, and when. Unknown in revisions of schema 1.
+struct KESTRAV_API RevisionHead {
+  static constexpr std::uint32_t kUnknownUser = 0xffff'ffff;
+
+  Revision revision = 0;
+  std::chrono::sys_time<std::chrono::microseconds> time{};  // the epoch when unknown
+  std::uint32_t uid = kUnknownUser;                         // real user id of the process
+  std::string user;  // its name, at most 32 bytes; empty when the system has none for it
+  // The engine that the change set came from and its revision there. Empty and 0: made here.
+  std::string origin;
+  std::uint64_t originRevision = 0;
+  std::uint32_t changes = 0;  // entries of the revision
 };
 
 class StatusArea;
@@ -234,11 +257,14 @@ class KESTRAV_API ConfigStore {
   void wakeWaiting();
 
   // Journal entries of all revisions in (after, upTo], in commit order. False when the journal no
-  // longer reaches back to `after`: with none visited, unless it was cut between the calls of
-  // `visit`, which run while no snapshot of the journal is held. A single-record table's entries
-  // always give both records.
+  // longer reaches back to `after`, or holds an entry that cannot be read, which is logged. None is
+  // visited then, unless the journal was cut between the calls of `visit`, which run while no
+  // snapshot of the journal is held, or the unreadable entry is not among the first. A
+  // single-record table's entries always give both records.
   bool journal(Revision after, Revision upTo,
                const std::function<void(const JournalEntry&)>& visit);
+  // Empty when the journal does not hold the revision.
+  std::optional<RevisionHead> head(Revision revision);
 
   // This process's slot in the status area; the journal is kept for registered live processes.
   // It counts as having applied the present revision. At most 31 bytes of the name are kept.

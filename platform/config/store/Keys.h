@@ -8,7 +8,7 @@
 //            'j'                           -> revision up to which the journal has been cut off
 //            't', table, domain            -> TableState
 //            'g', table                    -> revision that last changed the table in any domain
-//   journal  revision, number              -> an entry (Journal.cc)
+//   journal  revision, number              -> a head or an entry (JournalFormat.h)
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,10 @@
 
 namespace Kestrav::Config {
 
-inline constexpr std::uint32_t kSchema = 1;
+// Raised by each change of the bytes in the store. Older schemas from kOldestSchema on are migrated
+// (Migration.h).
+inline constexpr std::uint32_t kSchema = 2;
+inline constexpr std::uint32_t kOldestSchema = 1;
 
 class Key {
  public:
@@ -72,6 +75,13 @@ inline Key journalKey(Revision revision, std::uint32_t number) {
   return Key().u64(revision).u32(number);
 }
 
+inline Revision revisionOfEntry(std::string_view key) {
+  return bigEndian(key.substr(0, 8));
+}
+inline std::uint32_t numberOfEntry(std::string_view key) {
+  return static_cast<std::uint32_t>(bigEndian(key.substr(8, 4)));
+}
+
 // One table in one domain. Little-endian, as it is in memory.
 struct TableState {
   std::uint64_t count = 0;
@@ -84,7 +94,7 @@ std::string_view asBytes(const T& value) {
   return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-// Fewer bytes than there should be read as zeros.
+// Missing bytes are read as zeros.
 template <class T>
 T fromBytes(std::string_view bytes) {
   T value{};
@@ -92,7 +102,7 @@ T fromBytes(std::string_view bytes) {
   return value;
 }
 
-// Where rows stand: far enough apart that most insertions need not touch their neighbours.
+// Positions of rows: far enough apart that most insertions leave their neighbours alone.
 inline constexpr std::uint64_t kGap = std::uint64_t{1} << 20;
 inline constexpr std::uint64_t kFirstPosition = std::uint64_t{1} << 63;
 

@@ -73,48 +73,48 @@ LmdbEnv::~LmdbEnv() {
   mdb_env_close(env_);
 }
 
-void LmdbEnv::openDatabases(const std::filesystem::path& folder, bool create) {
+std::uint32_t LmdbEnv::openDatabases(const std::filesystem::path& folder, bool create) {
   const auto foreign = [&folder](const std::string& why) {
     return Exception((folder / "data.mdb").string() + " is no configuration store: " + why,
                      StoreError::kForeignFile);
   };
-  bool empty = false;
-  {
-    ReaderSlot slot;  // no other thread knows this environment yet
-    beginRead(slot);
-    leave(slot);
-    Transaction reading(std::exchange(slot.txn, nullptr));
-    MDB_txn* const txn = reading.get();
-    for (unsigned i = 0; i < kDbs && !empty; ++i) {
-      const int rc = mdb_dbi_open(txn, kNames[i], 0, &dbs_[i]);
-      if (rc == MDB_NOTFOUND) {
-        MDB_dbi main = 0;
-        check(mdb_dbi_open(txn, nullptr, 0, &main), "open");
-        empty = entries(txn, main) == 0;
-        if (!empty) throw foreign(std::string("it has no part named ") + kNames[i]);
-        if (!create) throw foreign("it is empty");
-      } else if (rc == MDB_INCOMPATIBLE) {
-        throw foreign(std::string("its part ") + kNames[i] + " is of another kind");
-      } else {
-        check(rc, "open");
-      }
+  ReaderSlot slot;  // no other thread knows this environment yet
+  beginRead(slot);
+  leave(slot);
+  Transaction reading(std::exchange(slot.txn, nullptr));
+  MDB_txn* const txn = reading.get();
+  for (unsigned i = 0; i < kDbs; ++i) {
+    const int rc = mdb_dbi_open(txn, kNames[i], 0, &dbs_[i]);
+    if (rc == MDB_NOTFOUND) {
+      MDB_dbi main = 0;
+      check(mdb_dbi_open(txn, nullptr, 0, &main), "open");
+      if (entries(txn, main) != 0) throw foreign(std::string("it has no part named ") + kNames[i]);
+      if (!create) throw foreign("it is empty");
+      reading.abort();
+      makeDatabases(folder);
+      return kSchema;
     }
-    if (!empty) {
-      const auto schema = Kestrav::Config::get(txn, dbs_[kMeta], Key('s'));
-      if (!schema || schema->size() != sizeof kSchema) throw foreign("it has no schema number");
-      const auto number = fromBytes<std::uint32_t>(*schema);
-      if (number > kSchema) {
-        throw Exception("The store in " + folder.string() + " was written with schema " +
-                            std::to_string(number) + "; this version knows schemas up to " +
-                            std::to_string(kSchema),
-                        StoreError::kNewerSchema);
-      }
-      if (number == 0) throw foreign("its schema number is 0");
-      reading.commit();  // keeps the sub-databases open
+    if (rc == MDB_INCOMPATIBLE) {
+      throw foreign(std::string("its part ") + kNames[i] + " is of another kind");
     }
+    check(rc, "open");
   }
-  if (!empty) return;
-  std::scoped_lock lock(writeMutex_);
+  const auto stored = Kestrav::Config::get(txn, dbs_[kMeta], Key('s'));
+  if (!stored || stored->size() != sizeof kSchema) throw foreign("it has no schema number");
+  const auto schema = fromBytes<std::uint32_t>(*stored);
+  if (schema > kSchema) {
+    throw Exception("The store in " + folder.string() + " was written with schema " +
+                        std::to_string(schema) + "; this version knows schemas up to " +
+                        std::to_string(kSchema),
+                    StoreError::kNewerSchema);
+  }
+  if (schema < kOldestSchema) throw foreign("its schema number is " + std::to_string(schema));
+  reading.commit();  // keeps the sub-databases open
+  return schema;
+}
+
+void LmdbEnv::makeDatabases(const std::filesystem::path& folder) {
+  const std::scoped_lock lock(writeMutex_);
   Transaction writing(beginWrite());
   try {
     for (unsigned i = 0; i < kDbs; ++i) {

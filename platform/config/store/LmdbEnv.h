@@ -58,9 +58,10 @@ class LmdbEnv {
   LmdbEnv(const LmdbEnv&) = delete;
   LmdbEnv& operator=(const LmdbEnv&) = delete;
 
-  // Opens the sub-databases; makes them when the environment is empty and `create` says so. Called
-  // once, before all below.
-  void openDatabases(const std::filesystem::path& folder, bool create);
+  // Opens the sub-databases, or makes them when the environment is empty and `create` is set.
+  // Returns the store's schema, from kOldestSchema to kSchema. Call it once, before all functions
+  // below.
+  std::uint32_t openDatabases(const std::filesystem::path& folder, bool create);
   unsigned db(Db which) const { return dbs_[which]; }
 
   std::shared_ptr<ReaderSlot> addSlot();
@@ -89,6 +90,7 @@ class LmdbEnv {
   unsigned readerLimit() const;
 
  private:
+  void makeDatabases(const std::filesystem::path& folder);
   void enter(ReaderSlot& slot);
   void leave(ReaderSlot& slot);
   bool reclaimIdleSlots();

@@ -8,14 +8,14 @@
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/store/Checksum.h"
 
 namespace Kestrav::Config {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "records are little-endian in the store");
 
-constexpr char kRowVersion = 1;
-constexpr std::size_t kShortestZeroRun = 4;  // shorter ones cost more as a run than as they are
+constexpr std::size_t kShortestZeroRun = 4;  // a shorter one takes less room as plain bytes
 constexpr int kDeepestNesting = 32;          // of lists within lists
 
 constexpr std::size_t aligned(std::size_t offset) {
@@ -49,7 +49,7 @@ bool hasLists(const RecordType& type, int depth = 0) {
   throw Exception(message + ": " + what, StoreError::kBadRecord);
 }
 
-// ---- Lists appended behind the fixed part, pointers zeroed.
+// ---- Lists appended to the fixed part, pointers zeroed.
 
 class Flattener {
  public:
@@ -62,7 +62,7 @@ class Flattener {
   }
 
  private:
-  // `live` is false for array elements behind the count: what stands there is no list.
+  // `live` is false for array elements from the count on: their counts and pointers are leftovers.
   void flatten(const RecordType& type, std::size_t at, bool live, int depth) {
     if (depth > kDeepestNesting) refuse(table_, nullptr, "lists are nested too deeply");
     for (const Field& field : type.fields) {
@@ -159,7 +159,7 @@ std::size_t zerosFrom(std::string_view raw, std::size_t at) {
 void compress(std::string_view raw, std::string& out) {
   std::size_t at = 0;
   while (at < raw.size()) {
-    std::size_t end = at;  // of the bytes written as they are
+    std::size_t end = at;  // of the plain bytes
     std::size_t zeros = 0;
     while (end < raw.size()) {
       const std::size_t zero = raw.find('\0', end);
@@ -182,8 +182,7 @@ void compress(std::string_view raw, std::string& out) {
   }
 }
 
-// Calls `bytes(text)` and `zeros(count)` for the pieces; false when the pieces do not add up to
-// `size`.
+// Calls `bytes(text)` and `zeros(count)` for the runs; false when they do not add up to `size`.
 template <class Bytes, class Zeros>
 bool expand(std::string_view in, std::size_t size, Bytes bytes, Zeros zeros) {
   std::size_t done = 0;
@@ -200,7 +199,7 @@ bool expand(std::string_view in, std::size_t size, Bytes bytes, Zeros zeros) {
   return done == size;
 }
 
-// ---- Pointers set again.
+// ---- Pointers to the lists.
 
 class Linker {
  public:
@@ -260,10 +259,11 @@ std::string RowCodec::encode(const Table& table, const void* record) {
   if (record == nullptr) refuse(table, nullptr, "there is none");
   const std::string raw = Flattener(table).run(record);
   std::string row;
-  row.push_back(kRowVersion);
+  row.push_back(kVersion);
   appendNumber(row, table.type->size);
   appendNumber(row, raw.size());
   compress(raw, row);
+  appendChecksum(row);
   return row;
 }
 
@@ -271,8 +271,12 @@ StoredRecord RowCodec::decode(const Table& table, ngid_t domain, std::uint32_t i
                               std::string_view row, std::string& reason) {
   std::uint64_t fixed = 0;
   std::uint64_t size = 0;
-  if (row.empty() || row.front() != kRowVersion) {
+  if (row.empty() || row.front() != kVersion) {
     reason = "the row's format is unknown";
+    return {};
+  }
+  if (!takeChecksum(row)) {
+    reason = "the row's checksum is wrong";
     return {};
   }
   row.remove_prefix(1);
@@ -285,7 +289,7 @@ StoredRecord RowCodec::decode(const Table& table, ngid_t domain, std::uint32_t i
              std::to_string(table.type->size);
     return {};
   }
-  // Nothing is allocated before the pieces are known to add up.
+  // Nothing is allocated before the runs are known to add up.
   const auto ignore = [](auto) {};
   if (size < fixed || size > kMaximumSize || !expand(row, size, ignore, ignore)) {
     reason = "the row does not have the length that it says";

@@ -28,13 +28,13 @@ const std::shared_ptr<const TableIndex>& singleIndex() {
   return index;
 }
 
-TableState stateOf(const Reading& reading, G_CLI_GID gid, ngid_t domain) {
+TableState stateOf(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain) {
   const auto bytes = get(reading.txn(), reading.db(LmdbEnv::kMeta), tableKey(gid, domain));
   return bytes ? fromBytes<TableState>(*bytes) : TableState{};
 }
 
-std::shared_ptr<const TableIndex> readIndex(const Reading& reading, G_CLI_GID gid, ngid_t domain,
-                                            std::size_t count) {
+std::shared_ptr<const TableIndex> readIndex(const ReadTransaction& reading, G_CLI_GID gid,
+                                            ngid_t domain, std::size_t count) {
   std::vector<std::uint32_t> ids;
   std::vector<std::uint64_t> positions;
   ids.reserve(count);
@@ -49,7 +49,8 @@ std::shared_ptr<const TableIndex> readIndex(const Reading& reading, G_CLI_GID gi
   return std::make_shared<TableOrder>(std::move(ids), std::move(positions));
 }
 
-std::shared_ptr<const TableIndex> findIndex(const Reading& reading, G_CLI_GID gid, ngid_t domain) {
+std::shared_ptr<const TableIndex> findIndex(const ReadTransaction& reading, G_CLI_GID gid,
+                                            ngid_t domain) {
   auto& last = reading.slot().lastIndex;
   if (last.revision == reading.revision() && last.gid == gid && last.domain == domain) {
     return last.index;
@@ -86,14 +87,14 @@ std::shared_ptr<const TableIndex> findIndex(const Reading& reading, G_CLI_GID gi
   return index;
 }
 
-StoredRecord readRow(const Reading& reading, const Table& table, ngid_t domain,
+StoredRecord readRow(const ReadTransaction& reading, const Table& table, ngid_t domain,
                      std::uint64_t position, std::uint32_t id) {
   const auto row =
       get(reading.txn(), reading.db(LmdbEnv::kRows), rowKey(table.gid, domain, position, id));
   return row ? RowCodec::decodeOrLog(table, domain, id, *row) : StoredRecord();
 }
 
-StoredRecord readSingle(const Reading* reading, const Table& table) {
+StoredRecord readSingle(const ReadTransaction* reading, const Table& table) {
   StoredRecord record;
   if (reading != nullptr) record = readRow(*reading, table, 0, kFirstPosition, 0);
   return record ? std::move(record) : RowCodec::defaults(table);
@@ -147,19 +148,19 @@ Snapshot::Snapshot(Snapshot&&) noexcept = default;
 Snapshot& Snapshot::operator=(Snapshot&&) noexcept = default;
 Snapshot::~Snapshot() = default;
 
-const Reading* Snapshot::reading() const {
+const ReadTransaction* Snapshot::reading() const {
   if (pin_ == nullptr || !pin_->reading) return nullptr;
   pin_->reading->core().checkProcess();
   return &*pin_->reading;
 }
 
 Revision Snapshot::revision() const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   return from != nullptr ? from->revision() : 0;
 }
 
 int Snapshot::size(G_CLI_GID gid, ngid_t domain) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   if (table == nullptr) return 0;
   if (isSingle(*table)) return domain == 0 ? 1 : 0;
@@ -169,7 +170,7 @@ int Snapshot::size(G_CLI_GID gid, ngid_t domain) const {
 }
 
 StoredRecord Snapshot::byId(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   if (table == nullptr) return {};
   if (isSingle(*table)) return domain == 0 ? readSingle(from, *table) : StoredRecord();
@@ -180,7 +181,7 @@ StoredRecord Snapshot::byId(G_CLI_GID gid, ngid_t domain, std::uint32_t id) cons
 }
 
 StoredRecord Snapshot::at(G_CLI_GID gid, ngid_t domain, int at) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   if (table == nullptr) return {};
   if (isSingle(*table)) return domain == 0 ? readSingle(from, *table) : StoredRecord();
@@ -192,7 +193,7 @@ StoredRecord Snapshot::at(G_CLI_GID gid, ngid_t domain, int at) const {
 }
 
 std::shared_ptr<const TableIndex> Snapshot::index(G_CLI_GID gid, ngid_t domain) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   if (table == nullptr) return emptyIndex();
   if (isSingle(*table)) return domain == 0 ? singleIndex() : emptyIndex();
@@ -201,7 +202,7 @@ std::shared_ptr<const TableIndex> Snapshot::index(G_CLI_GID gid, ngid_t domain) 
 
 void Snapshot::walk(G_CLI_GID gid, ngid_t domain,
                     const std::function<bool(const StoredRecord&)>& visit) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   if (table == nullptr) return;
   if (isSingle(*table)) {
@@ -221,7 +222,7 @@ void Snapshot::walk(G_CLI_GID gid, ngid_t domain,
 }
 
 std::vector<ngid_t> Snapshot::domains(G_CLI_GID gid) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   const Table* table = findTable(gid);
   std::vector<ngid_t> found;
   if (table == nullptr) return found;
@@ -237,7 +238,7 @@ std::vector<ngid_t> Snapshot::domains(G_CLI_GID gid) const {
 }
 
 Revision Snapshot::lastChanged(G_CLI_GID gid) const {
-  const Reading* from = reading();
+  const ReadTransaction* from = reading();
   if (from == nullptr) return 0;
   const auto revision = get(from->txn(), from->db(LmdbEnv::kMeta), gidKey(gid));
   return revision ? fromBytes<Revision>(*revision) : 0;

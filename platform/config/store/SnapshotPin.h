@@ -9,7 +9,7 @@
 namespace Kestrav::Config {
 
 struct Snapshot::Pin {
-  std::optional<Reading> reading;  // none: the view of a process without a store
+  std::optional<ReadTransaction> reading;  // none: the view of a process without a store
 };
 
 }  // namespace Kestrav::Config

@@ -62,13 +62,13 @@ struct StoreCore {
 // Reads of one revision, for as long as the object lives. The thread's own slot, shared with what
 // else it reads meanwhile (kShared), or the newest revision whatever the thread has pinned
 // (kNewest).
-class Reading {
+class ReadTransaction {
  public:
   enum Mode { kShared, kNewest };
-  Reading(std::shared_ptr<StoreCore> core, Mode mode);
-  ~Reading();
-  Reading(const Reading&) = delete;
-  Reading& operator=(const Reading&) = delete;
+  ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode);
+  ~ReadTransaction();
+  ReadTransaction(const ReadTransaction&) = delete;
+  ReadTransaction& operator=(const ReadTransaction&) = delete;
 
   StoreCore& core() const { return *core_; }
   ReaderSlot& slot() const { return *slot_; }

@@ -1,4 +1,4 @@
-// Opening a store: its folder, its files, and that a process opens each folder once.
+// Opening a store: its folder and its files. A process opens each folder once.
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -10,8 +10,10 @@
 #include <map>
 
 #include "platform/common/Exception.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/config/store/DataFile.h"
 #include "platform/config/store/Keys.h"
+#include "platform/config/store/Migration.h"
 #include "platform/config/store/StoreImpl.h"
 
 namespace Kestrav::Config {
@@ -22,27 +24,26 @@ using FolderId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
 struct Registry {
   struct Entry {
     std::weak_ptr<ConfigStore> store;
-    std::weak_ptr<StoreCore> core;  // longer: snapshots may outlive the store
+    std::weak_ptr<StoreCore> core;  // lives longer: snapshots may outlive the store
   };
   std::mutex mutex;
   std::condition_variable closed;
-  std::map<FolderId, Entry> entries;  // until the environment is closed
+  std::map<FolderId, Entry> entries;  // removed when the environment is closed
   std::atomic<unsigned> generation{0};
 };
 
 Registry& registry() {
-  static Registry& state = []() -> Registry& {
-    static auto* made = new Registry;  // used until the process is gone
-    // A fork waits for an opening to end. The child knows none of its parent's stores.
-    ::pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
-                     [] {
-                       registry().entries.clear();
-                       registry().generation.fetch_add(1);
-                       registry().mutex.unlock();
-                     });
-    return *made;
-  }();
-  return state;
+  static NoDestructor<Registry> state;
+  // A fork waits until no store is being opened. The child starts without open stores.
+  static const int handlers =
+      ::pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
+                       [] {
+                         registry().entries.clear();
+                         registry().generation.fetch_add(1);
+                         registry().mutex.unlock();
+                       });
+  static_cast<void>(handlers);
+  return *state;
 }
 
 std::atomic<std::uint64_t> nextSerial{1};
@@ -84,7 +85,7 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
   if (!options.create && !inspectDataFile(data).present) cannotOpen(folder, "there is none");
   status = StatusFile::open(folder / "status");
   area = StatusArea(status->zone());
-  const StatusFile::Lock lock(*status);  // one process at a time makes the files
+  const StatusFile::Lock lock(*status);  // one process at a time makes or migrates the files
   const DataFileState state = inspectDataFile(data);
   if (!state.present && status->revision() != 0) {
     throw Exception(data.string() +
@@ -93,16 +94,26 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
                         std::to_string(status->revision()) + " of a store",
                     StoreError::kForeignFile);
   }
+  const std::optional<int> other = processUsing(folder);
   env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
-  env->openDatabases(folder, options.create);
+  const std::uint32_t schema = env->openDatabases(folder, options.create);
+  if (schema == kSchema) return;
+  if (other) {
+    throw Exception("The store in " + folder.string() + " has schema " + std::to_string(schema) +
+                        " and has to be migrated to schema " + std::to_string(kSchema) +
+                        ", but process " + std::to_string(*other) +
+                        " has it open; stop all processes of the older version first",
+                    StoreError::kInUse);
+  }
+  migrate(*env, schema);
 }
 
 StoreCore::~StoreCore() {
   if (forked()) {
-    // Whatever closing would do, it would do to the parent's files.
+    // Closing would change the parent's files, so the environment and the status file stay open.
     (void)env.release();
-    static auto* leaked = new std::vector<std::shared_ptr<StatusFile>>;
-    leaked->push_back(status);
+    static NoDestructor<std::vector<std::shared_ptr<StatusFile>>> kept;
+    kept->push_back(status);
     return;
   }
   if (const int slot = processSlot.load(); slot >= 0) status->release(slot);
@@ -138,10 +149,10 @@ std::shared_ptr<ConfigStore> ConfigStore::open(const std::filesystem::path& fold
     std::error_code error;
     auto path = std::filesystem::canonical(folder, error);
     core = std::make_shared<StoreCore>(error ? folder : path, options);
-    // A status file of a later state than the data: the folder was put back from a copy. The order
-    // of the two reads matters, for others may be committing.
+    // The status file is ahead when the data was restored from a copy. Other processes may be
+    // committing, so it is read before the data.
     const Revision published = core->status->revision();
-    const Reading reading(core, Reading::kNewest);
+    const ReadTransaction reading(core, ReadTransaction::kNewest);
     if (published > reading.revision()) core->status->correct(published, reading.revision());
     core->status->publish(reading.revision());
     core->registered = id;

@@ -4,39 +4,9 @@
 #include <limits>
 
 #include "platform/common/Exception.h"
-#include "platform/config/store/RowCodec.h"
+#include "platform/config/store/IncreasingSubsequence.h"
 
 namespace Kestrav::Config {
-
-std::vector<bool> heaviestRising(const std::vector<std::uint32_t>& sequence,
-                                 const std::vector<std::uint64_t>& weights) {
-  // best[v]: over the numbers below v, a prefix-maximum tree of (weight of the best run ending
-  // there, its end).
-  const std::size_t n = sequence.size();
-  struct Best {
-    std::uint64_t weight = 0;
-    std::size_t end = 0;
-  };
-  std::vector<Best> tree(n + 1);
-  std::vector<std::size_t> previous(n);
-  Best best;
-  for (std::size_t i = 0; i < n; ++i) {
-    Best below;
-    for (std::size_t v = sequence[i]; v > 0; v &= v - 1) {
-      if (tree[v].weight > below.weight) below = tree[v];
-    }
-    previous[i] = below.weight > 0 ? below.end : n;
-    const Best here{below.weight + weights[i], i};
-    for (std::size_t v = sequence[i] + std::size_t{1}; v <= n; v += v & (~v + 1)) {
-      if (here.weight > tree[v].weight) tree[v] = here;
-    }
-    if (here.weight > best.weight) best = here;
-  }
-  std::vector<bool> member(n, false);
-  if (best.weight == 0) return member;
-  for (std::size_t i = best.end; i != n; i = previous[i]) member[i] = true;
-  return member;
-}
 
 TableEditor::TableEditor(MDB_txn* txn, const LmdbEnv& env, const Table& table, ngid_t domain)
     : txn_(txn),
@@ -236,7 +206,7 @@ void TableEditor::order(const std::vector<std::uint32_t>& wanted) {
     sequence[at] = i;
   }
   const std::vector<bool> stays =
-      heaviestRising(sequence, std::vector<std::uint64_t>(wanted.size(), 1));
+      heaviestIncreasing(sequence, std::vector<std::uint64_t>(wanted.size(), 1));
 
   // New positions for the runs of records that move, between those that stay.
   std::vector<std::uint64_t> positions(target.size());
@@ -269,92 +239,6 @@ void TableEditor::order(const std::vector<std::uint32_t>& wanted) {
     touch(target[i].id, target[i]);
     move(target[i], positions[i]);
   }
-}
-
-// ---- What it comes down to.
-
-std::vector<std::uint32_t> TableEditor::originalOrder() const {
-  std::vector<Place> before;
-  for (const Place& place : places()) {
-    if (!touched_.contains(place.id)) before.push_back(place);
-  }
-  for (const auto& [id, touched] : touched_) {
-    if (touched.existed) before.push_back({touched.position, id});
-  }
-  std::sort(before.begin(), before.end(),
-            [](const Place& a, const Place& b) { return a.position < b.position; });
-  std::vector<std::uint32_t> order;
-  order.reserve(before.size());
-  for (const Place& place : before) order.push_back(place.id);
-  return order;
-}
-
-void TableEditor::rememberOrder() {
-  if (!original_) original_ = originalOrder();
-}
-
-void TableEditor::findMoved() {
-  rememberOrder();
-  std::unordered_map<std::uint32_t, std::uint32_t>
-      now;  // id -> index, of those that were there before too
-  std::vector<Place> present = places();
-  for (const Place& place : present) {
-    const auto touched = touched_.find(place.id);
-    if (touched == touched_.end() || touched->second.existed) now.emplace(place.id, now.size());
-  }
-  std::vector<std::uint32_t> sequence;
-  std::vector<std::uint64_t> weights;
-  std::vector<std::uint32_t> kept;
-  for (std::uint32_t id : *original_) {
-    const auto at = now.find(id);
-    if (at == now.end()) continue;
-    kept.push_back(id);
-    sequence.push_back(at->second);
-    // Records that no change named stay among themselves as they were, so they are never the ones
-    // that moved.
-    weights.push_back(touched_.contains(id) ? 1 : now.size() + 1);
-  }
-  const std::vector<bool> stays = heaviestRising(sequence, weights);
-  for (std::size_t i = 0; i < kept.size(); ++i) {
-    if (!stays[i]) moved_[kept[i]] = true;
-  }
-}
-
-std::vector<TableEditor::Difference> TableEditor::differences() {
-  for (const auto& [id, touched] : touched_) {
-    // Erased and put again: a new row in another place.
-    const auto place = touched.existed ? find(id) : std::nullopt;
-    if (place && place->position != touched.position) placesChanged_ = true;
-  }
-  if (placesChanged_) findMoved();
-  const auto defaults = [this]() -> std::optional<std::string> {
-    if (!single_) return {};
-    return RowCodec::encode(table_, RowCodec::defaults(table_).data());
-  };
-  std::vector<Difference> found;
-  for (std::uint32_t id : touchedIds_) {
-    Touched& touched = touched_[id];
-    const auto place = find(id);
-    std::optional<std::string> before = touched.existed ? std::move(touched.row) : defaults();
-    std::optional<std::string> after = place ? read(*place) : defaults();
-    if (touched.existed != place.has_value()) membershipChanged_ = true;
-    if (before == after && (!before || !moved_.contains(id))) continue;
-    found.push_back({id, std::move(before), std::move(after)});
-  }
-  return found;
-}
-
-void TableEditor::finish(Revision revision, bool changed) {
-  if (!changed && !membershipChanged_ && !placesChanged_) return;
-  const unsigned meta = env_.db(LmdbEnv::kMeta);
-  const Key key = tableKey(table_.gid, domain_);
-  TableState state;
-  if (const auto bytes = get(txn_, meta, key)) state = fromBytes<TableState>(*bytes);
-  state.count += static_cast<std::uint64_t>(added_);
-  if (changed) state.lastChanged = revision;
-  if (membershipChanged_ || placesChanged_) state.lastReordered = revision;
-  Kestrav::Config::put(txn_, meta, key, asBytes(state));
-  if (changed) Kestrav::Config::put(txn_, meta, gidKey(table_.gid), asBytes(revision));
 }
 
 }  // namespace Kestrav::Config

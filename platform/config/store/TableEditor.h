@@ -1,8 +1,8 @@
-// Changes to one table in one domain, made in a write transaction as they come, and what they come
-// down to.
+// Changes to one table in one domain, made in a write transaction, and the differences that they
+// amount to (TableDifferences.cc).
 //
-// Remembers the state before the first change of each record it touches; lives as long as the
-// transaction.
+// Remembers the state of each record before its first change. Used by one thread, and no longer
+// than the transaction.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/LmdbEnv.h"
 
 namespace Kestrav::Config {
-
-// The heaviest rising subsequence of `sequence`, whose numbers are distinct and below its size:
-// true for its members. What is not a member has to move for the sequence to become sorted.
-std::vector<bool> heaviestRising(const std::vector<std::uint32_t>& sequence,
-                                 const std::vector<std::uint64_t>& weights);
 
 class TableEditor {
  public:
@@ -33,14 +29,15 @@ class TableEditor {
   void erase(std::uint32_t id);
   void order(const std::vector<std::uint32_t>& ids);
 
-  // One record that is not as it was: in the order in which they were first touched. Equal rows: it
-  // moved.
+  // JournalEntry says what the members mean.
   struct Difference {
     std::uint32_t id;
     std::optional<std::string> before;
     std::optional<std::string> after;
+    std::optional<std::uint32_t> nextBefore;
+    std::optional<std::uint32_t> nextAfter;
   };
-  // Call once, after all changes.
+  // In the order in which the records were first changed. Call once, after all changes.
   std::vector<Difference> differences();
   // Writes the table's state for the revision. Call after differences().
   void finish(Revision revision, bool changed);
@@ -52,6 +49,12 @@ class TableEditor {
   struct Place {
     std::uint64_t position;
     std::uint32_t id;
+  };
+  // A record whose successor in the table is sought. 0: it is the last one.
+  struct Successor {
+    Place place;
+    std::size_t difference;  // index
+    std::uint32_t next = 0;
   };
   struct Touched {
     bool existed = false;
@@ -81,6 +84,10 @@ class TableEditor {
   void rememberOrder();
   std::vector<std::uint32_t> originalOrder() const;
   void findMoved();
+  // Both want the records in the order of their positions, those before and those after the
+  // changes.
+  void findOriginalNext(std::vector<Successor>& sought) const;
+  void findPresentNext(std::vector<Successor>& sought) const;
   [[noreturn]] void refuse(const std::string& what) const;
 
   MDB_txn* txn_;
@@ -92,12 +99,12 @@ class TableEditor {
   std::unordered_map<std::uint32_t, Touched> touched_;
   std::vector<std::uint32_t> touchedIds_;  // in the order of touching
   std::int64_t added_ = 0;                 // records more than before; negative: fewer
-  bool placesChanged_ = false;             // a record that existed stands elsewhere
-  std::optional<std::vector<std::uint32_t>>
-      original_;                              // ids in order before all changes, once needed
-  std::optional<std::optional<Place>> last_;  // the last row, while known
-  std::unordered_map<std::uint32_t, bool> moved_;
+  bool placesChanged_ = false;             // a record that existed has another position
   bool membershipChanged_ = false;
+  std::optional<std::optional<Place>> last_;  // the last row, while known
+  // The ids in order before all changes, once needed. Always known when a position changed.
+  std::optional<std::vector<std::uint32_t>> original_;
+  std::unordered_set<std::uint32_t> moved_;
 };
 
 }  // namespace Kestrav::Config

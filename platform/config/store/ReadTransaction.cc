@@ -64,7 +64,8 @@ std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core, b
 
 }  // namespace
 
-Reading::Reading(std::shared_ptr<StoreCore> core, Mode mode) : core_(std::move(core)) {
+ReadTransaction::ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode)
+    : core_(std::move(core)) {
   core_->checkProcess();
   slot_ = threadSlot(core_, mode == kShared);
   if (mode == kShared && slot_->depth > 0) {
@@ -90,7 +91,7 @@ Reading::Reading(std::shared_ptr<StoreCore> core, Mode mode) : core_(std::move(c
 // is held up in between for two commits gets the state of a later transaction under the number of
 // the earlier one: whole and protected, but not what the number says. So the number counts only
 // while nothing newer is there.
-void Reading::readRevision() {
+void ReadTransaction::readRevision() {
   const std::uint64_t transaction = mdb_txn_id(slot_->txn);
   const bool certain = core_->env->newestTransaction(*slot_) == transaction;
   if (certain && transaction == slot_->transaction) return;
@@ -99,7 +100,7 @@ void Reading::readRevision() {
   slot_->transaction = certain ? transaction : 0;
 }
 
-Reading::~Reading() {
+ReadTransaction::~ReadTransaction() {
   if (core_->forked() || --slot_->depth > 0) return;
   core_->env->endRead(*slot_);
   if (slot_->threadGone) core_->env->dropSlot(slot_);
@@ -111,7 +112,7 @@ Revision refreshRevision(const std::shared_ptr<StoreCore>& core) {
   std::unique_lock lock(core->lastMutex);
   if (transaction != core->lastTransaction) {
     lock.unlock();
-    const Reading reading(core, Reading::kNewest);
+    const ReadTransaction reading(core, ReadTransaction::kNewest);
     lock.lock();
     core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
     core->lastRevision = std::max(core->lastRevision, reading.revision());
