@@ -9,7 +9,7 @@
 
 #include "Factory.h"
 #include "Gateway.h"
-#include "Interposed.h"
+#include "Hooks.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "platform/common/Exception.h"
@@ -70,8 +70,8 @@ TEST(FactoryFailure, OfAnUpdateIsLoggedWithItsSignatureAndSwallowed) {
     SCOPED_TRACE(kind.record);
     const LogCapture log;
     {
-      const HooksOff afterwards;
-      hooks().attachedStore = fail;
+      const EventsHeld noEvents;
+      const Before<&Config::ConfigStore::attached> failing(fail);
       EXPECT_NO_THROW(kind.update());
     }
     EXPECT_THAT(log.codes(), ElementsAre(LogCode::kProfileUpdateFailed));
@@ -85,13 +85,13 @@ TEST(FactoryFailure, OfTheDispatcherIsLoggedByTheKindsThatAskIt) {
     SCOPED_TRACE(kind.record);
     const LogCapture log;
     {
-      const HooksOff afterwards;
-      hooks().dispatcherInstance = [](const std::string& name, bool first, bool second) {
-        EXPECT_EQ(name, "");
-        EXPECT_FALSE(first);
-        EXPECT_FALSE(second);
-        fail();
-      };
+      const Before<&CMF::Event::Dispatcher::instance> failing(
+          [](const std::string& name, bool first, bool second) {
+            EXPECT_EQ(name, "");
+            EXPECT_FALSE(first);
+            EXPECT_FALSE(second);
+            fail();
+          });
       EXPECT_NO_THROW(kind.update());
     }
     EXPECT_EQ(log.fields(0x30001C2).size(), kind.asksTheDispatcher ? 1u : 0u);
@@ -104,8 +104,7 @@ TEST(FactoryFailure, OfAnUpdateLeavesTheLockFree) {
   put(AntispamRecord(id));
   const LogCapture log;
   {
-    const HooksOff afterwards;
-    hooks().dispatcherInstance = [](auto&&...) { fail(); };
+    const Before<&CMF::Event::Dispatcher::instance> failing([](auto&&...) { fail(); });
     factory().update(0, 1, static_cast<const __aps_gw_as_profile*>(nullptr));
   }
   EXPECT_FALSE(factory().createProfileAntiSpam(static_cast<int>(id), 0).isNull());
@@ -121,16 +120,17 @@ TEST(ProfileFailure, OfADictionaryOrACategoryIsTheCallersAndNothingIsKept) {
   put(WebFilterRecord(id).categories({1}),
       AntispamRecord(id).norbex().uriCategoryCheck(id).dictionary("no such dictionary"));
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().sharedQuery = [](unsigned int gid) {
-    if (gid == GID_WEB_CATEGORY) fail();
-  };
-  EXPECT_THROW(factory().createProfileWebFilter(number), Exception);
-  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
-  hooks().sharedQuery = nullptr;
-  hooks().profileScanner = [](const auto&) { fail(); };
-  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
-  hooks().profileScanner = nullptr;
+  {
+    const Before<&nCfg_query> failing([](unsigned int gid) {
+      if (gid == GID_WEB_CATEGORY) fail();
+    });
+    EXPECT_THROW(factory().createProfileWebFilter(number), Exception);
+    EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
+  }
+  {
+    const Before<&DictionaryFactory::createProfileScanner> failing([](auto&&...) { fail(); });
+    EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
+  }
   const ProfileAntiSpam made = factory().createProfileAntiSpam(number, 0);
   ASSERT_FALSE(made.isNull());
   EXPECT_FALSE(made.profileWebFilter().isNull());
@@ -156,8 +156,7 @@ const EmailAddress kSender = address("from@sender.example");
 TEST(PolicyFailure, OfARecipientsPolicyIsLoggedAndGivesNone) {
   const EmailAddress recipient = address(recipientWithProfile());
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { fail(); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing([](auto&&...) { fail(); });
   EXPECT_TRUE(PolicyRecipient(kSender, recipient, false, true).isNull());
   EXPECT_THAT(log.codes(), ElementsAre(0x030001BDu));
   EXPECT_THAT(log.fields(0x030001BD),
@@ -168,8 +167,7 @@ TEST(PolicyFailure, OfTheProtectedDomainsIsLoggedByAllWhoAskThem) {
   IpPolicyRecord record(1);
   const PolicyIPAddress ip(record.record());
   const EmailAddress recipient = address("user@nowhere.example");
-  const HooksOff afterwards;
-  hooks().protectedDomains = fail;
+  const Before<&CMF::RefApsGwServerCache::instance> failing([](bool) { fail(); });
   {
     const LogCapture log;
     EXPECT_TRUE(PolicyRecipient(kSender, recipient, false, true).isNull());
@@ -195,8 +193,8 @@ TEST(PolicyFailure, OfTheProtectedDomainsIsLoggedByAllWhoAskThem) {
 TEST(PolicyFailure, OfAnotherTypeIsTheCallers) {
   const EmailAddress recipient = address(recipientWithProfile());
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { throw std::runtime_error("not ours"); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing(
+      [](auto&&...) { throw std::runtime_error("not ours"); });
   EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
   EXPECT_TRUE(log.codes().empty());
 }
@@ -206,8 +204,8 @@ TEST(PolicyFailure, OfAnotherTypeIsTheCallersHoweverThePolicyIsMade) {
   const PolicyIPAddress ip(record.record());
   const EmailAddress recipient = address("user@nowhere.example");
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().protectedDomains = [] { throw std::runtime_error("not ours"); };
+  const Before<&CMF::RefApsGwServerCache::instance> failing(
+      [](bool) { throw std::runtime_error("not ours"); });
   EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
   EXPECT_THROW(PolicyRecipient(kSender, recipient, ip), std::runtime_error);
   EXPECT_THROW(PolicyRecipient(kSender, recipient, true, true), std::runtime_error);
@@ -217,8 +215,7 @@ TEST(PolicyFailure, OfAnotherTypeIsTheCallersHoweverThePolicyIsMade) {
 TEST(PolicyFailure, OfAConnectionsPolicyIsTheCallers) {
   IpPolicyRecord record(1);
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { fail(); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing([](auto&&...) { fail(); });
   EXPECT_THROW(PolicyIPAddress(record.record()), Exception);
   EXPECT_TRUE(log.codes().empty());
 }

@@ -12,7 +12,7 @@
 
 #include "Factory.h"
 #include "Gateway.h"
-#include "Interposed.h"
+#include "Hooks.h"
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
@@ -82,15 +82,14 @@ class FactoryLocks : public testing::Test {
   // publishes profiles does so, in the middle of it.
   static Held during(const std::function<void()>& operation) {
     const EventsHeld noEvents;
-    const HooksOff afterwards;
     Held held;
     bool looking = false;
-    hooks().attachedStore = [&] {
+    const Before<&Config::ConfigStore::attached> look([&] {
       if (looking) return;
       looking = true;
       held = heldNow();
       looking = false;
-    };
+    });
     operation();
     return held;
   }
@@ -157,13 +156,13 @@ TEST_F(FactoryLocks, StaleProfilesAreDroppedUnderTheSharedLock) {
   put(AntispamRecord(id));
   factory().createProfileAntiSpam(static_cast<int>(id), 0);
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   std::vector<Held> held;
-  hooks().attachedStore = [&, looking = false]() mutable {
+  bool looking = false;
+  const Before<&Config::ConfigStore::attached> look([&] {
     if (std::exchange(looking, true)) return;
     held.push_back(heldNow());
     looking = false;
-  };
+  });
   store().status().setDirty(Config::Zone::kAntispamDirty);
   factory().createProfileAntiSpam(static_cast<int>(id), 0);
   ASSERT_FALSE(held.empty());
@@ -179,9 +178,8 @@ TEST_F(FactoryLocks, LoadsHoldTheUpgradeLockOfTheirKind) {
 
   const LogCapture log;
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   Held held;
-  hooks().profileScanner = [&](const auto&) { held = heldNow(); };
+  const Before<&DictionaryFactory::createProfileScanner> look([&](auto&&...) { held = heldNow(); });
   factory().createProfileAntiSpam(number, 0);
   EXPECT_THAT(held, ElementsAre(Pair("antispam", "upgrade")));
 }
@@ -191,9 +189,8 @@ TEST_F(FactoryLocks, WebFilterLoadsHoldTheSessionsLock) {
   put(WebFilterRecord(id).categories({1}), AntispamRecord(id).norbex().uriCategoryCheck(id));
   const int number = static_cast<int>(id);
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   std::map<unsigned int, Held> held;
-  hooks().sharedQuery = [&](unsigned int gid) { held[gid] = heldNow(); };
+  const Before<&nCfg_query> look([&](unsigned int gid) { held[gid] = heldNow(); });
   factory().createProfileWebFilter(number);
   const auto session = ElementsAre(Pair("session", "upgrade"));
   EXPECT_THAT(held,

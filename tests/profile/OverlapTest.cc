@@ -9,7 +9,7 @@
 
 #include "Factory.h"
 #include "Gateway.h"
-#include "Interposed.h"
+#include "Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -19,18 +19,32 @@ namespace {
 constexpr int kPatience = 60'000;  // ms
 
 // Calls `meanwhile` once, in the middle of the next load of a profile that has a dictionary.
-void inTheMiddleOfAnAntispamLoad(std::function<void()> meanwhile) {
-  hooks().profileScanner = [meanwhile = std::move(meanwhile), done = false](const auto&) mutable {
-    if (!std::exchange(done, true)) meanwhile();
-  };
-}
+class DuringAntispamLoad {
+ public:
+  explicit DuringAntispamLoad(std::function<void()> meanwhile)
+      : hook_([this, meanwhile = std::move(meanwhile)](auto&&...) {
+          if (!std::exchange(done_, true)) meanwhile();
+        }) {}
+  ~DuringAntispamLoad() { EXPECT_TRUE(done_); }
+
+ private:
+  bool done_ = false;
+  const Before<&DictionaryFactory::createProfileScanner> hook_;
+};
 
 // The same for web filter profiles: their categories are read while they are made.
-void inTheMiddleOfAWebFilterLoad(std::function<void()> meanwhile) {
-  hooks().sharedQuery = [meanwhile = std::move(meanwhile), done = false](unsigned int gid) mutable {
-    if (gid == GID_WEB_CATEGORY && !std::exchange(done, true)) meanwhile();
-  };
-}
+class DuringWebFilterLoad {
+ public:
+  explicit DuringWebFilterLoad(std::function<void()> meanwhile)
+      : hook_([this, meanwhile = std::move(meanwhile)](unsigned int gid) {
+          if (gid == GID_WEB_CATEGORY && !std::exchange(done_, true)) meanwhile();
+        }) {}
+  ~DuringWebFilterLoad() { EXPECT_TRUE(done_); }
+
+ private:
+  bool done_ = false;
+  const Before<&nCfg_query> hook_;
+};
 
 AntispamRecord slowRecord(std::uint32_t id, const char* name) {
   return AntispamRecord(id).name(name).dictionary("no such dictionary");
@@ -46,7 +60,6 @@ std::string webFilterName(std::uint32_t id) {
 class Overlap : public testing::Test {
  protected:
   void SetUp() override { factory(); }
-  const HooksOff off_;
   const LogCapture log_;  // keeps the missing dictionary off the terminal
 };
 
@@ -55,7 +68,7 @@ class Overlap : public testing::Test {
 TEST_F(Overlap, LoadOvertakenByAChangeIsNotServedAgain) {
   const std::uint32_t id = freshId();
   put(slowRecord(id, "old"));
-  inTheMiddleOfAnAntispamLoad([&] {
+  const DuringAntispamLoad load([&] {
     Config::ChangeSet changes;
     slowRecord(id, "new").put(changes);
     store().commit(std::move(changes));
@@ -70,7 +83,7 @@ TEST_F(Overlap, LoadOvertakenByTheStaleMarkIsNotServedAgain) {
   const std::uint32_t id = freshId();
   put(slowRecord(id, "old"));
   EventsHeld held;
-  inTheMiddleOfAnAntispamLoad([&] {
+  const DuringAntispamLoad load([&] {
     held.put(slowRecord(id, "new"));
     store().status().setDirty(Config::Zone::kAntispamDirty);
     // Another thread meets the mark and takes it off.
@@ -84,7 +97,7 @@ TEST_F(Overlap, WebFilterLoadOvertakenByAChangeIsNotServedAgain) {
   const std::uint32_t id = freshId();
   put(WebFilterRecord(id).name("old").categories({1}));
   // The change is through with its handlers before the load ends: they take another lock.
-  inTheMiddleOfAWebFilterLoad([&] { put(WebFilterRecord(id).name("new").categories({1})); });
+  const DuringWebFilterLoad load([&] { put(WebFilterRecord(id).name("new").categories({1})); });
   webFilterName(id);
   EXPECT_EQ(webFilterName(id), "new");
 }
@@ -93,7 +106,7 @@ TEST_F(Overlap, WebFilterLoadOvertakenByAnUpdateIsNotServedAgain) {
   const std::uint32_t id = freshId();
   put(WebFilterRecord(id).name("old").categories({1}));
   EventsHeld held;
-  inTheMiddleOfAWebFilterLoad([&] {
+  const DuringWebFilterLoad load([&] {
     held.put(WebFilterRecord(id).name("new").categories({1}));
     factory().update(0, static_cast<int>(id), static_cast<const __aps_as_wf_profile*>(nullptr));
   });
@@ -105,7 +118,7 @@ TEST_F(Overlap, WebFilterLoadOvertakenByAClearIsNotServedAgain) {
   const std::uint32_t id = freshId();
   put(WebFilterRecord(id).name("old").categories({1}));
   EventsHeld held;
-  inTheMiddleOfAWebFilterLoad([&] {
+  const DuringWebFilterLoad load([&] {
     held.put(WebFilterRecord(id).name("new").categories({1}));
     factory().clearWebFilterProfiles();
   });
@@ -122,7 +135,7 @@ TEST_F(Overlap, AntispamLoadOvertakenByItsWebFilterIsNotServedAgain) {
   const auto filterName = [&] {
     return factory().createProfileAntiSpam(static_cast<int>(id), 0).profileWebFilter().name();
   };
-  inTheMiddleOfAWebFilterLoad([&] {
+  const DuringWebFilterLoad load([&] {
     Config::ChangeSet changes;
     WebFilterRecord(filter).name("new").categories({1}).put(changes);
     store().commit(std::move(changes));
@@ -137,7 +150,7 @@ TEST_F(Overlap, LoadsOfOtherProfilesGoOnDuringALoad) {
   const std::uint32_t cached = freshId();
   put(slowRecord(slow, "slow"), AntispamRecord(cached).name("cached"));
   ASSERT_EQ(antispamName(cached), "cached");
-  inTheMiddleOfAnAntispamLoad([&] {
+  const DuringAntispamLoad load([&] {
     // A hit needs the lock that the load holds for those who fill only.
     std::thread([&] { EXPECT_EQ(antispamName(cached), "cached"); }).join();
   });

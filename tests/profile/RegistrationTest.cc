@@ -11,7 +11,7 @@
 
 #include "Factory.h"
 #include "Gateway.h"
-#include "Interposed.h"
+#include "Hooks.h"
 #include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav;
@@ -47,16 +47,17 @@ std::vector<bool>& dispatcherFlags() {
 const std::vector<Registration>& registrations() {
   static const std::vector<Registration> made = [] {
     std::vector<Registration> seen;
-    const HooksOff afterwards;
-    hooks().addHandler = [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
-                             unsigned char first, unsigned char second) {
-      seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first, second,
-                      ProfileFactory::virus_folderId != 0});
-    };
-    hooks().dispatcherInstance = [](const std::string&, bool first, bool second) {
-      dispatcherFlags().push_back(first);
-      dispatcherFlags().push_back(second);
-    };
+    const Before<&CMF::Event::DispatcherImpl::add> adding(
+        [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
+            unsigned char first, unsigned char second) {
+          seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first,
+                          second, ProfileFactory::virus_folderId != 0});
+        });
+    const Before<&CMF::Event::Dispatcher::instance> asking(
+        [](const std::string&, bool first, bool second) {
+          dispatcherFlags().push_back(first);
+          dispatcherFlags().push_back(second);
+        });
     start();
     return seen;
   }();
@@ -145,9 +146,8 @@ TEST(FactoryHandlers, FoldersAreReadBeforeTheFirstOne) {
 
 TEST(FactoryHandlers, AreRegisteredOnce) {
   registrations();
-  const HooksOff afterwards;
   int added = 0;
-  hooks().addHandler = [&](auto&&...) { ++added; };
+  const Before<&CMF::Event::DispatcherImpl::add> adding([&](auto&&...) { ++added; });
   ProfileFactory::instance();
   EXPECT_EQ(added, 0);
 }
