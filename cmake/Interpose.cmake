@@ -13,14 +13,19 @@ if(NOT symbols)
   message(FATAL_ERROR "${OBJECT} interposes no function: its section .interposed has no addresses")
 endif()
 
+execute_process(COMMAND ${OBJDUMP} --syms ${OBJECT}
+  OUTPUT_VARIABLE defined COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "[^\n]*[*]UND[*][^\n]*" "" defined "${defined}")
+
 set(names)
 set(options)
 while(symbols)
   list(POP_FRONT symbols function replacement)
-  # A virtual function has no address of its own: the pairs after it would be out of step.
   if(function MATCHES "Interposed" OR NOT replacement MATCHES "Interposed")
-    message(FATAL_ERROR
-      "${OBJECT}: a function without an address is interposed, before ${function}. Is it virtual?")
+    message(FATAL_ERROR "${OBJECT}: a virtual function cannot be interposed: ${function}")
+  endif()
+  if(defined MATCHES " ${function}\n")
+    message(FATAL_ERROR "${OBJECT}: an inline function cannot be interposed: ${function}")
   endif()
   string(APPEND names "${function} __real_${function}\n${replacement} __wrap_${function}\n")
   string(APPEND options "-Wl,--wrap=${function}\n")
