@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AntispamProfile.h"
-#include "Gateway.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -20,10 +20,6 @@ std::uint32_t action(std::uint32_t label) {
   const std::uint32_t id = freshId();
   put(AntispamActionRecord(id).archive(label));
   return id;
-}
-
-ProfileAntiSpam profileOf(const AntispamRecord& record) {
-  return ProfileAntiSpam(0, static_cast<int>(record->id), record.data());
 }
 
 // The service on, with actions labelled 7, 49 and 58.

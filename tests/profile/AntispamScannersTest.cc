@@ -4,17 +4,13 @@
 #include <cstring>
 #include <string>
 
-#include "Gateway.h"
-#include "ProfileAntiSpam.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 namespace {
-
-ProfileAntiSpam profileOf(const AntispamRecord& record) {
-  return ProfileAntiSpam(0, static_cast<int>(record->id), record.data());
-}
 
 using Scanner = Ref<DictionaryScannerImpl>;
 

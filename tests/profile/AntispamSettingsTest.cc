@@ -5,9 +5,9 @@
 #include <limits>
 #include <string>
 
-#include "Gateway.h"
-#include "ProfileAntiSpam.h"
-#include "platform/parser/EmailAddress.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -15,12 +15,11 @@ using namespace Kestrav::Testing;
 namespace {
 
 DeepHeaderSettings deepHeader(bool on) {
-  const AntispamRecord record = AntispamRecord(freshId()).deepHeader(on);
-  return ProfileAntiSpam(0, 1, record.data()).deepHeaderSettings();
+  return profileOf(AntispamRecord(freshId()).deepHeader(on)).deepHeaderSettings();
 }
 
 unsigned int accountType(const std::string& text) {
-  return ProfileAntiSpam::controlAccountType(EmailAddress::rfc5321Parse(text, false));
+  return ProfileAntiSpam::controlAccountType(address(text));
 }
 
 void reload() {

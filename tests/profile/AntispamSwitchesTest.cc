@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "AntispamProfile.h"
-#include "Gateway.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -65,10 +65,6 @@ AntispamRecord quietRecord() {
     std::memcpy(bytes(record) + offset, &id, sizeof(id));
   }
   return record;
-}
-
-ProfileAntiSpam profileOf(const AntispamRecord& record, int domain = 0) {
-  return ProfileAntiSpam(domain, static_cast<int>(record->id), record.data());
 }
 
 std::map<int, std::uint32_t> labels(const Classifiers& classifiers) {

@@ -6,10 +6,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "Gateway.h"
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/Tables.h"
+#include "tests/profile/Gateway.h"
 
 namespace Kestrav::Testing {
 

@@ -8,14 +8,12 @@
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/SharedRecords.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
+using Kestrav::Testing::address;
 
 namespace {
-
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
 
 std::string rewrite(const char* pattern, const std::string& text) {
   return EmailAddressRewriter(pattern)(address(text)).address();

@@ -8,13 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "AnyRecord.h"
-#include "DLPRuleFactory.h"
-#include "Factory.h"
-#include "Gateway.h"
-#include "Hooks.h"
 #include "platform/common/Exception.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "tests/profile/AnyRecord.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -92,16 +91,6 @@ struct NotedFactory {
   const NotedUpdate<__aps_systemquarantine_folders> oneFolder{"quarantine folder"};
 };
 
-class NotedRules : public DLPRuleFactory {
- public:
-  NotedRules() : installed_(s_instance) { s_instance = this; }
-  ~NotedRules() override { s_instance = installed_; }
-  void clearDLPRules() override { note("clear DLP rules"); }
-
- private:
-  DLPRuleFactory* const installed_;
-};
-
 struct Row {
   G_CLI_GID gid;
   const char* updated;  // the kind whose one profile is dropped; null: `calls`
@@ -173,7 +162,7 @@ class HandlerCalls : public testing::TestWithParam<Row> {
   }
 
   const NotedFactory factory_;
-  const NotedRules rules_;
+  const DlpRules rules_{[] { note("clear DLP rules"); }};
 };
 
 TEST_P(HandlerCalls, OfASystemsRecord) {
@@ -203,17 +192,8 @@ INSTANTIATE_TEST_SUITE_P(Tables, DomainHandlerCalls, testing::ValuesIn(domainRow
 }  // namespace
 
 TEST(FilePatternChange, ForgetsTheDlpProfilesAlsoWhenTheRulesFail) {
-  class FailingRules : public DLPRuleFactory {
-   public:
-    FailingRules() : installed_(s_instance) { s_instance = this; }
-    ~FailingRules() override { s_instance = installed_; }
-    void clearDLPRules() override { throw Exception("no rules", 7); }
-
-   private:
-    DLPRuleFactory* const installed_;
-  };
   const NotedFactory noted;
-  const FailingRules rules;
+  const DlpRules failing([] { throw Exception("no rules", 7); });
   AnyRecord record(GID_FILE_PATTERN);
   putInto(0, record);
   EXPECT_EQ(takeCalls(), (Calls{"clear file pattern", "clear content", "clear DLP"}));
@@ -235,7 +215,7 @@ TEST(MissedChanges, ForgetTheWholeKind) {
 TEST(MissedChanges, ForgetTheFolders) {
   const std::uint32_t id = freshId();
   put(QuarantineFolderRecord(id, "Missed"));
-  const auto before = factory().createProfileQuarantineFolder(static_cast<int>(id), 0);
+  const auto before = folder(id);
   CMF::Event::ProfileHandler<__aps_systemquarantine_folders, 1682>().resync();
-  EXPECT_FALSE(factory().createProfileQuarantineFolder(static_cast<int>(id), 0) == before);
+  EXPECT_FALSE(folder(id) == before);
 }

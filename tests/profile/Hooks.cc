@@ -1,4 +1,4 @@
-#include "Hooks.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 

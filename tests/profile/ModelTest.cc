@@ -19,10 +19,11 @@
 #include <utility>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -138,8 +139,7 @@ struct Reply {
 };
 
 Reply askProfile(int n) {
-  const ProfileAntiSpam profile =
-      factory().createProfileAntiSpam(static_cast<int>(profileId(n)), kDomain);
+  const ProfileAntiSpam profile = antispam(profileId(n), kDomain);
   Reply reply;
   reply.answers["profile " + std::to_string(n)] = describe(profile);
   reply.answers["profile's web filter " + std::to_string(n)] =
@@ -151,8 +151,7 @@ Reply askProfile(int n) {
 }
 
 Reply askWebFilter(int n) {
-  const ProfileWebFilter profile =
-      factory().createProfileWebFilter(static_cast<int>(webFilterId(n)));
+  const ProfileWebFilter profile = webFilter(webFilterId(n));
   Reply reply;
   reply.answers["web filter " + std::to_string(n)] = describe(profile);
   reply.again = [profile] { return describe(profile); };
@@ -160,11 +159,10 @@ Reply askWebFilter(int n) {
 }
 
 Reply askFolder(int n) {
-  const auto folder =
-      factory().createProfileQuarantineFolder(static_cast<int>(folderId(n)), kDomain);
+  const Ref<ProfileQuarantineFolder> found = folder(folderId(n), kDomain);
   Reply reply;
-  reply.answers["folder " + std::to_string(n)] = folder.isNull() ? kNone : folder->name();
-  reply.again = [folder] { return folder.isNull() ? std::string(kNone) : folder->name(); };
+  reply.again = [found] { return found.isNull() ? std::string(kNone) : found->name(); };
+  reply.answers["folder " + std::to_string(n)] = reply.again();
   return reply;
 }
 
@@ -186,8 +184,8 @@ Reply askClient(int n) {
 }
 
 Reply askRecipient(int n) {
-  const EmailAddress sender = EmailAddress::rfc5321Parse("from@sender.example", false);
-  const EmailAddress recipient = EmailAddress::rfc5321Parse("user@" + domain(n), false);
+  const EmailAddress sender = address("from@sender.example");
+  const EmailAddress recipient = address("user@" + domain(n));
   const PolicyRecipient policy(sender, recipient, false, true);
   Reply reply;
   const std::string number = std::to_string(n);
@@ -198,7 +196,7 @@ Reply askRecipient(int n) {
   reply.answers["direction " + number] = std::to_string(policy.direction());
   reply.answers[(policy.direction() == 1 ? "incoming " : "outgoing ") + number] =
       std::to_string(policy.authenticationAndAccess().authValue);
-  const PolicyRecipient further(EmailAddress::rfc5321Parse("other@x.example", false), policy);
+  const PolicyRecipient further(address("other@x.example"), policy);
   reply.again = [policy, further] {
     return std::to_string(policy.direction()) + policy.policyDomain() +
            describe(policy.antispamProfile()) + std::to_string(further.messageParsingRequired());
@@ -496,7 +494,7 @@ void sweep(const std::atomic<bool>& done) {
 TEST(LibraryModel, AnswersFollowTheConfiguration) {
   factory();
   Writer writer;
-  ASSERT_TRUE(dispatcher()->waitApplied(writer.revision(), 60'000));
+  awaitApplied(writer.revision());
   Complaints complaints;
   std::atomic<bool> done{false};
   std::atomic<int> asked{0};
@@ -510,9 +508,10 @@ TEST(LibraryModel, AnswersFollowTheConfiguration) {
     writer.commitSome();
     for (const int before = asked; asked < before + kQuestions;) std::this_thread::yield();
     // Mostly the readers see several revisions under way, now and then none.
-    if (i % 8 == 0) followed = followed && dispatcher()->waitApplied(writer.revision(), 60'000);
+    if (i % 8 == 0)
+      followed = followed && dispatcher()->waitApplied(writer.revision(), kPatienceMs);
   }
-  followed = followed && dispatcher()->waitApplied(writer.revision(), 60'000);
+  followed = followed && dispatcher()->waitApplied(writer.revision(), kPatienceMs);
   done = true;
   for (std::thread& thread : threads) thread.join();
   EXPECT_TRUE(followed);

@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "Gateway.h"
-#include "Hooks.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "platform/common/IPAddress.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -20,10 +21,6 @@ using testing::IsEmpty;
 using testing::Pair;
 
 namespace {
-
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
 
 class PlatformCalls : public testing::Test {
  protected:

@@ -4,20 +4,17 @@
 #include <cstring>
 #include <string>
 
-#include "Gateway.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "platform/config/client/cmf.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 namespace {
-
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
 
 // An address that no other test uses.
 std::string freshClient() {

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
 #include "platform/common/LogCodes.h"
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -31,8 +31,7 @@ class TraceLevel {
 template <class Rec>
 void update(int id, const char* name) {
   if (name == nullptr) {
-    factory().update(0, id, static_cast<const Rec*>(nullptr));
-    return;
+    return drop<Rec>(static_cast<std::uint32_t>(id));
   }
   Rec record;
   std::memset(static_cast<void*>(&record), 0, sizeof(record));

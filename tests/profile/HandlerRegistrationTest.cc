@@ -9,10 +9,10 @@
 #include <typeinfo>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
-#include "Hooks.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -156,14 +156,14 @@ TEST(ProfileHandler, DoesNothingWithoutARecord) {
   const std::uint32_t id = freshId();
   registrations();
   put(AntispamRecord(id), AntispamRecord(freshId()));
-  const ProfileAntiSpam kept = factory().createProfileAntiSpam(static_cast<int>(id), 0);
+  const ProfileAntiSpam kept = antispam(id);
   CMF::Event::ProfileHandler<__aps_gw_as_profile, 456> handler;
   const __aps_gw_as_profile* const none = nullptr;
   dispatcher()->trace(3);
   const LogCapture log;
   handler.message(0, none, none);
   EXPECT_TRUE(log.codes().empty());
-  EXPECT_TRUE(factory().createProfileAntiSpam(static_cast<int>(id), 0) == kept);
+  EXPECT_TRUE(antispam(id) == kept);
 
   // The old record's id counts, also when the new one has another.
   const AntispamRecord named = AntispamRecord(id).name("old");
@@ -171,6 +171,6 @@ TEST(ProfileHandler, DoesNothingWithoutARecord) {
   handler.message(0, &named.record(), &other.record());
   EXPECT_THAT(log.fields(0x30001C1),
               testing::ElementsAre(testing::ElementsAre(std::to_string(id), "other")));
-  EXPECT_FALSE(factory().createProfileAntiSpam(static_cast<int>(id), 0) == kept);
+  EXPECT_FALSE(antispam(id) == kept);
   dispatcher()->trace(0);
 }
