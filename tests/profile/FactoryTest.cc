@@ -35,17 +35,18 @@ bool isStale(std::uint32_t bits) {
 
 using Kinds = std::set<std::string>;
 
-// A cached profile of each kind; all have one id.
+// A record of each kind, all with one id.
+std::uint32_t putOfEachKind() {
+  const std::uint32_t id = freshId();
+  put(AntispamRecord(id), WebFilterRecord(id), QuarantineFolderRecord(id, "Cached"));
+  return id;
+}
+
+// The cached profiles of those records.
 class Cached {
  public:
-  Cached() {
-    put(AntispamRecord(id_), WebFilterRecord(id_), QuarantineFolderRecord(id_, "Cached"));
-    antispam_ = antispam(id_);
-    webFilter_ = webFilter(id_);
-    folder_ = folder(id_);
-  }
+  explicit Cached(std::uint32_t id) : id_(id) {}
 
-  std::uint32_t id() const { return id_; }
   Kinds dropped() const {
     Kinds kinds;
     if (!(antispam(id_) == antispam_)) kinds.insert("antispam");
@@ -55,10 +56,10 @@ class Cached {
   }
 
  private:
-  const std::uint32_t id_ = freshId();
-  ProfileAntiSpam antispam_;
-  ProfileWebFilter webFilter_;
-  Ref<ProfileQuarantineFolder> folder_;
+  const std::uint32_t id_;
+  const ProfileAntiSpam antispam_ = antispam(id_);
+  const ProfileWebFilter webFilter_ = webFilter(id_);
+  const Ref<ProfileQuarantineFolder> folder_ = folder(id_);
 };
 
 }  // namespace
@@ -236,12 +237,13 @@ TEST(ProfileFactory, UpdateDropsOneProfileAndClearAllOfTheKind) {
       {"all notification", [](std::uint32_t) { factory().clearNotificationProfiles(); }, {}},
       {"all session", [](std::uint32_t) { factory().clearSessionProfiles(); }, {}},
   };
-  factory();
+  const std::uint32_t id = putOfEachKind();
+  const std::uint32_t otherId = putOfEachKind();
   for (const Case& row : cases) {
     SCOPED_TRACE(row.what);
-    const Cached named;
-    const Cached other;
-    row.operation(named.id());
+    const Cached named(id);
+    const Cached other(otherId);
+    row.operation(id);
     EXPECT_EQ(named.dropped(), row.dropped);
     EXPECT_EQ(other.dropped(), row.othersToo);
   }
