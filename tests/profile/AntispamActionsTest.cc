@@ -1,4 +1,4 @@
-// How an antispam action record becomes actions, and how a profile finds its action records.
+// Antispam action records: the actions that they become, and which record a profile uses.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ ProfileAntiSpam profileWithDefault(std::uint32_t action, int domain = 0) {
   return profileOf(AntispamRecord(freshId()).defaultAction(action), domain);
 }
 
-// The actions that a profile makes of the record.
+// The actions of a profile whose default action is the record.
 ActionContainer converted(const AntispamActionRecord& record) {
   put(record);
   return profileWithDefault(record->id).actions();
@@ -43,7 +43,7 @@ std::vector<ActionType> types(const ActionContainer& actions) {
 
 }  // namespace
 
-TEST(AntispamAction, RecordThatAsksForNothingGivesNothing) {
+TEST(AntispamAction, EmptyRecordGivesNoAction) {
   EXPECT_THAT(types(converted(action())), IsEmpty());
 }
 
@@ -162,7 +162,7 @@ TEST(AntispamAction, UnknownDispositionStillTags) {
               ElementsAre(0x8, 0x10));
 }
 
-TEST(AntispamAction, OptionsCountWhateverTheirByteHolds) {
+TEST(AntispamAction, EachNonZeroByteTurnsItsOptionOn) {
   AntispamActionRecord record = action()
                                     .alternateHost("relay.example")
                                     .blindCopy("a@example.com")
@@ -192,7 +192,7 @@ TEST(AntispamAction, ActionsAreInAFixedOrder) {
               ElementsAre(0x20, 0x40000, 0x80000, 0x100000, 0x800000, 0x8, 0x10));
 }
 
-// --- Which record
+// --- Which record is used
 
 TEST(AntispamActionLookup, DomainsOwnRecordComesBeforeTheSystems) {
   const std::uint32_t id = freshId();
@@ -230,8 +230,8 @@ TEST(AntispamActionLookup, UnknownActionLeavesTheClassifierWithTheDefault) {
   EXPECT_TRUE(profile.individualAction(CLASSIFIER_DMARC) == profile.actions());
 }
 
-// A found record is an entry even when nothing comes of it: the default does not show through.
-TEST(AntispamActionLookup, RecordThatAsksForNothingIsAnAnswer) {
+// The default action replaces a missing record, not one without actions.
+TEST(AntispamActionLookup, RecordWithoutActionsIsUsed) {
   const std::uint32_t nothing = freshId();
   const std::uint32_t fallback = freshId();
   put(AntispamActionRecord(nothing), AntispamActionRecord(fallback).archive(1));

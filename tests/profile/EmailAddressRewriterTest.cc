@@ -47,7 +47,7 @@ TEST(EmailAddressRewriter, NullAddressStaysNull) {
   EXPECT_TRUE(EmailAddressRewriter("%%LOCAL%%@archive.example")(EmailAddress()).isNull());
 }
 
-// The blank behind the tag that sets the delimiters is part of the expanded text.
+// The template begins with a tag that sets the delimiters; the blank after it is expanded too.
 TEST(EmailAddressRewriter, ExpandedTextStartsWithABlank) {
   const EmailAddressRewriter noAddress("%%LOCAL%%");
   try {
@@ -62,7 +62,7 @@ TEST(EmailAddressRewriter, ExpandedTextStartsWithABlank) {
 TEST(EmailAddressRewriter, ResultThatIsNoAddressIsAnError) {
   const EmailAddressRewriter rewriter("%%LOCAL%%@@%%DOMAIN%%");
   EXPECT_THROW(rewriter(address("user@example.com")), Exception);
-  // The rewriter stays usable: its lock was released.
+  // Its lock is released: it can still be used.
   EXPECT_THROW(rewriter(address("user@example.com")), Exception);
 }
 

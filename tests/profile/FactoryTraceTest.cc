@@ -1,4 +1,4 @@
-// What the factory writes to the log when a profile is dropped.
+// The factory's trace: what it logs when a profile is dropped.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// The level of the dispatcher's details, for as long as it lives.
+// Sets the dispatcher's trace level while it lives.
 class TraceLevel {
  public:
   explicit TraceLevel(unsigned int level) { dispatcher()->trace(level); }
@@ -42,7 +42,7 @@ void update(int id, const char* name) {
 struct Kind {
   const char* what;
   void (*update)(int id, const char* name);
-  std::uint32_t code;  // 0: nothing is logged
+  std::uint32_t code;  // 0 when nothing is logged
 };
 
 const Kind kKinds[] = {

@@ -93,7 +93,7 @@ struct NotedFactory {
 
 struct Row {
   G_CLI_GID gid;
-  const char* updated;  // the kind whose one profile is dropped; null: `calls`
+  const char* updated;  // the kind of which one profile is dropped; null when `calls` says
   Calls calls = {};
 };
 

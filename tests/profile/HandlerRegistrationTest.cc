@@ -37,13 +37,13 @@ std::string className(const CMF::Event::Handler& handler) {
   return name.compare(0, space.size(), space) == 0 ? name.substr(space.size()) : name;
 }
 
-// How each dispatcher was asked for.
+// The two flags of each request for a dispatcher.
 std::vector<bool>& dispatcherFlags() {
   static std::vector<bool> seen;
   return seen;
 }
 
-// All registrations of the factory's start, those of the caches it uses included.
+// All registrations while the factory starts. The caches that it uses register handlers too.
 const std::vector<Registration>& registrations() {
   static const std::vector<Registration> made = [] {
     std::vector<Registration> seen;
@@ -97,7 +97,7 @@ TEST(FactoryHandlers, HaveTheirNames) {
                          "QV_DICTIONARY_GROUP",
                          "QV_DICTIONARY_GDEFINE",
                          "QV_DICTIONARY",
-                         "QV_DICTIONAY_ITEM",  // spelled so
+                         "QV_DICTIONAY_ITEM",  // this spelling is kept for callers
                          "AntiSpamActionHandler",
                          "AntiVirusActionHandler",
                          "ContentActionHandler",
@@ -114,7 +114,7 @@ TEST(FactoryHandlers, HaveTheirNames) {
                      }));
 }
 
-// So are those of the caches.
+// The caches' handlers too.
 TEST(FactoryHandlers, AreRegisteredWithTheUnnamedDispatcher) {
   EXPECT_GT(registrations().size(), ofTheFactory().size());
   EXPECT_FALSE(dispatcherFlags().empty());
@@ -127,7 +127,7 @@ TEST(FactoryHandlers, AreRegisteredWithTheUnnamedDispatcher) {
   }
 }
 
-// The settings' cache registers its own handler when it is first used.
+// The cache of the settings registers its handler when it is first used.
 TEST(FactoryHandlers, DeferredPeriodIsReadBeforeTheLastOne) {
   const std::vector<Registration>& all = registrations();
   const auto cache = std::find_if(all.begin(), all.end(), [](const Registration& one) {
@@ -165,7 +165,7 @@ TEST(ProfileHandler, DoesNothingWithoutARecord) {
   EXPECT_TRUE(log.codes().empty());
   EXPECT_TRUE(antispam(id) == kept);
 
-  // The old record's id counts, also when the new one has another.
+  // The old record's id is used, even when the new one has another.
   const AntispamRecord named = AntispamRecord(id).name("old");
   const AntispamRecord other = AntispamRecord(freshId()).name("other");
   handler.message(0, &named.record(), &other.record());

@@ -1,4 +1,4 @@
-// What policies ask of the platform and the factory, and what they do not.
+// The calls that the policies' constructors make to the platform and the factory.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -132,7 +132,7 @@ TEST_F(PlatformCalls, DerivedPoliciesAskForNone) {
   EXPECT_THAT(antispamRequests, IsEmpty());
 }
 
-TEST_F(PlatformCalls, ConnectionsAskForTheirProfileAlsoWhenItIsNone) {
+TEST_F(PlatformCalls, ConnectionsAskForTheirProfileEvenWhenItsIdIsZero) {
   IpPolicyRecord record(1);
   PolicyIPAddress(record.record());
   PolicyIPAddress(record.antispam(17).ngid(9).record());

@@ -1,4 +1,5 @@
-// Policies chosen by the matcher from the store, and what their records become.
+// Policies as their constructors make them from the store: which record they use, and what they
+// take from it.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -94,7 +95,7 @@ TEST_F(PolicyOfConnection, IsNullWhenNoPolicyMatches) {
   EXPECT_TRUE(connection(client).isNull());
 }
 
-TEST_F(PolicyOfConnection, TellsClientFromServer) {
+TEST_F(PolicyOfConnection, MatchesClientAndServerSeparately) {
   const std::string client = freshClient();
   const std::string server = freshClient();
   put(IpPolicyRecord(static_cast<std::int32_t>(freshId())).client(client).server(server));
@@ -102,7 +103,7 @@ TEST_F(PolicyOfConnection, TellsClientFromServer) {
   EXPECT_TRUE(PolicyIPAddress(IPAddress(server), IPAddress(client)).isNull());
 }
 
-TEST_F(PolicyOfConnection, EachFlagStandsForItself) {
+TEST_F(PolicyOfConnection, EachFlagHasItsOwnBit) {
   for (int flags = 0; flags < 256; ++flags) {
     SCOPED_TRACE(flags);
     IpPolicyRecord record = IpPolicyRecord(1).flags(static_cast<unsigned char>(flags));
@@ -349,7 +350,7 @@ TEST_F(PolicyOfRecipient, OfAFurtherRecipientKeepsSenderAndDirection) {
   const PolicyRecipient first = policyFor("one@" + name);
   const PolicyRecipient further(address("two@outside.example"), first);
   EXPECT_EQ(further.sender(), kSender);
-  EXPECT_EQ(further.direction(), 1);  // the first one's, wherever this one goes
+  EXPECT_EQ(further.direction(), 1);  // that of the first recipient
   EXPECT_EQ(further.id(), 0);
   EXPECT_EQ(further.policyDomain(), "");
   EXPECT_TRUE(further.antispamProfile() == first.antispamProfile());
