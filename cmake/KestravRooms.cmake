@@ -57,6 +57,30 @@ function(kestrav_test name)
   endif()
 endfunction()
 
+# A library of hooks on functions of the rooms: what links it calls the functions through the hooks.
+# SOURCE lists the functions (see tests/support/Interposed.h).
+#
+#   kestrav_interposer(profile_hooks SOURCE Hooks.cc)
+function(kestrav_interposer name)
+  cmake_parse_arguments(ARG "" "SOURCE" "" ${ARGN})
+  add_library(kestrav_${name}_objects OBJECT ${ARG_SOURCE})
+  target_include_directories(kestrav_${name}_objects PRIVATE
+    ${PROJECT_SOURCE_DIR}/include2 ${PROJECT_SOURCE_DIR})
+  set(object ${CMAKE_CURRENT_BINARY_DIR}/${name}.o)
+  set(options ${CMAKE_CURRENT_BINARY_DIR}/${name}.options)
+  add_custom_command(OUTPUT ${object} ${options}
+    COMMAND ${CMAKE_COMMAND} -DOBJECT=$<TARGET_OBJECTS:kestrav_${name}_objects>
+      -DOUTPUT=${object} -DOPTIONS=${options} -DOBJDUMP=${CMAKE_OBJDUMP} -DOBJCOPY=${CMAKE_OBJCOPY}
+      -P ${PROJECT_SOURCE_DIR}/cmake/Interpose.cmake
+    DEPENDS kestrav_${name}_objects $<TARGET_OBJECTS:kestrav_${name}_objects>
+      ${PROJECT_SOURCE_DIR}/cmake/Interpose.cmake
+    COMMENT "Interposing the functions of ${ARG_SOURCE}" VERBATIM)
+  set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
+  add_library(kestrav_${name} INTERFACE)
+  target_sources(kestrav_${name} INTERFACE ${object})
+  target_link_options(kestrav_${name} INTERFACE @${options})
+endfunction()
+
 # A libFuzzer target. Built with KESTRAV_BUILD_FUZZERS as a fuzzer, otherwise as a program that
 # replays the corpus in tests/fuzz/corpus/NAME and is run by ctest.
 function(kestrav_fuzzer name)

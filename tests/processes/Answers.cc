@@ -1,16 +1,16 @@
-#include "Answers.h"
+#include "tests/processes/Answers.h"
 
 #include <sstream>
 
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "Sets.h"
 #include "TrustedMTASet.h"
-#include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
 #include "platform/common/Strings.h"
 #include "platform/dictionary/DictionaryFactory.h"
+#include "tests/processes/Sets.h"
+#include "tests/support/Addresses.h"
 
 namespace Kestrav::Testing {
 namespace {
@@ -56,10 +56,7 @@ void describe(std::ostream& out, const PolicyRecipient& policy, int set) {
 void describeRecipient(std::ostream& out, int set, const std::string& sender,
                        const std::string& recipient) {
   out << sender << " to " << recipient << ':';
-  describe(out,
-           PolicyRecipient(EmailAddress::rfc5321Parse(sender, false),
-                           EmailAddress::rfc5321Parse(recipient, false), false, false),
-           set);
+  describe(out, PolicyRecipient(address(sender), address(recipient), false, false), set);
 }
 
 void describeServer(std::ostream& out, const std::string& domain) {
@@ -92,7 +89,7 @@ void describeSet(std::ostream& out, int set) {
   describeRecipient(out, set, "someone@elsewhere.example", "user@" + domainOf(set));
   describeRecipient(out, set, "someone@elsewhere.example", "user@extra." + domainOf(set));
   describeRecipient(out, set, "user@" + domainOf(set), "someone@elsewhere.example");
-  // An outgoing one, to a member of the set's group: protected domains are incoming.
+  // Outgoing, to a member of the set's group: mail to protected domains is incoming.
   describeRecipient(out, set, "someone@elsewhere.example", "odd@group." + domainOf(set));
   describeRecipient(out, set, "someone@elsewhere.example", "even@group." + domainOf(set));
 
@@ -122,11 +119,6 @@ void describeSet(std::ostream& out, int set) {
   describe(out, DictionaryFactory::instance()->createGroupScanner("words-" + std::to_string(set)),
            set);
   out << '\n';
-}
-
-template <class Rec, unsigned int GID>
-CMF::RefApsSysClientSideCache<Rec, GID> settings() {
-  return CMF::RefApsSysClientSideCache<Rec, GID>::instance(false);
 }
 
 void describeSettings(std::ostream& out) {

@@ -1,7 +1,7 @@
-// A writer that dies between one step of a commit and the next.
+// A writer that dies in the middle of a commit.
 
-#include "SetsFixture.h"
-#include "TracedWriter.h"
+#include "tests/processes/SetsFixture.h"
+#include "tests/processes/TracedWriter.h"
 
 namespace Kestrav::Testing {
 namespace {
@@ -17,7 +17,7 @@ class DyingWriter : public SetsFixture {
     for (auto& follower : followers_) follower = this->follower(0);
   }
 
-  // All followers come to `revision` although nobody tells them.
+  // All followers reach `revision`, although the writer woke none of them.
   void expectFollowed(Revision revision) {
     for (const auto& follower : followers_) await(*follower, revision);
   }
@@ -32,8 +32,8 @@ class DyingWriter : public SetsFixture {
     }
   }
 
-  // The writer's new revision is in the store, but `published` says whether others were told.
-  void expectUntold(Revision revision, bool published) {
+  // The new revision is in the store. `published`: the revision word has been raised too.
+  void expectStored(Revision revision, bool published) {
     EXPECT_EQ(storedRevision(), revision);
     EXPECT_EQ(store().revision(), published ? revision : revision - 1);
   }
@@ -42,8 +42,8 @@ class DyingWriter : public SetsFixture {
 };
 
 TEST_F(DyingWriter, IsFollowedWhenItDiedBeforeItPublished) {
-  // How many system calls it takes until the commit can be seen. The last of them is long over by
-  // then, and all instructions would take too long.
+  // Counts the system calls until the commit can be seen. The writer below runs to the last of them
+  // and steps from there by single instructions: stepping through all of them would take too long.
   int calls = 0;
   {
     TracedWriter writer(path(), 2);
@@ -56,9 +56,9 @@ TEST_F(DyingWriter, IsFollowedWhenItDiedBeforeItPublished) {
     for (int call = 1; call < calls; ++call) ASSERT_TRUE(writer.toNextSystemCall());
     ASSERT_LT(storedRevision(), next);
     while (storedRevision() < next) ASSERT_TRUE(writer.step());
-    expectUntold(next, false);
+    expectStored(next, false);
     writer.kill();
-    expectUntold(next, false);
+    expectStored(next, false);
     expectFollowed(next);
   }
   expectSettled();
@@ -73,7 +73,7 @@ TEST_F(DyingWriter, IsFollowedWhenItDiedBeforeItWokeAnyone) {
       ASSERT_TRUE(writer.toNextSystemCall());
     } while (!writer.aboutToWake());
     writer.kill();
-    expectUntold(next, true);
+    expectStored(next, true);
     expectFollowed(next);
   }
   expectSettled();
@@ -98,7 +98,7 @@ TEST_F(DyingWriter, LeavesAWholeRevisionAtEverySystemCall) {
     ++(after == before ? lost : kept);
     expectWholeSets();
     expectFollowed(after);
-    // The next one finds the writer's lock, and goes on from what it left behind.
+    // The next writer takes over the dead one's lock and continues from its state.
     if (stops % 4 == 0) {
       Config::ChangeSet changes;
       putSet(changes, 0, 1000 + stops);

@@ -1,17 +1,17 @@
-#include "Follower.h"
+#include "tests/processes/Follower.h"
 
 #include <algorithm>
 
-#include "Answers.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "TrustedMTASet.h"
-#include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/config/records/PolicyRecords.h"
+#include "tests/processes/Answers.h"
+#include "tests/support/Addresses.h"
 
 namespace Kestrav::Testing {
 namespace {
@@ -21,7 +21,7 @@ using Config::JournalEntry;
 using Config::Revision;
 using Config::Snapshot;
 
-constexpr int kPatience = 60'000;  // ms; only a hang takes as long
+constexpr int kPatience = 60'000;  // ms; reached only when something hangs
 
 std::uint32_t numberIn(const __aps_gw_as_profile& record) {
   return record.heuristic_first;
@@ -90,8 +90,8 @@ void Chains::change(const Key& key, Number before, Number after) {
   if (at->second != before) {
     complaint_("table " + std::to_string(std::get<0>(key)) + " domain " +
                std::to_string(std::get<1>(key)) + " id " + std::to_string(std::get<2>(key)) +
-               ": told of a change from " + text(before) + " to " + text(after) + " after one to " +
-               text(at->second));
+               ": received a change from " + text(before) + " to " + text(after) +
+               " after one to " + text(at->second));
   }
   at->second = after;
 }
@@ -107,7 +107,7 @@ Follower::Follower(Chains::Complaint complaint)
       dispatcher_(CMF::Event::Dispatcher::instance("", false, false)) {
   ProfileFactory::instance();
   initializeTrustedMTASet();
-  allAnswers();  // everything is cached and listens
+  allAnswers();  // fills the caches, which subscribe
   listen<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>(chains_);
   listen<__aps_antispam_action, GID_ANTISPAM_ACTION>(chains_);
   listen<__aps_gw_server, GID_PROTECTED_DOMAIN>(chains_);
@@ -153,7 +153,7 @@ bool Follower::compareWithJournal() {
     observed = changes_;
   }
   if (observed.empty()) return true;
-  // The first revision may have begun before there was an observer.
+  // Delivery of the first revision may have begun before the observer was registered.
   const Revision first = std::get<0>(observed.front());
   std::erase_if(observed, [first](const Change& change) { return std::get<0>(change) == first; });
   std::vector<Change> kept;
@@ -192,7 +192,7 @@ void Follower::ask(unsigned seed) try {
   complaint_(std::string("asking failed: ") + failure.what());
 }
 
-// A snapshot taken after a revision was applied holds that revision at least, and holds it whole.
+// A snapshot taken after a revision was applied is not older, and its sets are whole.
 void Follower::checkSnapshot(int set) {
   const Revision applied = dispatcher_->applied();
   const Snapshot snapshot = ConfigStore::attached()->snapshot();
@@ -206,7 +206,7 @@ void Follower::checkSnapshot(int set) {
   }
 }
 
-// The set's number when it was changed last, once that is applied.
+// The set's number in its last change. Waits until that is applied.
 Follower::Applied Follower::floorOf(int set) {
   Applied floor;
   {
@@ -259,8 +259,8 @@ void Follower::checkPolicies(int set, const Applied& floor) {
     return complaint_("protected domain of set " + std::to_string(set) + " is gone");
   expectNew("protected domain", set, numberIn(server->record()), floor);
 
-  const EmailAddress inside = EmailAddress::rfc5321Parse("user@" + domainOf(set), false);
-  const EmailAddress outside = EmailAddress::rfc5321Parse("someone@elsewhere.example", false);
+  const EmailAddress inside = address("user@" + domainOf(set));
+  const EmailAddress outside = address("someone@elsewhere.example");
   const PolicyRecipient incoming(outside, inside, false, false);
   if (incoming.isNull()) {
     complaint_("no incoming policy in set " + std::to_string(set));
@@ -273,7 +273,7 @@ void Follower::checkPolicies(int set, const Applied& floor) {
                 incoming.antispamProfile().heuristicSettings().first, floor);
     }
   }
-  // None at some numbers.
+  // Null at some numbers.
   const PolicyRecipient outgoing(inside, outside, false, false);
   if (!outgoing.isNull()) {
     expectNew("outgoing policy", set, outgoing.authenticationAndAccess().authValue % kSecondPolicy,
@@ -291,32 +291,18 @@ void Follower::checkSettings(int set, const Applied& floor) {
   };
   switch (set) {
     case 0:
-      expect("mail server",
-             boundedText(
-                 CMF::RefApsSysClientSideCache<__aps_mailserver, GID_MAIL_SERVER>::instance(false)
-                     ->record()
-                     .host_name));
-      break;
+      return expect("mail server",
+                    boundedText(settings<__aps_mailserver, GID_MAIL_SERVER>()->record().host_name));
     case 1:
-      expect("system settings",
-             boundedText(
-                 CMF::RefApsSysClientSideCache<__aps_sys_global, GID_SYSTEM_GLOBAL>::instance(false)
-                     ->record()
-                     .host_name));
-      break;
+      return expect(
+          "system settings",
+          boundedText(settings<__aps_sys_global, GID_SYSTEM_GLOBAL>()->record().host_name));
     case 2:
-      expect(
-          "address map",
-          boundedText(CMF::RefApsSysClientSideCache<__aps_vip_map, GID_ADDRESS_MAP>::instance(false)
-                          ->record()
-                          .name));
-      break;
+      return expect("address map",
+                    boundedText(settings<__aps_vip_map, GID_ADDRESS_MAP>()->record().name));
     default:
-      expect("rules",
-             boundedText(
-                 CMF::RefApsSysClientSideCache<__aps_acl_ruleset, GID_ACL_RULESET>::instance(false)
-                     ->record()
-                     .name));
+      return expect("rules",
+                    boundedText(settings<__aps_acl_ruleset, GID_ACL_RULESET>()->record().name));
   }
 }
 

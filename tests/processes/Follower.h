@@ -1,8 +1,7 @@
-// Follows the attached store as a daemon does, and checks everything on the way: what the handlers
-// are told, that sets are seen whole, and that no answer is older than what has been applied.
+// Follows the attached store as a daemon does. Checks that handlers receive each change once, that
+// sets are whole, and that no answer is older than the applied revision.
 //
-// Lives as long as the process. What it finds wrong is handed to a function of the owner's, from
-// any thread.
+// Lives as long as the process. Reports what is wrong to a function of its owner, from any thread.
 #pragma once
 
 #include <atomic>
@@ -17,13 +16,13 @@
 #include <tuple>
 #include <vector>
 
-#include "Sets.h"
 #include "config/Event.h"
+#include "tests/processes/Sets.h"
 
 namespace Kestrav::Testing {
 
-// The last number of each record that handlers were told of. A change whose old number is not the
-// last new one has a change missing before it, or is told twice.
+// The number in the last change of each record. If the old number of the next change differs, a
+// change was lost or delivered twice.
 class Chains {
  public:
   using Complaint = std::function<void(const std::string&)>;
@@ -31,7 +30,7 @@ class Chains {
 
   explicit Chains(Complaint complaint) : complaint_(std::move(complaint)) {}
 
-  // An empty number: there is no such record.
+  // Empty when there is no such record.
   using Number = std::optional<std::uint32_t>;
   void change(const Key& key, Number before, Number after);
   void missed(unsigned gid);
@@ -42,22 +41,22 @@ class Chains {
   const Complaint complaint_;
   std::atomic<std::uint64_t> changes_{0};
   std::atomic<std::uint64_t> missed_{0};
-  std::map<Key, Number> last_;  // the event thread's
+  std::map<Key, Number> last_;  // used by the event thread only
 };
 
 class Follower {
  public:
-  // Listens from now on.
+  // Subscribes to the changes.
   explicit Follower(Chains::Complaint complaint);
   Follower(const Follower&) = delete;
   Follower& operator=(const Follower&) = delete;
 
-  // That many threads ask for answers until stopAsking().
+  // `threads` threads ask for answers until stopAsking().
   void startAsking(int threads);
   void stopAsking();
 
-  // Complains unless the changes observed are those of the store's journal, each once. True when
-  // the journal reaches back far enough to tell.
+  // Reports a difference between the observed changes and the store's journal. False when the
+  // journal does not reach back far enough.
   bool compareWithJournal();
 
   std::uint64_t asked() const { return asked_.load(); }

@@ -1,8 +1,8 @@
-// Followers and a writer that are killed and started again at any moment.
+// Followers and writers, killed and restarted at random moments.
 
 #include <algorithm>
 
-#include "SetsFixture.h"
+#include "tests/processes/SetsFixture.h"
 
 namespace Kestrav::Testing {
 namespace {
@@ -21,7 +21,7 @@ class Following : public SetsFixture {
     writer_->send("write 1000000");
   }
 
-  // At whatever it is doing: starting, reading, following.
+  // Kills it at any moment: while it starts, reads or follows.
   void replaceFollower(int index) {
     ++killed_;
     EXPECT_EQ(followers_[index]->kill(), "");
@@ -43,7 +43,7 @@ class Following : public SetsFixture {
   int killed_ = 0;
 };
 
-TEST_F(Following, NothingIsLostHalfSeenOrToldTwiceWhenProcessesDie) {
+TEST_F(Following, NoChangeIsLostTornOrRepeatedWhenProcessesDie) {
   SCOPED_TRACE("seed " + std::to_string(seed()));
   startWriter();
   for (auto& follower : followers_) follower = startFollower(kAskingThreads);
@@ -70,7 +70,7 @@ TEST_F(Following, NothingIsLostHalfSeenOrToldTwiceWhenProcessesDie) {
   writer_->kill();
   for (int index = 0; index < kFollowers; ++index) waitUntilReady(index);
 
-  // The last writer may have left anything behind; the next one finds it whole.
+  // The last writer may have been killed in a commit. The next one finds whole sets.
   PeerProcess last({"write", path(), "1"});
   ASSERT_EQ(last.line(), "ready");
   const Revision end = std::stoull(last.ask("write 50"));
@@ -90,7 +90,6 @@ TEST_F(Following, NothingIsLostHalfSeenOrToldTwiceWhenProcessesDie) {
   }
 }
 
-// Two writers take turns; each sees what the other wrote.
 TEST_F(Following, WritersDoNotUndoEachOther) {
   constexpr int kEach = 100;
   const auto reader = follower(kAskingThreads);
@@ -110,7 +109,6 @@ TEST_F(Following, WritersDoNotUndoEachOther) {
   EXPECT_EQ(reader->finish(), "");
 }
 
-// What each set's answers must be, by the numbers that the store holds.
 TEST_F(Following, AnswersAreThoseOfTheStore) {
   const auto reader = follower(0);
   for (std::uint32_t number = 2; number <= 13; ++number) {

@@ -1,5 +1,6 @@
-// The other processes of the tests: peer ROLE STORE [ARGUMENT...]. Commands come on stdin, one a
-// line, answers go to stdout; the end of stdin ends it. What it finds wrong it prints, and ends.
+// The program of the tests' other processes: peer ROLE STORE [ARGUMENT...]. Reads commands from
+// stdin, one per line, and writes answers to stdout. Ends at the end of stdin, or after it has
+// reported the first error.
 
 #include <sys/ptrace.h>
 #include <unistd.h>
@@ -11,11 +12,11 @@
 #include <map>
 #include <sstream>
 
-#include "Answers.h"
-#include "Follower.h"
-#include "Sets.h"
 #include "platform/common/Exception.h"
 #include "platform/config/store/ConfigStore.h"
+#include "tests/processes/Answers.h"
+#include "tests/processes/Follower.h"
+#include "tests/processes/Sets.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ void say(const std::string& text) {
   const std::string line = text + "\n";
   for (std::size_t done = 0; done < line.size();) {
     const ssize_t count = ::write(STDOUT_FILENO, line.data() + done, line.size() - done);
-    if (count <= 0) ::_exit(1);  // nobody listens any more
+    if (count <= 0) ::_exit(1);  // the test is gone
     done += static_cast<std::size_t>(count);
   }
 }
@@ -50,7 +51,7 @@ std::shared_ptr<Config::ConfigStore> openStore(const std::string& folder) {
   return Config::ConfigStore::open(folder, options);
 }
 
-// Follows with as many asking threads as ARGUMENT says.
+// ARGUMENT is the number of asking threads.
 void follow(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
   Config::ConfigStore::attach(store);
   auto& follower = *new Follower(complain);  // handlers may run until the process is gone
@@ -80,7 +81,7 @@ void follow(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& 
   follower.stopAsking();
 }
 
-// "write N": N commits; seeded with ARGUMENT.
+// ARGUMENT is the seed. The command "write N" makes N commits.
 void write(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
   std::mt19937 random(static_cast<unsigned>(numberAt(arguments, 0)));
   say("ready");
@@ -95,7 +96,7 @@ void write(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& a
   }
 }
 
-// One commit of all sets with number ARGUMENT, begun under the eyes of the parent, which traces it.
+// Commits all sets with number ARGUMENT, traced by the parent.
 void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
   Config::ChangeSet changes;
   for (int set = 0; set < kSets; ++set) {
@@ -111,7 +112,7 @@ void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Argume
   ::_exit(0);
 }
 
-// Reads with as many threads as ARGUMENT says; each holds on to what it reads.
+// ARGUMENT is the number of reading threads. Each keeps its snapshot.
 void read(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
   store->registerProcess("reader");
   std::vector<std::thread> threads;

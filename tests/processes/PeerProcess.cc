@@ -1,4 +1,4 @@
-#include "PeerProcess.h"
+#include "tests/processes/PeerProcess.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kPatience = 60'000;  // ms
 
-// Starts it with `descriptor` as standard input and output.
+// `descriptor` becomes standard input and output.
 pid_t start(const std::string& program, std::vector<std::string> arguments, int descriptor,
             bool errorsToo) {
   arguments.insert(arguments.begin(), program);
@@ -35,7 +35,7 @@ pid_t start(const std::string& program, std::vector<std::string> arguments, int 
   return pid;
 }
 
-// The other end is for the process to be started.
+// `otherEnd` is for the new process.
 int socketTo(int& otherEnd) {
   int ends[2];
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
@@ -45,7 +45,7 @@ int socketTo(int& otherEnd) {
   return ends[0];
 }
 
-// Appends what has come; false at the end.
+// Appends what has arrived. False at the end.
 bool receive(int socket, std::string& text) {
   pollfd wait{socket, POLLIN, 0};
   int ready = 0;

@@ -1,7 +1,6 @@
-// Another process of the gateway: the program "peer", started in one of its roles and spoken to
-// line by line. Killed, if still there, when the object goes.
+// A process that runs the program "peer" in one of its roles. Destroying the object kills it.
 //
-// Used by one thread. A peer that does not answer for a minute is an exception.
+// Used by one thread. Throws when the peer does not answer for a minute.
 #pragma once
 
 #include <sys/types.h>
@@ -13,30 +12,29 @@ namespace Kestrav::Testing {
 
 class PeerProcess {
  public:
-  // The arguments of the program, its role first.
+  // The program's arguments, the role first.
   explicit PeerProcess(std::vector<std::string> arguments);
   ~PeerProcess();
   PeerProcess(const PeerProcess&) = delete;
   PeerProcess& operator=(const PeerProcess&) = delete;
 
-  // What a dead peer is told is lost.
+  // Lost when the peer is dead.
   void send(const std::string& line);
-  // Its next line; empty at the end of its output.
+  // The next line of output, empty at the end.
   std::string line();
-  // Sends, and returns the one line of the answer.
+  // Sends a command whose answer is one line.
   std::string ask(const std::string& command);
-  // Sends, and returns the lines of the answer up to the one that says ".".
+  // Sends a command whose answer ends with the line ".".
   std::string askAll(const std::string& command);
 
   void signal(int number);
-  // Stops it; returns when no thread of it runs any more.
+  // Returns when no thread of the process runs any more.
   void suspend();
   void resume();
 
-  // Kills it. Returns what it had to complain about before: empty when the signal was what ended
-  // it.
+  // Kills it. Returns its error report, empty if there was none before the signal.
   std::string kill();
-  // Lets it end by itself. Returns what it had to complain about.
+  // Waits for it to end by itself. Returns its error report, empty if all is well.
   std::string finish();
 
   pid_t pid() const { return pid_; }
@@ -49,7 +47,7 @@ class PeerProcess {
   std::string unread_;
 };
 
-// What `program` printed and its exit code.
+// Exit code and output, stderr too, of a program.
 struct Outcome {
   int code;
   std::string output;

@@ -1,4 +1,4 @@
-#include "Sets.h"
+#include "tests/processes/Sets.h"
 
 #include "platform/common/Strings.h"
 #include "platform/config/records/FieldAccess.h"
@@ -15,7 +15,7 @@ using Config::OwnedRecord;
 using Config::Snapshot;
 using Config::StoredRecord;
 
-constexpr std::uint32_t kLast = 0;  // Part::before: the place does not matter
+constexpr std::uint32_t kLast = 0;  // for Part::before: any place
 
 std::string numbered(std::string_view text, std::uint32_t number) {
   return std::string(text) + "-" + std::to_string(number);
@@ -98,7 +98,7 @@ void Parts::addPolicies() {
   addIf(odd(), incoming(ownId(set_), kOwnDomain), kOwnDomain);
   add(incoming(firstId(set_), 0));
 
-  // Two that match the same mail, in either order, or none.
+  // Two policies that match the same mail, in either order, or none.
   const auto outgoing = [this](std::uint32_t id, std::uint32_t value) {
     return OutgoingPolicyRecord(static_cast<std::int32_t>(id))
         .sender(AddressKind::kDomain, domainOf(set_))
@@ -155,11 +155,11 @@ void Parts::addAddresses() {
   addIf(number_ % 3 != 0, TrustedAntispamMtaRecord(firstId(set_), address(30)));
 }
 
-// Settings that there is one of: each belongs to one set.
+// Single records: each belongs to one set.
 void Parts::addSettings() {
   switch (set_) {
     case 0: {
-      // The whole day but for its last minute, or no time at all.
+      // The whole day without its last minute, or an empty period.
       MailServerRecord server;
       server.deferredPeriod(0, 0, odd() ? 23 : 0, odd() ? 59 : 0);
       boundedCopy(server->host_name, numbered("mx", number_));

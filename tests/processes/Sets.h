@@ -1,8 +1,8 @@
-// Sets of records that belong together. All records of a set, over many tables and two
-// configuration domains, carry one number, and the number alone says which of them there are and in
-// which order. So whoever reads a set can tell whether it is whole, and how old it is.
+// Sets of records in many tables and two configuration domains. All records of a set carry the same
+// number, which also determines which of them exist and in which order. A reader of a set can
+// therefore check that the set is whole, and how old it is.
 //
-// A set is only ever written whole, in one change set.
+// A set is always written whole, in one change set.
 #pragma once
 
 #include <cstdint>
@@ -18,10 +18,10 @@
 namespace Kestrav::Testing {
 
 inline constexpr int kSets = 4;
-// Where the sets' own policies and profiles stand.
+// The configuration domain of the sets' own policies and profiles.
 inline constexpr ngid_t kOwnDomain = 7;
 
-// Ids of a set's records: the first, a second of the same table, and that of the own domain.
+// Ids of a set's records: the first of a table, the second one, and that in the own domain.
 constexpr std::uint32_t firstId(int set) {
   return 100 + static_cast<std::uint32_t>(set);
 }
@@ -34,30 +34,30 @@ constexpr std::uint32_t ownId(int set) {
 std::string domainOf(int set);
 std::string wordOf(int set);
 
-// Carried by the second outgoing policy, so that the two can be told apart.
+// Added to the number in the second outgoing policy, which distinguishes it from the first.
 inline constexpr std::uint32_t kSecondPolicy = 1'000'000;
 
 struct Part {
   const Config::Table* table;
   ngid_t domain;
   std::uint32_t id;
-  std::optional<Config::OwnedRecord> record;  // none: there must be no such record
-  std::uint32_t before = 0;                   // the record's place, when it matters
+  std::optional<Config::OwnedRecord> record;  // none when there must be no such record
+  std::uint32_t before = 0;                   // id of the record after it; 0 for any place
 };
 
 std::vector<Part> partsOf(int set, std::uint32_t number);
 
 void putSet(Config::ChangeSet& changes, int set, std::uint32_t number);
-// All sets at number 1, and what they share, which never changes.
+// All sets with number 1, and the records that they share, which never change.
 Config::Revision putAllSets(Config::ConfigStore& store);
 
-// 0 when the set is not there.
+// 0 when there is no such set.
 std::uint32_t numberOf(const Config::Snapshot& snapshot, int set);
-// What is not as the set's number says; empty when the set is whole.
+// The first record that does not agree with the set's number. Empty when the set is whole.
 std::string brokenPart(const Config::Snapshot& snapshot, int set);
 
-// Writes some of the sets, with the number of the revision that this makes. Any number of writers
-// may call it.
+// Writes some of the sets. Their number is that of the new revision. Any number of writers may call
+// it at once.
 Config::Revision writeSomeSets(Config::ConfigStore& store, std::mt19937& random);
 
 // The number at the end of a text such as "mx-12".

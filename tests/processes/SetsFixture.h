@@ -1,4 +1,4 @@
-// A store with all sets in it, and peers that work on it.
+// A store that holds all sets, and peers that use it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include <random>
 #include <string>
 
-#include "PeerProcess.h"
-#include "Sets.h"
+#include "tests/processes/PeerProcess.h"
+#include "tests/processes/Sets.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Testing {
@@ -38,7 +38,7 @@ class SetsFixture : public ::testing::Test {
         std::vector<std::string>{"follow", path(), std::to_string(askingThreads)});
   }
 
-  // What a process answers that has never seen another revision.
+  // The answers of a new process, which has seen only the newest revision.
   std::string freshAnswers() {
     const auto fresh = follower(0);
     std::string answers = fresh->askAll("answers");
@@ -46,7 +46,7 @@ class SetsFixture : public ::testing::Test {
     return answers;
   }
 
-  // As the store has it, whatever has been published.
+  // Read from the store: a commit may not have published its revision yet.
   Config::Revision storedRevision() { return store_->snapshot().revision(); }
 
   void expectWholeSets() {
@@ -59,15 +59,15 @@ class SetsFixture : public ::testing::Test {
     ASSERT_EQ(peer.ask("await " + std::to_string(revision)), "applied");
   }
 
-  // Seeded anew each time; a failure names the seed.
+  // Different in each run. Failures name it.
   static unsigned seed() {
     static const unsigned chosen = std::random_device{}();
     return chosen;
   }
 
  private:
-  // A time zone in which it is about noon, for the peers: the sets' settings tell apart times of
-  // day that noon is far from.
+  // Gives the peers a time zone in which it is about noon: far from the bounds of the deferred
+  // periods in the sets.
   static void liveAtNoon() {
     const std::time_t now = std::time(nullptr);
     std::tm utc{};

@@ -1,14 +1,14 @@
-// Many short lives: what a process takes of the shared files is free again once it is gone.
+// What a process takes of the shared files is free again after its end, even if it is killed.
 
 #include <array>
 #include <list>
 
-#include "SetsFixture.h"
+#include "tests/processes/SetsFixture.h"
 
 namespace Kestrav::Testing {
 namespace {
 
-constexpr int kProcesses = 300;  // more than there are places for processes
+constexpr int kProcesses = 300;  // more than the shared area has slots for processes
 constexpr int kThreads = 3;
 constexpr unsigned kReaderSlots = 64;  // far fewer than there are threads
 constexpr std::size_t kAtOnce = 6;
@@ -41,7 +41,7 @@ TEST_F(Slots, AreFreeAgainAfterProcessesThatWereKilledAtAnyMoment) {
   for (int started = 0; started < kProcesses; ++started) {
     SCOPED_TRACE(started);
     living.push_back(reader());
-    // Some get no further than their start, some are told to go.
+    // Some are killed while they start, some end by themselves.
     if (random() % 2 == 0) {
       ASSERT_EQ(living.back()->line(), "ready");
       ++ready;
@@ -65,7 +65,7 @@ TEST_F(Slots, AreFreeAgainAfterProcessesThatWereKilledAtAnyMoment) {
   EXPECT_EQ(store().statistics().readerSlots, kReaderSlots);
   EXPECT_TRUE(store().processes().empty());
 
-  // All of it can be used.
+  // All slots can be used again.
   std::vector<std::unique_ptr<PeerProcess>> all;
   while (all.size() < (kReaderSlots - before) / (kThreads + 1)) {
     all.push_back(reader());
@@ -90,8 +90,7 @@ TEST_F(Slots, OfAFollowerThatEndsAreFreeAtOnce) {
   EXPECT_EQ(store().statistics().readersInUse, before);
 }
 
-// The journal is not kept for the dead.
-TEST_F(Slots, OfADeadFollowerHoldNothingBack) {
+TEST_F(Slots, OfADeadFollowerDoNotKeepTheJournal) {
   Config::ConfigStore::Options options;
   options.journalEntries = 10;
   const auto other = Config::ConfigStore::open(folder() / "other", options);

@@ -1,4 +1,4 @@
-#include "TracedWriter.h"
+#include "tests/processes/TracedWriter.h"
 
 #include <linux/futex.h>
 #include <signal.h>
@@ -26,7 +26,7 @@ bool TracedWriter::advance(int request) {
   if (::ptrace(static_cast<__ptrace_request>(request), process_.pid(), nullptr, nullptr) != 0) {
     throw std::runtime_error("cannot trace the writer");
   }
-  // Its end is left to be found by whoever owns the process.
+  // WNOWAIT: an exit is left for PeerProcess to reap.
   siginfo_t info{};
   if (::waitid(P_PID, static_cast<id_t>(process_.pid()), &info, WEXITED | WSTOPPED | WNOWAIT) !=
           0 ||

@@ -1,31 +1,31 @@
-// A process that makes one commit of all sets, held before each of its steps so that it can be
-// killed at a chosen one. Used by the thread that made it.
+// A process that commits all sets step by step, so that a test can kill it at a chosen one. Used by
+// the thread that made it.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "PeerProcess.h"
+#include "tests/processes/PeerProcess.h"
 
 namespace Kestrav::Testing {
 
 class TracedWriter {
  public:
-  // Stands right before the commit, with which all sets get `number`.
+  // Stopped before the commit, which gives all sets `number`.
   TracedWriter(const std::string& store, std::uint32_t number);
 
-  // False where the system forbids tracing.
+  // False when the system forbids tracing.
   bool traced() const { return traced_; }
 
-  // Goes on to the next entry into the kernel or return from it, or by one instruction. False when
-  // the process has ended instead.
+  // Runs to the next entry into or return from a system call, or by one instruction. False when the
+  // process has ended.
   bool toNextSystemCall();
   bool step();
-  // Whether it is about to wake all who wait for a word in memory.
+  // Whether it is about to wake all waiters of a futex.
   bool aboutToWake() const;
 
   void kill();
-  // The process ended by itself, well.
+  // Whether the process ended by itself, with success.
   bool finished();
 
  private:

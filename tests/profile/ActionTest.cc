@@ -8,16 +8,10 @@
 
 #include "ActionContainer.h"
 #include "platform/parser/Rfc2047.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
-
-namespace {
-
-EmailAddress address(const char* text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
-
-}  // namespace
+using Kestrav::Testing::address;
 
 TEST(Action, IsMadeEmptyButForItsType) {
   const Action action(ActionTypes::kArchive);

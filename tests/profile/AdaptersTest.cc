@@ -34,7 +34,7 @@ std::vector<std::string> patterns(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-TEST(HeaderListAdapter, AddsEntriesInOrderAndPassesOverEmptyOnes) {
+TEST(HeaderListAdapter, AddsEntriesInOrderAndSkipsEmptyOnes) {
   const auto list = entries<__aps_hideheader_list_t>({"Received", "", "X-Mailer"});
   StringContainer out;
   adapter(out, 3, list.data());
@@ -48,7 +48,7 @@ TEST(HeaderListAdapter, TakesNoMoreThanTheCount) {
   EXPECT_THAT(out.strings(), ElementsAre("Received"));
 }
 
-TEST(HostListAdapter, AppendsEntriesInOrderAndPassesOverEmptyOnes) {
+TEST(HostListAdapter, AppendsEntriesInOrderAndSkipsEmptyOnes) {
   const auto list = entries<aps_fqdn_t>({"b.example", "", "a.example"});
   std::list<std::string> out{"first.example"};
   adapter(out, 3, list.data());
@@ -80,11 +80,11 @@ TEST(Adapters, CountBelowOneAddsNothing) {
   }
 }
 
-TEST(AddressListAdapter, BareDomainStandsForItsAddressesAndThoseOfItsSubdomains) {
+TEST(AddressListAdapter, BareDomainMeansItsAddressesAndThoseOfItsSubdomains) {
   EXPECT_THAT(patterns({"example.com"}), ElementsAre("*@example.com", "*@*.example.com"));
 }
 
-TEST(AddressListAdapter, BlanksAroundAnEntryDoNotCount) {
+TEST(AddressListAdapter, BlanksAroundAnEntryAreIgnored) {
   EXPECT_THAT(patterns({"  example.com\t"}), ElementsAre("*@example.com", "*@*.example.com"));
   EXPECT_THAT(patterns({" user@example.com "}), ElementsAre("user@example.com"));
   EXPECT_THAT(patterns({" 192.0.2.1 "}), ElementsAre("192.0.2.1"));
@@ -99,12 +99,12 @@ TEST(AddressListAdapter, SingleIpAddressIsAddedUnchanged) {
   EXPECT_THAT(patterns({"192.0.2.1", "2001:db8::1"}), ElementsAre("192.0.2.1", "2001:db8::1"));
 }
 
-TEST(AddressListAdapter, MaskThatIsNoSingleAddressGetsAnOpenEnd) {
+TEST(AddressListAdapter, MaskOfSeveralAddressesGetsAnOpenEnd) {
   EXPECT_THAT(patterns({"192.0.2"}), ElementsAre("192.0.2.*"));
   EXPECT_THAT(patterns({"192.0.2.0/24"}), ElementsAre("192.0.2.0/24.*"));
 }
 
-TEST(AddressListAdapter, EmptyAndBlankEntriesArePassedOver) {
+TEST(AddressListAdapter, EmptyAndBlankEntriesAreSkipped) {
   EXPECT_THAT(patterns({"", "   ", "\t", "user@example.com"}), ElementsAre("user@example.com"));
 }
 

@@ -1,4 +1,4 @@
-// How an antispam action record becomes actions, and how a profile finds its action records.
+// Antispam action records: the actions that they become, and which record a profile uses.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,11 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "AntispamProfile.h"
-#include "Gateway.h"
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
 #include "platform/parser/Rfc2047.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -20,16 +21,11 @@ using testing::IsEmpty;
 
 namespace {
 
-EmailAddress address(const char* text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
-
 ProfileAntiSpam profileWithDefault(std::uint32_t action, int domain = 0) {
-  const AntispamRecord record = AntispamRecord(freshId()).defaultAction(action);
-  return ProfileAntiSpam(domain, static_cast<int>(record->id), record.data());
+  return profileOf(AntispamRecord(freshId()).defaultAction(action), domain);
 }
 
-// The actions that a profile makes of the record.
+// The actions of a profile whose default action is the record.
 ActionContainer converted(const AntispamActionRecord& record) {
   put(record);
   return profileWithDefault(record->id).actions();
@@ -47,7 +43,7 @@ std::vector<ActionType> types(const ActionContainer& actions) {
 
 }  // namespace
 
-TEST(AntispamAction, RecordThatAsksForNothingGivesNothing) {
+TEST(AntispamAction, EmptyRecordGivesNoAction) {
   EXPECT_THAT(types(converted(action())), IsEmpty());
 }
 
@@ -166,7 +162,7 @@ TEST(AntispamAction, UnknownDispositionStillTags) {
               ElementsAre(0x8, 0x10));
 }
 
-TEST(AntispamAction, OptionsCountWhateverTheirByteHolds) {
+TEST(AntispamAction, EachNonZeroByteTurnsItsOptionOn) {
   AntispamActionRecord record = action()
                                     .alternateHost("relay.example")
                                     .blindCopy("a@example.com")
@@ -196,7 +192,7 @@ TEST(AntispamAction, ActionsAreInAFixedOrder) {
               ElementsAre(0x20, 0x40000, 0x80000, 0x100000, 0x800000, 0x8, 0x10));
 }
 
-// --- Which record
+// --- Which record is used
 
 TEST(AntispamActionLookup, DomainsOwnRecordComesBeforeTheSystems) {
   const std::uint32_t id = freshId();
@@ -213,8 +209,8 @@ TEST(AntispamActionLookup, AppliesToClassifiersToo) {
   const ngid_t domain = freshId();
   put(AntispamActionRecord(id).archive(1));
   putInto(domain, AntispamActionRecord(id).archive(2));
-  const AntispamRecord record = AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, id);
-  const ProfileAntiSpam profile(static_cast<int>(domain), 1, record.data());
+  const ProfileAntiSpam profile = profileOf(
+      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, id), static_cast<int>(domain));
   EXPECT_EQ(label(profile.individualAction(CLASSIFIER_DMARC)), 2u);
 }
 
@@ -228,21 +224,19 @@ TEST(AntispamActionLookup, RecordOfAnotherDomainIsNotFound) {
 TEST(AntispamActionLookup, UnknownActionLeavesTheClassifierWithTheDefault) {
   const std::uint32_t id = freshId();
   put(AntispamActionRecord(id).archive(1));
-  const AntispamRecord record =
-      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, freshId()).defaultAction(id);
-  const ProfileAntiSpam profile(0, 1, record.data());
+  const ProfileAntiSpam profile = profileOf(
+      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, freshId()).defaultAction(id));
   EXPECT_TRUE(profile.dmarc());
   EXPECT_TRUE(profile.individualAction(CLASSIFIER_DMARC) == profile.actions());
 }
 
-// A found record is an entry even when nothing comes of it: the default does not show through.
-TEST(AntispamActionLookup, RecordThatAsksForNothingIsAnAnswer) {
+// The default action replaces a missing record, not one without actions.
+TEST(AntispamActionLookup, RecordWithoutActionsIsUsed) {
   const std::uint32_t nothing = freshId();
   const std::uint32_t fallback = freshId();
   put(AntispamActionRecord(nothing), AntispamActionRecord(fallback).archive(1));
-  const AntispamRecord record =
-      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, nothing).defaultAction(fallback);
-  const ProfileAntiSpam profile(0, 1, record.data());
+  const ProfileAntiSpam profile = profileOf(
+      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, nothing).defaultAction(fallback));
   EXPECT_TRUE(profile.individualAction(CLASSIFIER_DMARC).empty());
   EXPECT_EQ(label(profile.actions()), 1u);
 }
@@ -289,9 +283,8 @@ TEST(AntispamDefaultAction, OptionsOfOtherActionsDoNotCount) {
   const AntispamActionRecord record =
       action().quarantineOptions(true, true, true, true).quarantineDays(30);
   put(record);
-  const AntispamRecord profileRecord =
-      AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, record->id);
-  const ProfileAntiSpam profile(0, 1, profileRecord.data());
+  const ProfileAntiSpam profile =
+      profileOf(AntispamRecord(freshId()).dmarc().action(CLASSIFIER_DMARC, record->id));
   EXPECT_EQ(switchedOn(profile), (std::set<std::string>{"systemList", "userList", "dmarc"}));
   EXPECT_EQ(profile.quarantineAutoDeleteDays(), 0u);
 }

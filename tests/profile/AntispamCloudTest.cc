@@ -1,9 +1,9 @@
-// The cloud rating service: its checks, and what their verdicts lead to.
+// The cloud rating service: its checks, and the actions of their verdicts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AntispamProfile.h"
-#include "Gateway.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -13,20 +13,16 @@ using testing::Pair;
 
 namespace {
 
-constexpr std::uint32_t kNobody = 999'999'999;  // the id of no record
+constexpr std::uint32_t kNoRecord = 999'999'999;
 
-// An action of the system, told by its label.
+// The id of a new action of the system, marked with `label`.
 std::uint32_t action(std::uint32_t label) {
   const std::uint32_t id = freshId();
   put(AntispamActionRecord(id).archive(label));
   return id;
 }
 
-ProfileAntiSpam profileOf(const AntispamRecord& record) {
-  return ProfileAntiSpam(0, static_cast<int>(record->id), record.data());
-}
-
-// The service on, with actions labelled 7, 49 and 58.
+// The service is on. Its actions are labelled 7, 49 and 58.
 AntispamRecord cloudRecord() {
   return AntispamRecord(freshId())
       .norbex()
@@ -48,7 +44,7 @@ TEST(AntispamCloud, ServiceAloneHasOnlyItsOwnAction) {
 
 TEST(AntispamCloud, ChecksHaveTheirOwnActions) {
   const ProfileAntiSpam profile =
-      profileOf(cloudRecord().norbexExtendedCheck().uriCategoryCheck(kNobody));
+      profileOf(cloudRecord().norbexExtendedCheck().uriCategoryCheck(kNoRecord));
   EXPECT_THAT(ownActions(profile), ElementsAre(Pair(7, 7), Pair(49, 49), Pair(58, 58)));
   EXPECT_TRUE(profile.norbexAntiSpamSettings().extendedCheck);
   EXPECT_TRUE(profile.norbexAntiSpamSettings().uriCategoryCheck);
@@ -58,8 +54,8 @@ TEST(AntispamCloud, ChecksHaveTheirOwnActions) {
 TEST(AntispamCloud, ChecksWithoutAnActionTakeTheServices) {
   const ProfileAntiSpam profile = profileOf(cloudRecord()
                                                 .norbexExtendedCheck()
-                                                .uriCategoryCheck(kNobody)
-                                                .action(CLASSIFIER_NORBEX_OPTION, kNobody)
+                                                .uriCategoryCheck(kNoRecord)
+                                                .action(CLASSIFIER_NORBEX_OPTION, kNoRecord)
                                                 .action(CLASSIFIER_NORBEX_URI_CATEGORY, 0));
   EXPECT_THAT(ownActions(profile), ElementsAre(Pair(7, 7), Pair(49, 7), Pair(58, 7)));
   EXPECT_TRUE(profile.individualAction(CLASSIFIER_NORBEX_OPTION) ==
@@ -69,20 +65,20 @@ TEST(AntispamCloud, ChecksWithoutAnActionTakeTheServices) {
 TEST(AntispamCloud, ChecksOfAServiceWithoutAnActionTakeTheDefault) {
   const ProfileAntiSpam profile = profileOf(cloudRecord()
                                                 .norbexExtendedCheck()
-                                                .uriCategoryCheck(kNobody)
-                                                .action(CLASSIFIER_NORBEX_ANTISPAM, kNobody)
-                                                .action(CLASSIFIER_NORBEX_OPTION, kNobody)
-                                                .action(CLASSIFIER_NORBEX_URI_CATEGORY, kNobody));
+                                                .uriCategoryCheck(kNoRecord)
+                                                .action(CLASSIFIER_NORBEX_ANTISPAM, kNoRecord)
+                                                .action(CLASSIFIER_NORBEX_OPTION, kNoRecord)
+                                                .action(CLASSIFIER_NORBEX_URI_CATEGORY, kNoRecord));
   EXPECT_THAT(ownActions(profile), IsEmpty());
   EXPECT_EQ(label(profile.individualAction(CLASSIFIER_NORBEX_OPTION)), 1u);
 }
 
 TEST(AntispamCloud, EachCheckFallsBackByItself) {
   const ProfileAntiSpam extended =
-      profileOf(cloudRecord().norbexExtendedCheck().action(CLASSIFIER_NORBEX_OPTION, kNobody));
+      profileOf(cloudRecord().norbexExtendedCheck().action(CLASSIFIER_NORBEX_OPTION, kNoRecord));
   EXPECT_THAT(ownActions(extended), ElementsAre(Pair(7, 7), Pair(49, 7)));
   const ProfileAntiSpam uri = profileOf(
-      cloudRecord().uriCategoryCheck(kNobody).action(CLASSIFIER_NORBEX_URI_CATEGORY, kNobody));
+      cloudRecord().uriCategoryCheck(kNoRecord).action(CLASSIFIER_NORBEX_URI_CATEGORY, kNoRecord));
   EXPECT_THAT(ownActions(uri), ElementsAre(Pair(7, 7), Pair(58, 7)));
 }
 
@@ -118,7 +114,7 @@ TEST(AntispamCloud, WebFilterBelongsToTheUriCategoryCheck) {
 }
 
 TEST(AntispamCloud, UnknownWebFilterIsNull) {
-  const ProfileAntiSpam profile = profileOf(cloudRecord().uriCategoryCheck(kNobody));
+  const ProfileAntiSpam profile = profileOf(cloudRecord().uriCategoryCheck(kNoRecord));
   EXPECT_TRUE(profile.profileWebFilter().isNull());
   EXPECT_TRUE(profile.norbexAntiSpamSettings().uriCategoryCheck);
 }

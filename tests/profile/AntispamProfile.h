@@ -1,4 +1,5 @@
-// What a caller can see of an antispam profile, in a form that compares and prints.
+// Antispam profiles of hand-made records, and what their accessors return, in a form that compares
+// and prints.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +8,14 @@
 #include <string>
 
 #include "ProfileAntiSpam.h"
+#include "tests/support/Builders.h"
 
 namespace Kestrav::Testing {
+
+// The profile of the record, as if the record was found in `domain`.
+inline ProfileAntiSpam profileOf(const AntispamRecord& record, int domain = 0) {
+  return ProfileAntiSpam(domain, static_cast<int>(record->id), record.data());
+}
 
 struct Switch {
   const char* name;
@@ -50,7 +57,7 @@ inline std::set<std::string> switchedOn(const ProfileAntiSpam& profile) {
   return on;
 }
 
-// Where the record says which action a classifier's verdict leads to.
+// The offset of the record's id of the action for a classifier's verdict.
 struct ActionField {
   ClassifierType classifier;
   std::size_t offset;
@@ -76,13 +83,13 @@ inline constexpr ActionField kActionFields[] = {
 };
 inline constexpr std::size_t kDefaultActionField = 676;
 
-// The archive account of the container's first action, 0 for none: the tests' actions are told
-// apart by it.
+// The archive account of the container's first action, 0 for none. Tests mark their actions with
+// it.
 inline std::uint32_t label(const ActionContainer& actions) {
   return actions.empty() ? 0 : actions.actions().front().archiveRecipientId();
 }
 
-// Classifiers with actions of their own, and their label.
+// The labels of the classifiers whose actions are not the default ones.
 inline std::map<int, std::uint32_t> ownActions(const ProfileAntiSpam& profile) {
   std::map<int, std::uint32_t> own;
   for (const ActionField& field : kActionFields) {

@@ -4,17 +4,13 @@
 #include <cstring>
 #include <string>
 
-#include "Gateway.h"
-#include "ProfileAntiSpam.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 namespace {
-
-ProfileAntiSpam profileOf(const AntispamRecord& record) {
-  return ProfileAntiSpam(0, static_cast<int>(record->id), record.data());
-}
 
 using Scanner = Ref<DictionaryScannerImpl>;
 
@@ -43,7 +39,7 @@ TEST_P(WordScanner, IsNamedAfterTheProfile) {
   EXPECT_EQ(made("", {{"word"}})->name(), GetParam().suffix);
 }
 
-TEST_P(WordScanner, PassesOverEmptyEntries) {
+TEST_P(WordScanner, SkipsEmptyEntries) {
   EXPECT_EQ(made("strict", {{""}, {"one"}, {""}, {"two"}})->size(), 2u);
 }
 
@@ -64,7 +60,7 @@ TEST_P(WordScanner, LooksWhereTheEntrySays) {
       {true, true, kDictionaryScopeSubject, true},
       {true, true, kDictionaryScopeBodyText, true},
       {true, true, kDictionaryScopeBodyHtml, true},
-      // An item without a place is looked for in every place.
+      // A word without a place is searched for in every place.
       {false, false, kDictionaryScopeSubject, true},
       {false, false, kDictionaryScopeBodyText, true},
   };
@@ -83,7 +79,7 @@ TEST_P(WordScanner, CountsWholeWordsInEitherCaseOneByOne) {
   EXPECT_EQ(score(scanner, "lottery lottery win"), 3);
 }
 
-TEST_P(WordScanner, TakesWordsAsTheyStand) {
+TEST_P(WordScanner, TakesWordsLiterally) {
   const Scanner scanner = made("strict", {{"a.c"}, {"b*d"}});
   EXPECT_EQ(score(scanner, "a.c"), 1);
   EXPECT_EQ(score(scanner, "abc bxd"), 0);
@@ -118,7 +114,7 @@ TEST(WordScanners, WordWithoutAnEndEndsWithItsField) {
   std::memset(words[0].text, 'w', sizeof(words[0].text));
   const ProfileAntiSpam profile = profileOf(record);
   ASSERT_EQ(profile.bannedWordDictionaryScanner()->size(), 1u);
-  // An item's text has an end: it holds one byte less.
+  // A dictionary item's text ends with a zero byte, so it holds one character less.
   EXPECT_EQ(score(profile.bannedWordDictionaryScanner(), std::string(255, 'w').c_str()), 1);
   EXPECT_EQ(score(profile.bannedWordDictionaryScanner(), std::string(256, 'w').c_str()), 0);
 }
@@ -128,7 +124,7 @@ TEST(AntispamDictionary, NameIsThatOfADictionaryOrOfAGroup) {
   const std::uint32_t other = freshId();
   const std::uint32_t group = freshId();
   const std::string name = "words-" + std::to_string(dictionary);
-  // The dictionary and the group have one name and different words.
+  // The dictionary and the group have the same name but different words.
   put(DictionaryRecord(dictionary, name), DictionaryRecord(other, "other-" + name),
       DictionaryGroupRecord(group, name), DictionaryGroupItemRecord(freshId(), group, other),
       DictionaryItemRecord(freshId(), dictionary, "lottery").score(3),

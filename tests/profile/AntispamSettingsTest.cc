@@ -1,13 +1,13 @@
-// Settings that antispam profiles take from single-record tables.
+// Settings of antispam profiles that come from single-record tables.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 #include <string>
 
-#include "Gateway.h"
-#include "ProfileAntiSpam.h"
-#include "platform/parser/EmailAddress.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -15,12 +15,11 @@ using namespace Kestrav::Testing;
 namespace {
 
 DeepHeaderSettings deepHeader(bool on) {
-  const AntispamRecord record = AntispamRecord(freshId()).deepHeader(on);
-  return ProfileAntiSpam(0, 1, record.data()).deepHeaderSettings();
+  return profileOf(AntispamRecord(freshId()).deepHeader(on)).deepHeaderSettings();
 }
 
 unsigned int accountType(const std::string& text) {
-  return ProfileAntiSpam::controlAccountType(EmailAddress::rfc5321Parse(text, false));
+  return ProfileAntiSpam::controlAccountType(address(text));
 }
 
 void reload() {
@@ -118,7 +117,7 @@ TEST(SystemAntispamSettings, StayUntilTheyAreReloaded) {
   EXPECT_EQ(ProfileAntiSpam::bayesianSystemSettings(true)->account1, "new");
 }
 
-TEST(ControlAccount, IsToldByItsLocalPart) {
+TEST(ControlAccount, IsRecognisedByItsLocalPart) {
   put(SystemAntispamRecord()
           .quarantineControl("release", "delete")
           .bayesianControl("train.example", "is-spam", "not-spam", "learn-spam", "learn-ham"));
@@ -134,12 +133,12 @@ TEST(ControlAccount, IsToldByItsLocalPart) {
            Case{"not-spam@example.com", 1},
            Case{"learn-spam@example.com", 1},
            Case{"learn-ham@other.example", 1},
-           Case{"Release@example.com", 2},  // letter case does not count
+           Case{"Release@example.com", 2},  // letter case is ignored
            Case{"LEARN-HAM@example.com", 1},
            Case{"user@example.com", 0},
            Case{"release2@example.com", 0},
            Case{"releas@example.com", 0},
-           Case{"train.example@example.com", 0},  // the domain is no account
+           Case{"train.example@example.com", 0},  // the text of the domain field is not an account
            Case{"user@train.example", 0},
        }) {
     SCOPED_TRACE(row.address);

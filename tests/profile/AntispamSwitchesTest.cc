@@ -1,5 +1,5 @@
-// Every byte and bit of an antispam record: which accessors show it, what has to be parsed for it,
-// and which action becomes that of its classifier.
+// Every byte and bit of an antispam record: the accessors that it turns on, the parts of a message
+// that it needs parsed, and its classifier's action.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "AntispamProfile.h"
-#include "Gateway.h"
+#include "tests/profile/AntispamProfile.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -23,7 +23,7 @@ namespace {
 using Switches = std::set<std::string>;
 using Classifiers = std::set<int>;
 
-constexpr std::uint32_t kLabelBase = 100'000;  // an action's label: this and its field's offset
+constexpr std::uint32_t kLabelBase = 100'000;  // an action's label is this plus its field's offset
 
 // The system's actions, one for each field of the record, and a dictionary.
 struct World {
@@ -54,7 +54,7 @@ unsigned char* bytes(AntispamRecord& record) {
   return reinterpret_cast<unsigned char*>(&record.record());
 }
 
-// All scanners off, but with everything that a scanner needs and an action for each.
+// All scanners are off, but each has what it needs to be turned on, and an action.
 AntispamRecord quietRecord() {
   AntispamRecord record(freshId());
   record.name("quiet");
@@ -65,10 +65,6 @@ AntispamRecord quietRecord() {
     std::memcpy(bytes(record) + offset, &id, sizeof(id));
   }
   return record;
-}
-
-ProfileAntiSpam profileOf(const AntispamRecord& record, int domain = 0) {
-  return ProfileAntiSpam(domain, static_cast<int>(record->id), record.data());
 }
 
 std::map<int, std::uint32_t> labels(const Classifiers& classifiers) {
@@ -89,7 +85,7 @@ struct Bit {
   Classifiers actions;
 };
 
-// What is not listed switches nothing on.
+// Bits that are not listed turn nothing on.
 const Bit kBits[] = {
     {260, 0x01, {"heuristic"}, 0x10, {10}},      {260, 0x02, {"bayesian"}, 0x1, {9}},
     {260, 0x08, {"norbexAntiSpam"}, 0x100, {7}}, {260, 0x10, {"rbl"}, 0x40, {5}},
@@ -111,7 +107,7 @@ Bit expected(std::size_t offset, unsigned char value) {
 
 }  // namespace
 
-TEST(AntispamSwitches, EachBitStandsForItself) {
+TEST(AntispamSwitches, EachBitTurnsOnItsOwnSwitch) {
   for (std::size_t offset = 260; offset <= 272; ++offset) {
     for (unsigned value = 1; value <= 0x80; value <<= 1) {
       SCOPED_TRACE("byte " + std::to_string(offset) + " value " + std::to_string(value));
@@ -139,7 +135,7 @@ TEST(AntispamSwitches, AllTogetherJoinTheirParseBits) {
   for (const Switch& accessor : kSwitches) all.insert(accessor.name);
   for (const char* option : {"quarantineReport", "quarantineEmailRelease", "quarantineWebRelease",
                              "quarantineWhitelistSender"}) {
-    all.erase(option);  // these are the default action's
+    all.erase(option);  // set by the default action
   }
   EXPECT_EQ(switchedOn(profile), all);
   Classifiers classifiers;
@@ -301,7 +297,7 @@ TEST(AntispamSwitches, NameWithoutAnEndEndsWithItsField) {
 TEST(AntispamSwitches, NullRecordSwitchesEverythingOff) {
   const ProfileAntiSpam profile(0, 9, nullptr);
   ASSERT_FALSE(profile.isNull());
-  EXPECT_THAT(switchedOn(profile), IsEmpty());  // the two lists included
+  EXPECT_THAT(switchedOn(profile), IsEmpty());  // the system and user lists too
   EXPECT_EQ(profile.type(), 1u);
   EXPECT_EQ(profile.id(), 0);
   EXPECT_EQ(profile.name(), "");

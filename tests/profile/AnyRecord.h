@@ -1,4 +1,4 @@
-// A record of any table, with an id of its own and, where its table has one, a name.
+// A record of any table, with a fresh id and, if the table has names, a fresh name.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "Gateway.h"
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/Tables.h"
+#include "tests/profile/Gateway.h"
 
 namespace Kestrav::Testing {
 
@@ -38,7 +38,7 @@ class AnyRecord {
     changes.put(table_.gid, domain, record_.data());
   }
 
-  // Changes something that its readers do not mind.
+  // Changes one field to another valid value.
   void touch() {
     for (const Config::Field& field : table_.type->fields) {
       switch (field.kind) {
@@ -60,7 +60,7 @@ class AnyRecord {
   }
 
  private:
-  // Gives a text of its own to the field.
+  // Sets the field to a text that no other record has.
   void name(const Config::Field& field) {
     const std::uint32_t number = freshId();
     const bool isAddress = field.syntax == "ip-mask";

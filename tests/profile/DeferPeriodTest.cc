@@ -25,6 +25,8 @@ TEST(DeferPeriod, HoldsFromItsStartToItsEnd) {
       {"a span over midnight, its end", 1320, 360, 360, false},
       {"a span over midnight, at noon", 1320, 360, 720, false},
       {"no span", 600, 600, 600, false},
+      {"the whole day, its first minute", 0, 1440, 0, true},
+      {"the whole day, its last minute", 0, 1440, 1439, true},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -39,7 +41,7 @@ TEST(DeferPeriod, IsOffAtFirst) {
   EXPECT_FALSE(DeferPeriod()());
 }
 
-// In a zone of its own, away from UTC by neither whole hours nor a whole day.
+// A time zone that differs from UTC by hours and minutes.
 class LocalZone {
  public:
   LocalZone() {
@@ -69,21 +71,20 @@ TEST(DeferPeriod, GoesByTheLocalMinuteOfTheDay) {
     period.end = end;
     return period();
   };
-  bool within = false, behind = true, around = true;
+  bool within = false, after = true, around = true;
   std::int64_t minute;
-  do {  // once more when a minute ends meanwhile
+  do {  // again when a minute ended meanwhile
     minute = minuteNow();
     within = holds(minute, minute + 1);
-    behind = holds(minute + 1, minute + 2);
+    after = holds(minute + 1, minute + 2);
     around = holds(minute + 1, minute);
   } while (minute != minuteNow());
   EXPECT_TRUE(within);
-  EXPECT_FALSE(behind);
+  EXPECT_FALSE(after);
   EXPECT_FALSE(around);
 }
 
-TEST(DeferPeriod, AndItsComplementShareTheDay) {
-  // The span and its complement: at any time exactly one of them holds.
+TEST(DeferPeriod, EitherItOrItsComplementHoldsAtEachMinute) {
   DeferPeriod day;
   day.start = 0;
   day.end = 720;

@@ -8,14 +8,12 @@
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/SharedRecords.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
+using Kestrav::Testing::address;
 
 namespace {
-
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
 
 std::string rewrite(const char* pattern, const std::string& text) {
   return EmailAddressRewriter(pattern)(address(text)).address();
@@ -49,7 +47,7 @@ TEST(EmailAddressRewriter, NullAddressStaysNull) {
   EXPECT_TRUE(EmailAddressRewriter("%%LOCAL%%@archive.example")(EmailAddress()).isNull());
 }
 
-// The blank behind the tag that sets the delimiters is part of the expanded text.
+// The template begins with a tag that sets the delimiters; the blank after it is expanded too.
 TEST(EmailAddressRewriter, ExpandedTextStartsWithABlank) {
   const EmailAddressRewriter noAddress("%%LOCAL%%");
   try {
@@ -64,7 +62,7 @@ TEST(EmailAddressRewriter, ExpandedTextStartsWithABlank) {
 TEST(EmailAddressRewriter, ResultThatIsNoAddressIsAnError) {
   const EmailAddressRewriter rewriter("%%LOCAL%%@@%%DOMAIN%%");
   EXPECT_THROW(rewriter(address("user@example.com")), Exception);
-  // The rewriter stays usable: its lock was released.
+  // Its lock is released: it can still be used.
   EXPECT_THROW(rewriter(address("user@example.com")), Exception);
 }
 

@@ -1,4 +1,4 @@
-// What a program that links nothing but the shared libraries can make use of.
+// Symbols that the shared libraries export for daemons.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "Factory.h"
+#include "tests/profile/Factory.h"
 
-#include "Gateway.h"
+#include "tests/profile/Gateway.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -1,34 +1,24 @@
-// The profile factory's caches, as callers see them: which record a profile is made from, and when
-// it is made anew. Identity of the implementation tells a cached profile from one made again.
+// The profile factory's caches, as callers see them: which record a profile is built from, and when
+// it is built again. Two handles are equal when they share one implementation.
 #include "ProfileFactory.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "DeferPeriod.h"
-#include "Factory.h"
-#include "Gateway.h"
 #include "ProfileGlobalSettings.h"
 #include "platform/common/Exception.h"
 #include "platform/config/client/cmf.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 namespace {
-
-ProfileAntiSpam antispam(std::uint32_t id, ngid_t domain = 0) {
-  return factory().createProfileAntiSpam(static_cast<int>(id), domain);
-}
-ProfileWebFilter webFilter(std::uint32_t id) {
-  return factory().createProfileWebFilter(static_cast<int>(id));
-}
-Ref<ProfileQuarantineFolder> folder(std::uint32_t id, ngid_t domain = 0) {
-  return factory().createProfileQuarantineFolder(static_cast<int>(id), domain);
-}
 
 std::uint32_t putAntispam() {
   const std::uint32_t id = freshId();
@@ -43,10 +33,40 @@ bool isStale(std::uint32_t bits) {
   return (store().status().dirtyFlags() & bits) == bits;
 }
 
+using Kinds = std::set<std::string>;
+
+// A record of each kind, all with one id.
+std::uint32_t putOfEachKind() {
+  const std::uint32_t id = freshId();
+  put(AntispamRecord(id), WebFilterRecord(id), QuarantineFolderRecord(id, "Cached"));
+  return id;
+}
+
+// The cached profiles of those records.
+class Cached {
+ public:
+  explicit Cached(std::uint32_t id) : id_(id) {}
+
+  Kinds dropped() const {
+    Kinds kinds;
+    if (!(antispam(id_) == antispam_)) kinds.insert("antispam");
+    if (!(webFilter(id_) == webFilter_)) kinds.insert("web filter");
+    if (!(folder(id_) == folder_)) kinds.insert("folder");
+    return kinds;
+  }
+
+ private:
+  const std::uint32_t id_;
+  const ProfileAntiSpam antispam_ = antispam(id_);
+  const ProfileWebFilter webFilter_ = webFilter(id_);
+  const Ref<ProfileQuarantineFolder> folder_ = folder(id_);
+};
+
 }  // namespace
 
 TEST(ProfileFactory, IsOneForTheProcess) {
-  EXPECT_EQ(&factory(), ProfileFactory::instance());
+  const ProfileFactory* const first = &factory();
+  EXPECT_EQ(ProfileFactory::instance(), first);
 }
 
 TEST(ProfileFactory, WellKnownFoldersAreZeroBeforeItIsMade) {
@@ -60,7 +80,7 @@ TEST(ProfileFactory, FindsTheWellKnownFoldersByName) {
   EXPECT_EQ(ProfileFactory::dlp_folderId, start().dlpFolder);
 }
 
-// There is a folder "bulk", and soon a "Bulk": the case counts, and so does the moment.
+// The store has a folder "bulk" at first, and a "Bulk" later.
 TEST(ProfileFactory, MissingFolderLeavesItsIdAtZero) {
   start();
   EXPECT_EQ(ProfileFactory::spam_folderId, 0u);
@@ -166,7 +186,7 @@ TEST(ProfileFactory, IdZeroNamesNoProfile) {
   EXPECT_TRUE(webFilter(static_cast<std::uint32_t>(-1)).isNull());
 }
 
-TEST(ProfileFactory, FailureOfAProfileIsTheCallersAndLeavesNothingBehind) {
+TEST(ProfileFactory, FailureOfAProfileReachesTheCallerAndLeavesNothingBehind) {
   const std::uint32_t action = freshId();
   const std::uint32_t id = freshId();
   put(AntispamActionRecord(action).rewrite(3, "%%LOCAL", 0, ""),
@@ -178,27 +198,69 @@ TEST(ProfileFactory, FailureOfAProfileIsTheCallersAndLeavesNothingBehind) {
   EXPECT_FALSE(antispam(id).isNull());
 }
 
-// --- Dropping one
+// --- Dropping
 
-TEST(ProfileFactory, UpdateDropsExactlyOneProfileOfItsKind) {
-  const std::uint32_t first = putAntispam();
-  const std::uint32_t second = putAntispam();
-  put(WebFilterRecord(first), QuarantineFolderRecord(first, "Same id"));
-  const ProfileAntiSpam oldFirst = antispam(first);
-  const ProfileAntiSpam oldSecond = antispam(second);
-  const ProfileWebFilter web = webFilter(first);
-  const Ref<ProfileQuarantineFolder> box = folder(first);
-  EventsHeld held;
-  held.put(AntispamRecord(first).name("new"), AntispamRecord(second).name("new"));
-  factory().update(0, static_cast<int>(first), static_cast<const __aps_gw_as_profile*>(nullptr));
-  EXPECT_EQ(antispam(first).name(), "new");
-  EXPECT_TRUE(antispam(second) == oldSecond);
-  EXPECT_TRUE(webFilter(first) == web);
-  EXPECT_TRUE(folder(first) == box);
-  EXPECT_NE(oldFirst.name(), "new");  // whoever holds a profile keeps it
+TEST(ProfileFactory, UpdateDropsOneProfileAndClearAllOfTheKind) {
+  struct Case {
+    const char* what;
+    void (*operation)(std::uint32_t id);
+    Kinds dropped;      // of those with the id
+    Kinds othersToo{};  // of those with another id
+  };
+  const Case cases[] = {
+      {"antispam", &drop<__aps_gw_as_profile>, {"antispam"}},
+      {"web filter", &drop<__aps_as_wf_profile>, {"web filter"}},
+      {"folder", &drop<__aps_systemquarantine_folders>, {"folder"}},
+      {"antivirus", &drop<__aps_gw_av_profile>, {}},
+      {"content", &drop<__aps_gw_content_profile>, {}},
+      {"dlp", &drop<__aps_dlp_profile>, {}},
+      {"encryption", &drop<__vexa_encryption_profile>, {}},
+      {"notification", &drop<__aps_profile_notification>, {}},
+      {"file pattern", &drop<__attachment_file_pattern>, {}},
+      {"session", &drop<__qv_ip_profile>, {}},
+      {"all antispam",
+       [](std::uint32_t) { factory().clearAntispamProfiles(); },
+       {"antispam"},
+       {"antispam"}},
+      {"all antispam, locked",
+       [](std::uint32_t) { factory()._clearAntispamProfiles(); },
+       {"antispam"},
+       {"antispam"}},
+      {"all web filter",
+       [](std::uint32_t) { factory().clearWebFilterProfiles(); },
+       {"web filter"},
+       {"web filter"}},
+      {"all antivirus", [](std::uint32_t) { factory().clearAntivirusProfiles(); }, {}},
+      {"all content", [](std::uint32_t) { factory().clearContentProfiles(); }, {}},
+      {"all dlp", [](std::uint32_t) { factory().clearDLPProfiles(); }, {}},
+      {"all file pattern", [](std::uint32_t) { factory().clearFilePatternProfiles(); }, {}},
+      {"all notification", [](std::uint32_t) { factory().clearNotificationProfiles(); }, {}},
+      {"all session", [](std::uint32_t) { factory().clearSessionProfiles(); }, {}},
+  };
+  const std::uint32_t id = putOfEachKind();
+  const std::uint32_t otherId = putOfEachKind();
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.what);
+    const Cached named(id);
+    const Cached other(otherId);
+    row.operation(id);
+    EXPECT_EQ(named.dropped(), row.dropped);
+    EXPECT_EQ(other.dropped(), row.othersToo);
+  }
 }
 
-TEST(ProfileFactory, UpdateGoesByTheIdWhateverTheDomain) {
+TEST(ProfileFactory, UpdateLeavesTheOldProfileToItsHolders) {
+  const std::uint32_t id = freshId();
+  put(AntispamRecord(id).name("old"));
+  const ProfileAntiSpam before = antispam(id);
+  EventsHeld held;
+  held.put(AntispamRecord(id).name("new"));
+  drop<__aps_gw_as_profile>(id);
+  EXPECT_EQ(antispam(id).name(), "new");
+  EXPECT_EQ(before.name(), "old");
+}
+
+TEST(ProfileFactory, UpdateIgnoresTheDomain) {
   const std::uint32_t id = putAntispam();
   const ProfileAntiSpam before = antispam(id);
   const AntispamRecord record(id);
@@ -206,98 +268,13 @@ TEST(ProfileFactory, UpdateGoesByTheIdWhateverTheDomain) {
   EXPECT_FALSE(antispam(id) == before);
 }
 
-TEST(ProfileFactory, UpdateOfAWebFilterDropsItAlone) {
-  const std::uint32_t first = freshId();
-  const std::uint32_t second = freshId();
-  put(WebFilterRecord(first), WebFilterRecord(second));
-  const std::uint32_t spam = putAntispam();
-  const ProfileWebFilter oldFirst = webFilter(first);
-  const ProfileWebFilter oldSecond = webFilter(second);
-  const ProfileAntiSpam kept = antispam(spam);
-  factory().update(0, static_cast<int>(first), static_cast<const __aps_as_wf_profile*>(nullptr));
-  EXPECT_FALSE(webFilter(first) == oldFirst);
-  EXPECT_TRUE(webFilter(second) == oldSecond);
-  EXPECT_TRUE(antispam(spam) == kept);
-}
-
-TEST(ProfileFactory, UpdateOfAFolderDropsItAlone) {
-  const std::uint32_t first = freshId();
-  const std::uint32_t second = freshId();
-  put(QuarantineFolderRecord(first, "One"), QuarantineFolderRecord(second, "Two"));
-  const auto oldFirst = folder(first);
-  const auto oldSecond = folder(second);
-  factory().update(0, static_cast<int>(first),
-                   static_cast<const __aps_systemquarantine_folders*>(nullptr));
-  EXPECT_FALSE(folder(first) == oldFirst);
-  EXPECT_TRUE(folder(second) == oldSecond);
-}
-
 TEST(ProfileFactory, UpdateOfAnUncachedIdDoesNothing) {
   const std::uint32_t id = putAntispam();
   const ProfileAntiSpam kept = antispam(id);
   const LogCapture log;
-  factory().update(0, static_cast<int>(freshId()),
-                   static_cast<const __aps_gw_as_profile*>(nullptr));
+  drop<__aps_gw_as_profile>(freshId());
   EXPECT_TRUE(antispam(id) == kept);
   EXPECT_TRUE(log.codes().empty());
-}
-
-TEST(ProfileFactory, UpdatesOfOtherKindsLeaveAProfileAlone) {
-  const std::uint32_t id = putAntispam();
-  put(WebFilterRecord(id), QuarantineFolderRecord(id, "Kept"));
-  const ProfileAntiSpam spam = antispam(id);
-  const ProfileWebFilter web = webFilter(id);
-  const auto box = folder(id);
-  const int number = static_cast<int>(id);
-  factory().update(0, number, static_cast<const __aps_gw_av_profile*>(nullptr));
-  factory().update(0, number, static_cast<const __aps_gw_content_profile*>(nullptr));
-  factory().update(0, number, static_cast<const __aps_dlp_profile*>(nullptr));
-  factory().update(0, number, static_cast<const __vexa_encryption_profile*>(nullptr));
-  factory().update(0, number, static_cast<const __aps_profile_notification*>(nullptr));
-  factory().update(0, number, static_cast<const __attachment_file_pattern*>(nullptr));
-  factory().update(0, number, static_cast<const __qv_ip_profile*>(nullptr));
-  EXPECT_TRUE(antispam(id) == spam);
-  EXPECT_TRUE(webFilter(id) == web);
-  EXPECT_TRUE(folder(id) == box);
-}
-
-// --- Dropping all
-
-TEST(ProfileFactory, ClearDropsEveryProfileOfItsKindAndNoOther) {
-  const std::uint32_t first = putAntispam();
-  const std::uint32_t second = putAntispam();
-  put(WebFilterRecord(first), QuarantineFolderRecord(first, "Kept"));
-  const ProfileAntiSpam oldFirst = antispam(first);
-  const ProfileAntiSpam oldSecond = antispam(second);
-  const ProfileWebFilter web = webFilter(first);
-  const auto box = folder(first);
-  factory().clearAntispamProfiles();
-  const ProfileAntiSpam newFirst = antispam(first);
-  EXPECT_FALSE(newFirst == oldFirst);
-  EXPECT_FALSE(antispam(second) == oldSecond);
-  EXPECT_TRUE(webFilter(first) == web);
-  EXPECT_TRUE(folder(first) == box);
-
-  factory().clearWebFilterProfiles();
-  EXPECT_FALSE(webFilter(first) == web);
-  EXPECT_TRUE(antispam(first) == newFirst);
-}
-
-TEST(ProfileFactory, ClearsOfOtherKindsLeaveAProfileAlone) {
-  const std::uint32_t id = putAntispam();
-  put(WebFilterRecord(id), QuarantineFolderRecord(id, "Kept"));
-  const ProfileAntiSpam spam = antispam(id);
-  const ProfileWebFilter web = webFilter(id);
-  const auto box = folder(id);
-  factory().clearAntivirusProfiles();
-  factory().clearContentProfiles();
-  factory().clearDLPProfiles();
-  factory().clearFilePatternProfiles();
-  factory().clearNotificationProfiles();
-  factory().clearSessionProfiles();
-  EXPECT_TRUE(antispam(id) == spam);
-  EXPECT_TRUE(webFilter(id) == web);
-  EXPECT_TRUE(folder(id) == box);
 }
 
 // --- The stale marks
@@ -315,7 +292,7 @@ TEST(ProfileFactory, StaleMarkDropsTheAntispamProfilesAtTheNextRequest) {
   EXPECT_TRUE(antispam(first) == newFirst);  // once only
 }
 
-TEST(ProfileFactory, StaleMarkCountsForARequestThatFindsNothing) {
+TEST(ProfileFactory, StaleMarkIsSeenByARequestThatFindsNothing) {
   const std::uint32_t id = putAntispam();
   const ProfileAntiSpam before = antispam(id);
   markStale(Config::Zone::kAntispamDirty);
@@ -324,7 +301,7 @@ TEST(ProfileFactory, StaleMarkCountsForARequestThatFindsNothing) {
   EXPECT_FALSE(antispam(id) == before);
 }
 
-TEST(ProfileFactory, StaleMarkOfContentProfilesIsNotForAntispam) {
+TEST(ProfileFactory, StaleMarkOfContentProfilesDoesNotDropAntispam) {
   const std::uint32_t id = putAntispam();
   const ProfileAntiSpam before = antispam(id);
   markStale(Config::Zone::kContentDirty);
@@ -333,7 +310,7 @@ TEST(ProfileFactory, StaleMarkOfContentProfilesIsNotForAntispam) {
   store().status().clearDirty(Config::Zone::kContentDirty);
 }
 
-TEST(ProfileFactory, StaleMarkIsNotForOtherKinds) {
+TEST(ProfileFactory, StaleMarkDoesNotDropOtherKinds) {
   const std::uint32_t id = freshId();
   put(WebFilterRecord(id), QuarantineFolderRecord(id, "Kept"));
   const ProfileWebFilter web = webFilter(id);
@@ -345,7 +322,7 @@ TEST(ProfileFactory, StaleMarkIsNotForOtherKinds) {
   store().status().clearDirty(Config::Zone::kAntispamDirty | Config::Zone::kContentDirty);
 }
 
-TEST(ProfileFactory, StaleMarkStandsInTheSharedArea) {
+TEST(ProfileFactory, StaleMarkIsABitOfTheSharedArea) {
   char* const word = nCfg_debug_zone + 300400;
   antispam(1);
   *reinterpret_cast<volatile std::uint32_t*>(word) = 0xFFFFFFFF;
@@ -356,7 +333,7 @@ TEST(ProfileFactory, StaleMarkStandsInTheSharedArea) {
   *reinterpret_cast<volatile std::uint32_t*>(word) = 0;
 }
 
-TEST(ProfileFactory, EachClearTakesOffItsOwnMarkOnly) {
+TEST(ProfileFactory, EachClearClearsItsOwnMarkOnly) {
   constexpr std::uint32_t kSpam = Config::Zone::kAntispamDirty;
   constexpr std::uint32_t kContent = Config::Zone::kContentDirty;
   struct Case {
@@ -387,13 +364,6 @@ TEST(ProfileFactory, EachClearTakesOffItsOwnMarkOnly) {
   }
 }
 
-TEST(ProfileFactory, LockedClearDropsTheProfiles) {
-  const std::uint32_t id = putAntispam();
-  const ProfileAntiSpam before = antispam(id);
-  factory()._clearAntispamProfiles();
-  EXPECT_FALSE(antispam(id) == before);
-}
-
 // --- The deferred period
 
 namespace {
@@ -419,37 +389,8 @@ TEST(DeferredPeriod, IsMadeOfHoursAndMinutes) {
   EXPECT_FALSE(deferred(0, 0, 0, 0));
 }
 
-TEST(DeferredPeriod, StaysWithoutSettings) {
+TEST(DeferredPeriod, StaysAsItIsWithoutSettings) {
   ASSERT_TRUE(deferred(0, 0, 24, 0));
   factory().updateDeferPeriod(nullptr);
   EXPECT_NE(factory().deferredPeriod(), 0);
-}
-
-TEST(DeferredPeriod, HoldsFromItsStartToBeforeItsEnd) {
-  struct Case {
-    std::int64_t start, end, at;
-    bool within;
-  };
-  for (const Case& row : {
-           Case{60, 120, 59, false},
-           Case{60, 120, 60, true},
-           Case{60, 120, 119, true},
-           Case{60, 120, 120, false},
-           Case{1320, 60, 1320, true},  // over midnight
-           Case{1320, 60, 1439, true},
-           Case{1320, 60, 0, true},
-           Case{1320, 60, 59, true},
-           Case{1320, 60, 60, false},
-           Case{1320, 60, 1319, false},
-           Case{60, 60, 60, false},
-           Case{0, 1440, 0, true},
-           Case{0, 1440, 1439, true},
-       }) {
-    SCOPED_TRACE(std::to_string(row.start) + "-" + std::to_string(row.end) + " at " +
-                 std::to_string(row.at));
-    DeferPeriod period;
-    period.start = row.start;
-    period.end = row.end;
-    EXPECT_EQ(period.contains(row.at), row.within);
-  }
 }

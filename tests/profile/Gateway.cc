@@ -1,7 +1,8 @@
-#include "Gateway.h"
+#include "tests/profile/Gateway.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -9,8 +10,6 @@
 
 namespace Kestrav::Testing {
 namespace {
-
-constexpr int kPatience = 60'000;  // ms; only a hang takes as long
 
 std::unique_ptr<AttachedStore> gStore;
 
@@ -32,18 +31,13 @@ Config::ConfigStore& store() {
   return gStore->store();
 }
 
-CMF::Event::Dispatcher dispatcher() {
-  return CMF::Event::Dispatcher::instance("", false, false);
-}
-
 std::uint32_t freshId() {
   static std::atomic<std::uint32_t> next{1000};
   return ++next;
 }
 
 void commit(Config::ChangeSet changes) {
-  const Config::Revision revision = store().commit(std::move(changes));
-  ASSERT_TRUE(dispatcher()->waitApplied(revision, kPatience));
+  awaitApplied(store().commit(std::move(changes)));
 }
 
 void erase(G_CLI_GID gid, std::uint32_t id, ngid_t domain) {
@@ -56,36 +50,9 @@ void contentInspection(bool on) {
   store().status().contentInspection(on);
 }
 
-void dataLossPrevention(bool on) {
-  put(SystemGlobalRecord().dataLossPrevention(on));
-}
-
 EventsHeld::~EventsHeld() {
   dispatcher()->start();
-  EXPECT_TRUE(dispatcher()->waitApplied(store().revision(), kPatience));
-}
-
-LogCapture::LogCapture() {
-  token_ = Logger::instance().capture([this](const Logger::Message& message) {
-    const std::lock_guard guard(mutex_);
-    messages_.push_back(message);
-  });
-}
-
-std::vector<std::vector<std::string>> LogCapture::fields(std::uint32_t code) const {
-  const std::lock_guard guard(mutex_);
-  std::vector<std::vector<std::string>> found;
-  for (const Logger::Message& message : messages_) {
-    if (message.code == code) found.push_back(message.fields);
-  }
-  return found;
-}
-
-std::vector<std::uint32_t> LogCapture::codes() const {
-  const std::lock_guard guard(mutex_);
-  std::vector<std::uint32_t> found;
-  for (const Logger::Message& message : messages_) found.push_back(message.code);
-  return found;
+  EXPECT_TRUE(dispatcher()->waitApplied(store().revision(), kPatienceMs));
 }
 
 }  // namespace Kestrav::Testing

@@ -1,19 +1,19 @@
-// What a change of each table makes its handler ask of the factory, in order. This holds for every
-// kind of profile, also where nothing of it can be seen from outside.
+// Which functions of the factory the handler of each table calls, in order. Covers the kinds of
+// profiles whose drop cannot be observed from outside.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <mutex>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "AnyRecord.h"
-#include "DLPRuleFactory.h"
-#include "Factory.h"
-#include "FactoryCalls.h"
-#include "Gateway.h"
 #include "platform/common/Exception.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "tests/profile/AnyRecord.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -22,19 +22,78 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-class NotingRules : public DLPRuleFactory {
+std::mutex gMutex;
+Calls gCalls;  // guarded by gMutex
+
+void note(std::string call) {
+  const std::lock_guard guard(gMutex);
+  gCalls.push_back(std::move(call));
+}
+
+// The calls since the last time.
+Calls takeCalls() {
+  const std::lock_guard guard(gMutex);
+  return std::exchange(gCalls, {});
+}
+
+template <auto kFunction>
+class NotedCall {
  public:
-  NotingRules() : installed_(s_instance) { s_instance = this; }
-  ~NotingRules() override { s_instance = installed_; }
-  void clearDLPRules() override { noteFactoryCall("clear DLP rules"); }
+  explicit NotedCall(const char* call) : hook_([call](auto&&...) { note(call); }) {}
 
  private:
-  DLPRuleFactory* const installed_;
+  const Before<kFunction> hook_;
+};
+
+// Notes "update KIND in DOMAIN: ID", followed by " gone" when there is no new record.
+template <class Rec>
+class NotedUpdate {
+ public:
+  explicit NotedUpdate(const char* kind)
+      : hook_([kind](const ProfileFactory&, ngid_t domain, int id, const Rec* record) {
+          note(std::string("update ") + kind + " in " + std::to_string(domain) + ": " +
+               std::to_string(id) + (record == nullptr ? " gone" : ""));
+        }) {}
+
+ private:
+  const Before<kUpdate<Rec>> hook_;
+};
+
+// Notes every call that a handler makes.
+struct NotedFactory {
+  NotedFactory() {
+    factory();
+    takeCalls();
+  }
+
+  const NotedCall<&ProfileFactory::clearAntispamProfiles> antispam{"clear antispam"};
+  const NotedCall<&ProfileFactory::clearAntivirusProfiles> antivirus{"clear antivirus"};
+  const NotedCall<&ProfileFactory::clearContentProfiles> content{"clear content"};
+  const NotedCall<&ProfileFactory::clearDLPProfiles> dlp{"clear DLP"};
+  const NotedCall<&ProfileFactory::clearFilePatternProfiles> filePattern{"clear file pattern"};
+  const NotedCall<&ProfileFactory::clearNotificationProfiles> notification{"clear notification"};
+  const NotedCall<&ProfileFactory::clearSessionProfiles> session{"clear session"};
+  const NotedCall<&ProfileFactory::clearWebFilterProfiles> webFilter{"clear web filter"};
+  const NotedCall<&DictionaryFactory::clean> dictionaries{"clean dictionaries"};
+  const Before<&ProfileFactory::updateDeferPeriod> deferPeriod{
+      [](ProfileFactory&, const __aps_mailserver* settings) {
+        note(settings == nullptr ? "defer period gone" : "defer period");
+      }};
+  const NotedUpdate<__aps_gw_as_profile> oneAntispam{"antispam"};
+  const NotedUpdate<__aps_gw_av_profile> oneAntivirus{"antivirus"};
+  const NotedUpdate<__aps_gw_content_profile> oneContent{"content"};
+  const NotedUpdate<__aps_dlp_profile> oneDlp{"DLP"};
+  const NotedUpdate<__vexa_encryption_profile> oneEncryption{"encryption"};
+  const NotedUpdate<__aps_profile_notification> oneNotification{"notification"};
+  const NotedUpdate<__attachment_file_pattern> oneFilePattern{"file pattern"};
+  const NotedUpdate<__aps_as_wf_profile> oneWebFilter{"web filter"};
+  const NotedUpdate<__qv_ip_profile> oneSession{"session"};
+  const NotedUpdate<__aps_systemquarantine_folders> oneFolder{"quarantine folder"};
 };
 
 struct Row {
   G_CLI_GID gid;
-  const char* updated;  // the kind whose one profile is dropped; null: `calls`
+  const char* updated;  // the kind of which one profile is dropped; null when `calls` says
   Calls calls = {};
 };
 
@@ -76,11 +135,6 @@ const Row kRows[] = {
 
 class HandlerCalls : public testing::TestWithParam<Row> {
  protected:
-  void SetUp() override {
-    factory();
-    takeFactoryCalls();
-  }
-
   Calls expected(ngid_t domain, std::uint32_t id, const char* end) const {
     const Row& row = GetParam();
     if (row.updated == nullptr) return row.calls;
@@ -94,27 +148,27 @@ class HandlerCalls : public testing::TestWithParam<Row> {
       record.touch();
       record.touch();
       put(record);
-      takeFactoryCalls();
+      takeCalls();
     } else {
       putInto(domain, record);
-      EXPECT_EQ(takeFactoryCalls(), expected(domain, record.id(), ""));
+      EXPECT_EQ(takeCalls(), expected(domain, record.id(), ""));
     }
     record.touch();
     putInto(domain, record);
-    EXPECT_EQ(takeFactoryCalls(), expected(domain, record.id(), ""));
+    EXPECT_EQ(takeCalls(), expected(domain, record.id(), ""));
     if (record.single()) return;
     erase(GetParam().gid, record.id(), domain);
-    EXPECT_EQ(takeFactoryCalls(), expected(domain, record.id(), " gone"));
+    EXPECT_EQ(takeCalls(), expected(domain, record.id(), " gone"));
   }
 
-  const NotingRules rules_;
+  const NotedFactory factory_;
+  const DlpRules rules_{[] { note("clear DLP rules"); }};
 };
 
 TEST_P(HandlerCalls, OfASystemsRecord) {
   addChangeErase(0);
 }
 
-// A domain's record tells its handler the domain.
 using DomainHandlerCalls = HandlerCalls;
 TEST_P(DomainHandlerCalls, OfADomainsRecord) {
   addChangeErase(freshId());
@@ -138,41 +192,30 @@ INSTANTIATE_TEST_SUITE_P(Tables, DomainHandlerCalls, testing::ValuesIn(domainRow
 }  // namespace
 
 TEST(FilePatternChange, ForgetsTheDlpProfilesAlsoWhenTheRulesFail) {
-  class FailingRules : public DLPRuleFactory {
-   public:
-    FailingRules() : installed_(s_instance) { s_instance = this; }
-    ~FailingRules() override { s_instance = installed_; }
-    void clearDLPRules() override { throw Exception("no rules", 7); }
-
-   private:
-    DLPRuleFactory* const installed_;
-  };
-  factory();
-  const FailingRules rules;
-  takeFactoryCalls();
+  const NotedFactory noted;
+  const DlpRules failing([] { throw Exception("no rules", 7); });
   AnyRecord record(GID_FILE_PATTERN);
   putInto(0, record);
-  EXPECT_EQ(takeFactoryCalls(), (Calls{"clear file pattern", "clear content", "clear DLP"}));
+  EXPECT_EQ(takeCalls(), (Calls{"clear file pattern", "clear content", "clear DLP"}));
 }
 
 TEST(MissedChanges, ForgetTheWholeKind) {
   using namespace CMF::Event;
-  factory();
-  takeFactoryCalls();
+  const NotedFactory noted;
   ProfileHandler<__aps_gw_as_profile, 456>().resync();
   ProfileHandler<__aps_gw_av_profile, 377>().resync();
   ProfileHandler<__aps_gw_content_profile, 512>().resync();
   ProfileHandler<__aps_dlp_profile, 1832>().resync();
   ProfileHandler<__aps_profile_notification, 1339>().resync();
   ProfileHandler<__qv_ip_profile, 199>().resync();
-  EXPECT_EQ(takeFactoryCalls(), (Calls{"clear antispam", "clear antivirus", "clear content",
-                                       "clear DLP", "clear notification", "clear session"}));
+  EXPECT_EQ(takeCalls(), (Calls{"clear antispam", "clear antivirus", "clear content", "clear DLP",
+                                "clear notification", "clear session"}));
 }
 
 TEST(MissedChanges, ForgetTheFolders) {
   const std::uint32_t id = freshId();
   put(QuarantineFolderRecord(id, "Missed"));
-  const auto before = factory().createProfileQuarantineFolder(static_cast<int>(id), 0);
+  const auto before = folder(id);
   CMF::Event::ProfileHandler<__aps_systemquarantine_folders, 1682>().resync();
-  EXPECT_FALSE(factory().createProfileQuarantineFolder(static_cast<int>(id), 0) == before);
+  EXPECT_FALSE(folder(id) == before);
 }

@@ -1,18 +1,18 @@
-// What a change of each table drops from the factory's caches, and what it leaves. Changes are
-// committed to the store and arrive as they do in a daemon.
+// Which cached profiles a change of each table drops, and which it keeps. Changes are committed to
+// the store and delivered as in a daemon.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "AnyRecord.h"
-#include "DLPRuleFactory.h"
-#include "Factory.h"
-#include "Gateway.h"
 #include "platform/config/client/cmf.h"
 #include "platform/dictionary/DictionaryFactory.h"
+#include "tests/profile/AnyRecord.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -22,81 +22,54 @@ namespace {
 
 using Kinds = std::set<std::string>;
 
-// Counts what the handlers ask of the rules for data loss prevention.
-class CountingRules : public DLPRuleFactory {
- public:
-  CountingRules() : installed_(s_instance) { s_instance = this; }
-  ~CountingRules() override { s_instance = installed_; }
-  void clearDLPRules() override { ++clears; }
-
-  std::atomic<int> clears{0};
-
- private:
-  DLPRuleFactory* const installed_;
-};
-
-// Records that are not those under test, and what was cached of them.
+// Cached profiles of records that a test does not change.
 class Bystanders {
  public:
-  Bystanders() {
-    static const std::vector<std::uint32_t> ids = [] {
-      const std::vector<std::uint32_t> made{freshId(), freshId(), freshId(), freshId(), freshId()};
-      put(AntispamRecord(made[0]), AntispamRecord(made[1]), WebFilterRecord(made[2]),
-          QuarantineFolderRecord(made[3], "Bystander"),
-          DictionaryRecord(made[4], "bystander-" + std::to_string(made[4])));
-      return made;
-    }();
-    ids_ = ids;
-    first_ = antispam(0);
-    second_ = antispam(1);
-    webFilter_ = webFilter();
-    folder_ = folder();
-    scanner_ = scanner();
-    store().status().setDirty(Config::Zone::kContentDirty);
-  }
+  Bystanders() { store().status().setDirty(Config::Zone::kContentDirty); }
 
-  // The kinds whose profiles are other ones than at the beginning, whole.
+  // The kinds of profiles that were dropped since.
   Kinds dropped() const {
     Kinds kinds;
-    const bool first = !(antispam(0) == first_);
-    const bool second = !(antispam(1) == second_);
+    const bool first = !(antispam(ids_[0]) == first_);
+    const bool second = !(antispam(ids_[1]) == second_);
     EXPECT_EQ(first, second) << "some antispam profiles were dropped, others not";
     if (first) kinds.insert("antispam");
-    if (!(webFilter() == webFilter_)) kinds.insert("web filter");
-    if (!(folder() == folder_)) kinds.insert("quarantine folder");
+    if (!(webFilter(ids_[2]) == webFilter_)) kinds.insert("web filter");
+    if (!(folder(ids_[3]) == folder_)) kinds.insert("quarantine folder");
     if (!(scanner() == scanner_)) kinds.insert("dictionary");
-    // Clearing the content profiles takes their mark off.
+    // Nothing caches content profiles yet, but clearing them clears their stale mark.
     if ((store().status().dirtyFlags() & Config::Zone::kContentDirty) == 0) kinds.insert("content");
     return kinds;
   }
 
  private:
-  ProfileAntiSpam antispam(std::size_t which) const {
-    return factory().createProfileAntiSpam(static_cast<int>(ids_[which]), 0);
-  }
-  ProfileWebFilter webFilter() const {
-    return factory().createProfileWebFilter(static_cast<int>(ids_[2]));
-  }
-  Ref<ProfileQuarantineFolder> folder() const {
-    return factory().createProfileQuarantineFolder(static_cast<int>(ids_[3]), 0);
+  static const std::vector<std::uint32_t>& ids() {
+    static const std::vector<std::uint32_t> made = [] {
+      const std::vector<std::uint32_t> fresh{freshId(), freshId(), freshId(), freshId(), freshId()};
+      put(AntispamRecord(fresh[0]), AntispamRecord(fresh[1]), WebFilterRecord(fresh[2]),
+          QuarantineFolderRecord(fresh[3], "Bystander"),
+          DictionaryRecord(fresh[4], "bystander-" + std::to_string(fresh[4])));
+      return fresh;
+    }();
+    return made;
   }
   Ref<DictionaryScannerImpl> scanner() const {
     return DictionaryFactory::instance().createProfileScanner("bystander-" +
                                                               std::to_string(ids_[4]));
   }
 
-  std::vector<std::uint32_t> ids_;
-  ProfileAntiSpam first_;
-  ProfileAntiSpam second_;
-  ProfileWebFilter webFilter_;
-  Ref<ProfileQuarantineFolder> folder_;
-  Ref<DictionaryScannerImpl> scanner_;
+  const std::vector<std::uint32_t> ids_ = ids();
+  const ProfileAntiSpam first_ = antispam(ids_[0]);
+  const ProfileAntiSpam second_ = antispam(ids_[1]);
+  const ProfileWebFilter webFilter_ = webFilter(ids_[2]);
+  const Ref<ProfileQuarantineFolder> folder_ = folder(ids_[3]);
+  const Ref<DictionaryScannerImpl> scanner_ = scanner();
 };
 
 struct Row {
   G_CLI_GID gid;
-  Kinds dropped;       // whole kinds
-  int ruleClears = 0;  // of the rules for data loss prevention
+  Kinds dropped;
+  int ruleClears = 0;  // of the data loss prevention rules
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -126,12 +99,12 @@ const Row kRows[] = {
     {GID_ACL_RULESET, {}},
     {GID_BOUNCE_PROFILE, {}},
     {GID_WEB_FILTER_PROFILE, {"web filter", "antispam"}},
-    // Web filters hold copies of their categories.
+    // A web filter holds copies of its categories.
     {GID_WEB_CATEGORY, {"web filter", "antispam"}},
     {GID_TRUSTED_MTA, {}},
     {GID_TRUSTED_ANTISPAM_MTA, {}},
     {GID_QUARANTINE_FOLDER, {}},
-    // Tables that profiles are not made from.
+    // No profile is built from these.
     {GID_SYSTEM_GLOBAL, {}},
     {GID_PROTECTED_DOMAIN, {}},
     {GID_IP_POLICY, {}},
@@ -144,11 +117,12 @@ class TableChange : public testing::TestWithParam<Row> {
   template <class Change>
   void expectDrops(const char* what, Change change) {
     SCOPED_TRACE(what);
-    const CountingRules rules;
+    std::atomic<int> ruleClears{0};
+    const DlpRules rules([&] { ++ruleClears; });
     const Bystanders bystanders;
     change();
     EXPECT_EQ(bystanders.dropped(), GetParam().dropped);
-    EXPECT_EQ(rules.clears, GetParam().ruleClears);
+    EXPECT_EQ(ruleClears, GetParam().ruleClears);
   }
 };
 
@@ -198,18 +172,18 @@ INSTANTIATE_TEST_SUITE_P(Tables, DomainTableChange,
 
 }  // namespace
 
-// --- Tables whose change drops the one profile
+// --- Changes that drop one profile
 
 TEST(ProfileChange, DropsTheOneAntispamProfile) {
   const std::uint32_t id = freshId();
   const std::uint32_t other = freshId();
   factory();
   put(AntispamRecord(id).name("old"), AntispamRecord(other));
-  const ProfileAntiSpam before = factory().createProfileAntiSpam(static_cast<int>(id), 0);
-  const ProfileAntiSpam kept = factory().createProfileAntiSpam(static_cast<int>(other), 0);
+  const ProfileAntiSpam before = antispam(id);
+  const ProfileAntiSpam kept = antispam(other);
   put(AntispamRecord(id).name("new"));
-  EXPECT_EQ(factory().createProfileAntiSpam(static_cast<int>(id), 0).name(), "new");
-  EXPECT_TRUE(factory().createProfileAntiSpam(static_cast<int>(other), 0) == kept);
+  EXPECT_EQ(antispam(id).name(), "new");
+  EXPECT_TRUE(antispam(other) == kept);
   EXPECT_EQ(before.name(), "old");
 }
 
@@ -217,16 +191,15 @@ TEST(ProfileChange, ErasureDropsTheProfileThatTheOldRecordNames) {
   const std::uint32_t id = freshId();
   factory();
   put(AntispamRecord(id), QuarantineFolderRecord(id, "Gone"), WebFilterRecord(id));
-  const int number = static_cast<int>(id);
-  ASSERT_FALSE(factory().createProfileAntiSpam(number, 0).isNull());
-  ASSERT_FALSE(factory().createProfileQuarantineFolder(number, 0).isNull());
-  ASSERT_FALSE(factory().createProfileWebFilter(number).isNull());
+  ASSERT_FALSE(antispam(id).isNull());
+  ASSERT_FALSE(folder(id).isNull());
+  ASSERT_FALSE(webFilter(id).isNull());
   erase(GID_ANTISPAM_PROFILE, id);
   erase(GID_QUARANTINE_FOLDER, id);
   erase(GID_WEB_FILTER_PROFILE, id);
-  EXPECT_TRUE(factory().createProfileAntiSpam(number, 0).isNull());
-  EXPECT_TRUE(factory().createProfileQuarantineFolder(number, 0).isNull());
-  EXPECT_TRUE(factory().createProfileWebFilter(number).isNull());
+  EXPECT_TRUE(antispam(id).isNull());
+  EXPECT_TRUE(folder(id).isNull());
+  EXPECT_TRUE(webFilter(id).isNull());
 }
 
 TEST(ProfileChange, SystemsRecordThatComesLaterReplacesTheDomains) {
@@ -234,11 +207,11 @@ TEST(ProfileChange, SystemsRecordThatComesLaterReplacesTheDomains) {
   const ngid_t domain = freshId();
   factory();
   putInto(domain, AntispamRecord(id).name("domain"));
-  ASSERT_EQ(factory().createProfileAntiSpam(static_cast<int>(id), domain).name(), "domain");
+  ASSERT_EQ(antispam(id, domain).name(), "domain");
   put(AntispamRecord(id).name("system"));
-  EXPECT_EQ(factory().createProfileAntiSpam(static_cast<int>(id), domain).name(), "system");
+  EXPECT_EQ(antispam(id, domain).name(), "system");
   erase(GID_ANTISPAM_PROFILE, id);
-  EXPECT_EQ(factory().createProfileAntiSpam(static_cast<int>(id), domain).name(), "domain");
+  EXPECT_EQ(antispam(id, domain).name(), "domain");
 }
 
 TEST(ProfileChange, DropsTheOneFolder) {
@@ -246,15 +219,15 @@ TEST(ProfileChange, DropsTheOneFolder) {
   const std::uint32_t other = freshId();
   factory();
   put(QuarantineFolderRecord(id, "Old"), QuarantineFolderRecord(other, "Kept"));
-  ASSERT_EQ(factory().createProfileQuarantineFolder(static_cast<int>(id), 0)->name(), "Old");
-  const auto kept = factory().createProfileQuarantineFolder(static_cast<int>(other), 0);
+  ASSERT_EQ(folder(id)->name(), "Old");
+  const auto kept = folder(other);
   put(QuarantineFolderRecord(id, "New"));
-  const auto changed = factory().createProfileQuarantineFolder(static_cast<int>(id), 0);
+  const auto changed = folder(id);
   EXPECT_EQ(changed->name(), "New");
-  EXPECT_TRUE(factory().createProfileQuarantineFolder(static_cast<int>(other), 0) == kept);
+  EXPECT_TRUE(folder(other) == kept);
 }
 
-// --- What the next profile is made from
+// --- What the next profile is built from
 
 TEST(ActionChange, EmptiesTheWholeAntispamCache) {
   const std::uint32_t action = freshId();
@@ -263,18 +236,12 @@ TEST(ActionChange, EmptiesTheWholeAntispamCache) {
   factory();
   put(AntispamActionRecord(action).archive(1), AntispamRecord(user).defaultAction(action),
       AntispamRecord(stranger));
-  const auto archive = [&] {
-    return factory()
-        .createProfileAntiSpam(static_cast<int>(user), 0)
-        .actions()
-        .find(0x100000)
-        .archiveRecipientId();
-  };
+  const auto archive = [&] { return antispam(user).actions().find(0x100000).archiveRecipientId(); };
   ASSERT_EQ(archive(), 1u);
-  const ProfileAntiSpam before = factory().createProfileAntiSpam(static_cast<int>(stranger), 0);
+  const ProfileAntiSpam before = antispam(stranger);
   put(AntispamActionRecord(action).archive(2));
   EXPECT_EQ(archive(), 2u);
-  EXPECT_FALSE(factory().createProfileAntiSpam(static_cast<int>(stranger), 0) == before);
+  EXPECT_FALSE(antispam(stranger) == before);
 }
 
 TEST(DictionaryChange, NewWordsAreLookedFor) {
@@ -286,7 +253,7 @@ TEST(DictionaryChange, NewWordsAreLookedFor) {
       DictionaryItemRecord(freshId(), dictionary, "casino").score(1),
       AntispamRecord(profile).dictionary(name));
   const auto score = [&] {
-    const ProfileAntiSpam made = factory().createProfileAntiSpam(static_cast<int>(profile), 0);
+    const ProfileAntiSpam made = antispam(profile);
     return made.dictionaryScanner()->scan("casino lottery").score;
   };
   ASSERT_EQ(score(), 1);
@@ -301,12 +268,7 @@ TEST(WebFilterChange, ReachesTheAntispamProfileThatUsesIt) {
   factory();
   put(WebCategoryRecord(category, 17), WebFilterRecord(filter),
       AntispamRecord(profile).norbex().uriCategoryCheck(filter));
-  const auto isSpam = [&] {
-    return factory()
-        .createProfileAntiSpam(static_cast<int>(profile), 0)
-        .profileWebFilter()
-        .isSpam(17);
-  };
+  const auto isSpam = [&] { return antispam(profile).profileWebFilter().isSpam(17); };
   ASSERT_FALSE(isSpam());
   put(WebFilterRecord(filter).categories({category}));
   EXPECT_TRUE(isSpam());
@@ -328,11 +290,11 @@ TEST(Changes, OfOneChangeSetArriveTogether) {
   factory();
   put(AntispamActionRecord(action).archive(1),
       AntispamRecord(profile).name("old").defaultAction(action));
-  factory().createProfileAntiSpam(static_cast<int>(profile), 0);
+  antispam(profile);
   put(AntispamRecord(profile).name("new").defaultAction(action),
       AntispamActionRecord(action).archive(2), QuarantineFolderRecord(profile, "Both"));
-  const ProfileAntiSpam changed = factory().createProfileAntiSpam(static_cast<int>(profile), 0);
+  const ProfileAntiSpam changed = antispam(profile);
   EXPECT_EQ(changed.name(), "new");
   EXPECT_EQ(changed.actions().find(0x100000).archiveRecipientId(), 2u);
-  EXPECT_FALSE(factory().createProfileQuarantineFolder(static_cast<int>(profile), 0).isNull());
+  EXPECT_FALSE(folder(profile).isNull());
 }

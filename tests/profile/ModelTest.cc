@@ -1,10 +1,9 @@
-// The library against a model of the configuration, while it changes.
+// The library against a model of the configuration, while the configuration changes.
 //
-// A writer commits random change sets and writes down, for each revision, what every question has
-// to be answered then. Readers ask without pause. Whatever was applied in the process before a
-// question was asked must show in the answer: it has to be that of some revision from there to the
-// newest one. What a reader holds on to never changes. Another thread marks caches stale and clears
-// them all the while, which must not show at all.
+// A writer commits random change sets and records the right answers for each revision. Readers ask
+// without pause. An answer must be that of a revision between the one that was applied when the
+// question was asked and the newest one. Handles that a reader keeps never change. Another thread
+// marks caches stale and clears them, which must have no visible effect.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -19,10 +18,11 @@
 #include <utility>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -31,8 +31,8 @@ namespace {
 
 constexpr int kCommits = 300;
 constexpr int kReaders = 3;
-constexpr int kQuestions = 40;     // asked, at least, between two commits
-constexpr std::size_t kHeld = 32;  // handles that a reader keeps
+constexpr int kQuestions = 40;     // the least number between two commits
+constexpr std::size_t kHeld = 32;  // handles kept by each reader
 constexpr ngid_t kDomain = 4242;
 constexpr std::uint32_t kBase = 900'000;  // ids of the model's records
 constexpr int kProfiles = 4;
@@ -63,7 +63,7 @@ std::string domain(int n) {
 
 using Answers = std::map<std::string, std::string>;  // by question
 
-// The configuration, as numbers that change; 0 stands for a record that is not there.
+// The configuration as version numbers. 0 means that there is no such record.
 struct Model {
   int systemProfile[kProfiles] = {};
   int domainProfile[kProfiles] = {};
@@ -131,15 +131,14 @@ std::string describe(const ProfileWebFilter& profile) {
 
 using Held = std::function<std::string()>;  // describes a handle again
 
-// One question: its answers by name, and how to describe once more what was handed out.
+// The answers to one question, and a function that describes the returned handle again.
 struct Reply {
   Answers answers;
   Held again;
 };
 
 Reply askProfile(int n) {
-  const ProfileAntiSpam profile =
-      factory().createProfileAntiSpam(static_cast<int>(profileId(n)), kDomain);
+  const ProfileAntiSpam profile = antispam(profileId(n), kDomain);
   Reply reply;
   reply.answers["profile " + std::to_string(n)] = describe(profile);
   reply.answers["profile's web filter " + std::to_string(n)] =
@@ -151,8 +150,7 @@ Reply askProfile(int n) {
 }
 
 Reply askWebFilter(int n) {
-  const ProfileWebFilter profile =
-      factory().createProfileWebFilter(static_cast<int>(webFilterId(n)));
+  const ProfileWebFilter profile = webFilter(webFilterId(n));
   Reply reply;
   reply.answers["web filter " + std::to_string(n)] = describe(profile);
   reply.again = [profile] { return describe(profile); };
@@ -160,11 +158,10 @@ Reply askWebFilter(int n) {
 }
 
 Reply askFolder(int n) {
-  const auto folder =
-      factory().createProfileQuarantineFolder(static_cast<int>(folderId(n)), kDomain);
+  const Ref<ProfileQuarantineFolder> found = folder(folderId(n), kDomain);
   Reply reply;
-  reply.answers["folder " + std::to_string(n)] = folder.isNull() ? kNone : folder->name();
-  reply.again = [folder] { return folder.isNull() ? std::string(kNone) : folder->name(); };
+  reply.again = [found] { return found.isNull() ? std::string(kNone) : found->name(); };
+  reply.answers["folder " + std::to_string(n)] = reply.again();
   return reply;
 }
 
@@ -186,19 +183,19 @@ Reply askClient(int n) {
 }
 
 Reply askRecipient(int n) {
-  const EmailAddress sender = EmailAddress::rfc5321Parse("from@sender.example", false);
-  const EmailAddress recipient = EmailAddress::rfc5321Parse("user@" + domain(n), false);
+  const EmailAddress sender = address("from@sender.example");
+  const EmailAddress recipient = address("user@" + domain(n));
   const PolicyRecipient policy(sender, recipient, false, true);
   Reply reply;
   const std::string number = std::to_string(n);
   if (policy.isNull()) {
-    reply.answers["no policy"] = "";  // every recipient has one, both ways
+    reply.answers["no policy"] = "";  // wrong: every recipient has an incoming and an outgoing one
     return reply;
   }
   reply.answers["direction " + number] = std::to_string(policy.direction());
   reply.answers[(policy.direction() == 1 ? "incoming " : "outgoing ") + number] =
       std::to_string(policy.authenticationAndAccess().authValue);
-  const PolicyRecipient further(EmailAddress::rfc5321Parse("other@x.example", false), policy);
+  const PolicyRecipient further(address("other@x.example"), policy);
   reply.again = [policy, further] {
     return std::to_string(policy.direction()) + policy.policyDomain() +
            describe(policy.antispamProfile()) + std::to_string(further.messageParsingRequired());
@@ -248,7 +245,7 @@ class Writer {
     commit(std::move(changes));
   }
 
-  // Whether `answer` is right at some revision of the span.
+  // Whether `answer` is right at a revision from `from` to `to`.
   bool isRight(const std::string& question, const std::string& answer, Config::Revision from,
                Config::Revision to) const {
     const std::lock_guard guard(mutex_);
@@ -272,7 +269,7 @@ class Writer {
   int pick(int bound) { return static_cast<int>(random_() % static_cast<unsigned>(bound)); }
 
   void commit(Config::ChangeSet changes) {
-    // Held, so that no reader looks for a revision that is not written down yet.
+    // Locked over the commit: no reader looks up a revision that is not recorded yet.
     const std::lock_guard guard(mutex_);
     const Config::Revision revision = store().commit(std::move(changes));
     history_[revision] = model_.answers();
@@ -352,7 +349,7 @@ class Writer {
     const int profile = pick(kProfiles);
     model_.policy[n] = ++version_;
     model_.policyProfile[n] = profile;
-    // The record's id says which profile it names; another id is another record.
+    // The record's id includes the profile's number, so another profile means another record.
     for (int other = 0; other < kProfiles; ++other) {
       if (other != profile && policyIds_.erase(policyId(n, other)) != 0) {
         changes.erase(GID_IP_POLICY, 0, policyId(n, other));
@@ -423,7 +420,7 @@ void read(unsigned seed, const Writer& writer, const std::atomic<bool>& done,
     const Config::Revision from = dispatcher()->applied();
     Reply reply = ask(random);
     ++asked;
-    // What the store holds: its revision word is raised a moment after others can read a commit.
+    // From the store itself: a commit can be read before the revision word is raised.
     const Config::Revision to = store().snapshot().revision();
     for (const auto& [question, answer] : reply.answers) {
       if (!writer.isRight(question, answer, from, to)) {
@@ -446,7 +443,7 @@ void read(unsigned seed, const Writer& writer, const std::atomic<bool>& done,
   }
 }
 
-// What clears caches without a change.
+// Clears caches without a change of the configuration.
 void sweep(const std::atomic<bool>& done) {
   std::mt19937 random(7);
   const __attachment_file_pattern* const noPattern = nullptr;
@@ -493,10 +490,10 @@ void sweep(const std::atomic<bool>& done) {
 
 }  // namespace
 
-TEST(LibraryModel, AnswersFollowTheConfiguration) {
+TEST(ProfileModel, AnswersFollowTheConfiguration) {
   factory();
   Writer writer;
-  ASSERT_TRUE(dispatcher()->waitApplied(writer.revision(), 60'000));
+  awaitApplied(writer.revision());
   Complaints complaints;
   std::atomic<bool> done{false};
   std::atomic<int> asked{0};
@@ -509,16 +506,17 @@ TEST(LibraryModel, AnswersFollowTheConfiguration) {
   for (int i = 0; i < kCommits; ++i) {
     writer.commitSome();
     for (const int before = asked; asked < before + kQuestions;) std::this_thread::yield();
-    // Mostly the readers see several revisions under way, now and then none.
-    if (i % 8 == 0) followed = followed && dispatcher()->waitApplied(writer.revision(), 60'000);
+    // Readers mostly see several unapplied revisions, and sometimes none.
+    if (i % 8 == 0)
+      followed = followed && dispatcher()->waitApplied(writer.revision(), kPatienceMs);
   }
-  followed = followed && dispatcher()->waitApplied(writer.revision(), 60'000);
+  followed = followed && dispatcher()->waitApplied(writer.revision(), kPatienceMs);
   done = true;
   for (std::thread& thread : threads) thread.join();
   EXPECT_TRUE(followed);
   for (const std::string& complaint : complaints.texts()) ADD_FAILURE() << complaint;
 
-  // In the end every cached answer is that of the newest revision, and so is every fresh one.
+  // At the end cached and fresh answers are those of the newest revision.
   const Answers newest = writer.newest();
   for (const bool fresh : {false, true}) {
     SCOPED_TRACE(fresh ? "fresh" : "cached");

@@ -1,4 +1,4 @@
-// What policies ask of the platform and the factory, and what they do not.
+// The calls that the policies' constructors make to the platform and the factory.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "Gateway.h"
-#include "Interposed.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "platform/common/IPAddress.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -21,37 +22,38 @@ using testing::Pair;
 
 namespace {
 
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
-
 class PlatformCalls : public testing::Test {
  protected:
-  void SetUp() override {
-    hooks().ipPolicyMatch = [this](const ip_addr_t& server, const ip_addr_t& client) {
-      calls.push_back("server " + IPAddress(server).asString() + " client " +
-                      IPAddress(client).asString());
-    };
-    hooks().incomingPolicy = [this](const char* sender, const char* recipient) {
-      calls.push_back(std::string("incoming ") + (sender == nullptr ? "null" : sender) + " " +
-                      recipient);
-    };
-    hooks().outgoingPolicy = [this](const char* sender, const char* recipient) {
-      calls.push_back(std::string("outgoing ") + (sender == nullptr ? "null" : sender) + " " +
-                      recipient);
-    };
-    hooks().protectedDomains = [this] { ++domainLookups; };
-    hooks().antispamProfile = [this](int id, unsigned int domain) {
-      antispamRequests.emplace_back(id, domain);
-    };
-  }
   void TearDown() override { contentInspection(true); }
-
-  const HooksOff off_;
 
   std::vector<std::string> calls;
   int domainLookups = 0;
   std::vector<std::pair<int, unsigned int>> antispamRequests;
+
+ private:
+  void recipientCall(const char* what, const char* sender, const char* recipient) {
+    calls.push_back(std::string(what) + " " + (sender == nullptr ? "null" : sender) + " " +
+                    recipient);
+  }
+
+  const Before<&cfg_ip_policy_match> ipPolicy_{
+      [this](const ip_addr_t& server, const ip_addr_t& client, auto*) {
+        calls.push_back("server " + IPAddress(server).asString() + " client " +
+                        IPAddress(client).asString());
+      }};
+  const Before<&cfg_get_incoming_policy> incoming_{
+      [this](const char* sender, const char* recipient, auto*) {
+        recipientCall("incoming", sender, recipient);
+      }};
+  const Before<&cfg_get_outgoing_policy> outgoing_{
+      [this](const char* sender, const char* recipient, auto*) {
+        recipientCall("outgoing", sender, recipient);
+      }};
+  const Before<&CMF::RefApsGwServerCache::instance> domains_{[this](bool) { ++domainLookups; }};
+  const Before<&ProfileFactory::createProfileAntiSpam> antispam_{
+      [this](const ProfileFactory&, int id, unsigned int domain) {
+        antispamRequests.emplace_back(id, domain);
+      }};
 };
 
 const EmailAddress kSender = address("from@sender.example");
@@ -130,7 +132,7 @@ TEST_F(PlatformCalls, DerivedPoliciesAskForNone) {
   EXPECT_THAT(antispamRequests, IsEmpty());
 }
 
-TEST_F(PlatformCalls, ConnectionsAskForTheirProfileAlsoWhenItIsNone) {
+TEST_F(PlatformCalls, ConnectionsAskForTheirProfileEvenWhenItsIdIsZero) {
   IpPolicyRecord record(1);
   PolicyIPAddress(record.record());
   PolicyIPAddress(record.antispam(17).ngid(9).record());
@@ -179,7 +181,7 @@ TEST_F(PlatformCalls, WebFiltersAreReadThroughTheSharedQueriesOnce) {
   const ProfileFactory& factory = *ProfileFactory::instance();
   put(WebFilterRecord(id).categories({1, 0, 2}));
   std::vector<unsigned int> tables;
-  hooks().sharedQuery = [&](unsigned int gid) { tables.push_back(gid); };
+  const Before<&nCfg_query> reading([&](unsigned int gid) { tables.push_back(gid); });
   EXPECT_FALSE(factory.createProfileWebFilter(static_cast<int>(id)).isNull());
   EXPECT_THAT(tables, ElementsAre(1528, 1524, 1524, 1524));
   EXPECT_FALSE(factory.createProfileWebFilter(static_cast<int>(id)).isNull());

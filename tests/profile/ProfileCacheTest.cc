@@ -1,4 +1,4 @@
-// What a cache keeps and what it keeps out.
+// What a profile cache keeps, and what it refuses.
 #include "profile/factory/ProfileCache.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 namespace Kestrav {
 namespace {
 
-// Containers stand for profiles: each one made is a different implementation.
+// Action containers serve as profiles here: each has an implementation of its own.
 using Handle = ActionContainer;
 using Cache = ProfileCache<Handle>;
 

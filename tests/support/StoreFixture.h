@@ -1,5 +1,5 @@
-// A store of its own for each test: made in a temporary folder, attached to the process, and gone
-// afterwards.
+// A new store for each test, in a temporary folder, attached to the process. Removed after the
+// test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 
 namespace Kestrav::Testing {
 
-// A folder that is removed with all that is in it. Not shared between threads.
+// Removed with its contents. Used by one thread.
 class TemporaryFolder {
  public:
   TemporaryFolder() {
@@ -38,7 +38,7 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
-// For fixtures that are not tests themselves: opens, attaches and detaches.
+// For use outside of a test fixture.
 class AttachedStore {
  public:
   AttachedStore() : store_(Config::ConfigStore::open(folder_ / "store")) {

@@ -1,9 +1,9 @@
-// Configurations loaded with the command line tool under processes that answer from many threads.
+// Configurations loaded with the tool while processes answer from many threads.
 
 #include <fstream>
 #include <thread>
 
-#include "SetsFixture.h"
+#include "tests/processes/SetsFixture.h"
 
 namespace Kestrav::Testing {
 namespace {
@@ -14,8 +14,8 @@ class Load : public SetsFixture {
  protected:
   Load() : scratch_(Config::ConfigStore::open(folder() / "scratch")) { putAllSets(*scratch_); }
 
-  // A file with all sets at `number`, which is odd: the others leave records in a configuration
-  // domain that nobody refers to, and a file cannot have those.
+  // A file with all sets at `number`. REQUIRES: `number` is odd. At even ones no protected domain
+  // refers to the own configuration domain, and a file cannot hold records of such a domain.
   std::string fileOf(std::uint32_t number) {
     Config::ChangeSet changes;
     for (int set = 0; set < kSets; ++set) putSet(changes, set, number);

@@ -1,15 +1,11 @@
-// What becomes of failures inside the library: which are logged and swallowed, and which are the
-// caller's.
+// Failures inside the library: which ones are logged and swallowed, and which ones reach the
+// caller.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include "Factory.h"
-#include "Gateway.h"
-#include "Interposed.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "platform/common/Exception.h"
@@ -18,6 +14,10 @@
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -29,32 +29,23 @@ namespace {
   throw Exception("the store is gone", 77, "Store", 12);
 }
 
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
-
-template <class Rec>
-void update() {
-  factory().update(0, 1, static_cast<const Rec*>(nullptr));
-}
-
 struct Kind {
   const char* record;  // as the signature names it
-  void (*update)();
+  void (*drop)(std::uint32_t id);
   bool asksTheDispatcher;
 };
 
 const Kind kKinds[] = {
-    {"aps_gw_as_profile", &update<__aps_gw_as_profile>, true},
-    {"aps_gw_av_profile", &update<__aps_gw_av_profile>, false},
-    {"vexa_encryption_profile", &update<__vexa_encryption_profile>, false},
-    {"aps_profile_notification", &update<__aps_profile_notification>, false},
-    {"aps_gw_content_profile", &update<__aps_gw_content_profile>, true},
-    {"aps_dlp_profile", &update<__aps_dlp_profile>, true},
-    {"attachment_file_pattern", &update<__attachment_file_pattern>, true},
-    {"aps_as_wf_profile", &update<__aps_as_wf_profile>, true},
-    {"qv_ip_profile", &update<__qv_ip_profile>, true},
-    {"aps_systemquarantine_folders", &update<__aps_systemquarantine_folders>, false},
+    {"aps_gw_as_profile", &drop<__aps_gw_as_profile>, true},
+    {"aps_gw_av_profile", &drop<__aps_gw_av_profile>, false},
+    {"vexa_encryption_profile", &drop<__vexa_encryption_profile>, false},
+    {"aps_profile_notification", &drop<__aps_profile_notification>, false},
+    {"aps_gw_content_profile", &drop<__aps_gw_content_profile>, true},
+    {"aps_dlp_profile", &drop<__aps_dlp_profile>, true},
+    {"attachment_file_pattern", &drop<__attachment_file_pattern>, true},
+    {"aps_as_wf_profile", &drop<__aps_as_wf_profile>, true},
+    {"qv_ip_profile", &drop<__qv_ip_profile>, true},
+    {"aps_systemquarantine_folders", &drop<__aps_systemquarantine_folders>, false},
 };
 
 std::string signature(const char* record) {
@@ -70,9 +61,9 @@ TEST(FactoryFailure, OfAnUpdateIsLoggedWithItsSignatureAndSwallowed) {
     SCOPED_TRACE(kind.record);
     const LogCapture log;
     {
-      const HooksOff afterwards;
-      hooks().attachedStore = fail;
-      EXPECT_NO_THROW(kind.update());
+      const EventsHeld noEvents;
+      const Before<&Config::ConfigStore::attached> failing(fail);
+      EXPECT_NO_THROW(kind.drop(1));
     }
     EXPECT_THAT(log.codes(), ElementsAre(LogCode::kProfileUpdateFailed));
     EXPECT_THAT(log.fields(0x30001C2), ElementsAre(ElementsAre(signature(kind.record))));
@@ -85,14 +76,14 @@ TEST(FactoryFailure, OfTheDispatcherIsLoggedByTheKindsThatAskIt) {
     SCOPED_TRACE(kind.record);
     const LogCapture log;
     {
-      const HooksOff afterwards;
-      hooks().dispatcherInstance = [](const std::string& name, bool first, bool second) {
-        EXPECT_EQ(name, "");
-        EXPECT_FALSE(first);
-        EXPECT_FALSE(second);
-        fail();
-      };
-      EXPECT_NO_THROW(kind.update());
+      const Before<&CMF::Event::Dispatcher::instance> failing(
+          [](const std::string& name, bool first, bool second) {
+            EXPECT_EQ(name, "");
+            EXPECT_FALSE(first);
+            EXPECT_FALSE(second);
+            fail();
+          });
+      EXPECT_NO_THROW(kind.drop(1));
     }
     EXPECT_EQ(log.fields(0x30001C2).size(), kind.asksTheDispatcher ? 1u : 0u);
   }
@@ -104,34 +95,33 @@ TEST(FactoryFailure, OfAnUpdateLeavesTheLockFree) {
   put(AntispamRecord(id));
   const LogCapture log;
   {
-    const HooksOff afterwards;
-    hooks().dispatcherInstance = [](auto&&...) { fail(); };
-    factory().update(0, 1, static_cast<const __aps_gw_as_profile*>(nullptr));
+    const Before<&CMF::Event::Dispatcher::instance> failing([](auto&&...) { fail(); });
+    drop<__aps_gw_as_profile>(1);
   }
-  EXPECT_FALSE(factory().createProfileAntiSpam(static_cast<int>(id), 0).isNull());
+  EXPECT_FALSE(antispam(id).isNull());
   factory().clearAntispamProfiles();
 }
 
 // --- Profiles
 
-TEST(ProfileFailure, OfADictionaryOrACategoryIsTheCallersAndNothingIsKept) {
+TEST(ProfileFailure, OfADictionaryOrACategoryReachesTheCallerAndNothingIsCached) {
   const std::uint32_t id = freshId();
-  const int number = static_cast<int>(id);
   factory();
   put(WebFilterRecord(id).categories({1}),
       AntispamRecord(id).norbex().uriCategoryCheck(id).dictionary("no such dictionary"));
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().sharedQuery = [](unsigned int gid) {
-    if (gid == GID_WEB_CATEGORY) fail();
-  };
-  EXPECT_THROW(factory().createProfileWebFilter(number), Exception);
-  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
-  hooks().sharedQuery = nullptr;
-  hooks().profileScanner = [](const auto&) { fail(); };
-  EXPECT_THROW(factory().createProfileAntiSpam(number, 0), Exception);
-  hooks().profileScanner = nullptr;
-  const ProfileAntiSpam made = factory().createProfileAntiSpam(number, 0);
+  {
+    const Before<&nCfg_query> failing([](unsigned int gid) {
+      if (gid == GID_WEB_CATEGORY) fail();
+    });
+    EXPECT_THROW(webFilter(id), Exception);
+    EXPECT_THROW(antispam(id), Exception);
+  }
+  {
+    const Before<&DictionaryFactory::createProfileScanner> failing([](auto&&...) { fail(); });
+    EXPECT_THROW(antispam(id), Exception);
+  }
+  const ProfileAntiSpam made = antispam(id);
   ASSERT_FALSE(made.isNull());
   EXPECT_FALSE(made.profileWebFilter().isNull());
 }
@@ -156,20 +146,18 @@ const EmailAddress kSender = address("from@sender.example");
 TEST(PolicyFailure, OfARecipientsPolicyIsLoggedAndGivesNone) {
   const EmailAddress recipient = address(recipientWithProfile());
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { fail(); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing([](auto&&...) { fail(); });
   EXPECT_TRUE(PolicyRecipient(kSender, recipient, false, true).isNull());
   EXPECT_THAT(log.codes(), ElementsAre(0x030001BDu));
   EXPECT_THAT(log.fields(0x030001BD),
               ElementsAre(ElementsAre(Exception("the store is gone", 77, "Store", 12).asString())));
 }
 
-TEST(PolicyFailure, OfTheProtectedDomainsIsLoggedByAllWhoAskThem) {
+TEST(PolicyFailure, OfTheProtectedDomainsIsLoggedByEachConstructorThatAsksThem) {
   IpPolicyRecord record(1);
   const PolicyIPAddress ip(record.record());
   const EmailAddress recipient = address("user@nowhere.example");
-  const HooksOff afterwards;
-  hooks().protectedDomains = fail;
+  const Before<&CMF::RefApsGwServerCache::instance> failing([](bool) { fail(); });
   {
     const LogCapture log;
     EXPECT_TRUE(PolicyRecipient(kSender, recipient, false, true).isNull());
@@ -186,44 +174,43 @@ TEST(PolicyFailure, OfTheProtectedDomainsIsLoggedByAllWhoAskThem) {
     EXPECT_EQ(log.fields(0x030001BD).size(), 1u);
   }
   {
-    const LogCapture log;  // this one does not ask them
+    const LogCapture log;  // the last flag: does not ask
     EXPECT_FALSE(PolicyRecipient(kSender, recipient, true, false).isNull());
     EXPECT_TRUE(log.codes().empty());
   }
 }
 
-TEST(PolicyFailure, OfAnotherTypeIsTheCallers) {
+TEST(PolicyFailure, OfAnotherTypeReachesTheCaller) {
   const EmailAddress recipient = address(recipientWithProfile());
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { throw std::runtime_error("not ours"); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing(
+      [](auto&&...) { throw std::runtime_error("not ours"); });
   EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
   EXPECT_TRUE(log.codes().empty());
 }
 
-TEST(PolicyFailure, OfAnotherTypeIsTheCallersHoweverThePolicyIsMade) {
+TEST(PolicyFailure, OfTheProtectedDomainsWithAnotherTypeReachesTheCaller) {
   IpPolicyRecord record(1);
   const PolicyIPAddress ip(record.record());
   const EmailAddress recipient = address("user@nowhere.example");
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().protectedDomains = [] { throw std::runtime_error("not ours"); };
+  const Before<&CMF::RefApsGwServerCache::instance> failing(
+      [](bool) { throw std::runtime_error("not ours"); });
   EXPECT_THROW(PolicyRecipient(kSender, recipient, false, true), std::runtime_error);
   EXPECT_THROW(PolicyRecipient(kSender, recipient, ip), std::runtime_error);
   EXPECT_THROW(PolicyRecipient(kSender, recipient, true, true), std::runtime_error);
   EXPECT_TRUE(log.codes().empty());
 }
 
-TEST(PolicyFailure, OfAConnectionsPolicyIsTheCallers) {
+TEST(PolicyFailure, OfAConnectionsPolicyReachesTheCaller) {
   IpPolicyRecord record(1);
   const LogCapture log;
-  const HooksOff afterwards;
-  hooks().antispamProfile = [](int, unsigned int) { fail(); };
+  const Before<&ProfileFactory::createProfileAntiSpam> failing([](auto&&...) { fail(); });
   EXPECT_THROW(PolicyIPAddress(record.record()), Exception);
   EXPECT_TRUE(log.codes().empty());
 }
 
-// The same with nothing in between: an action whose address rewriting rule does not compile.
+// Without a hook: the action's address rewriting rule does not compile.
 TEST(PolicyFailure, BadActionOfAProfileGivesNoPolicy) {
   const std::uint32_t action = freshId();
   const std::uint32_t spam = freshId();

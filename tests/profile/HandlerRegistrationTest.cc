@@ -9,10 +9,10 @@
 #include <typeinfo>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
-#include "Interposed.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -37,26 +37,27 @@ std::string className(const CMF::Event::Handler& handler) {
   return name.compare(0, space.size(), space) == 0 ? name.substr(space.size()) : name;
 }
 
-// How each dispatcher was asked for.
+// The two flags of each request for a dispatcher.
 std::vector<bool>& dispatcherFlags() {
   static std::vector<bool> seen;
   return seen;
 }
 
-// All registrations of the factory's start, those of the caches it uses included.
+// All registrations while the factory starts. The caches that it uses register handlers too.
 const std::vector<Registration>& registrations() {
   static const std::vector<Registration> made = [] {
     std::vector<Registration> seen;
-    const HooksOff afterwards;
-    hooks().addHandler = [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
-                             unsigned char first, unsigned char second) {
-      seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first, second,
-                      ProfileFactory::virus_folderId != 0});
-    };
-    hooks().dispatcherInstance = [](const std::string&, bool first, bool second) {
-      dispatcherFlags().push_back(first);
-      dispatcherFlags().push_back(second);
-    };
+    const Before<&CMF::Event::DispatcherImpl::add> adding(
+        [&](CMF::Event::DispatcherImpl& to, const CMF::Event::RefHandler& handler,
+            unsigned char first, unsigned char second) {
+          seen.push_back({handler->gid(), className(*handler.operator->()), to.name(), first,
+                          second, ProfileFactory::virus_folderId != 0});
+        });
+    const Before<&CMF::Event::Dispatcher::instance> asking(
+        [](const std::string&, bool first, bool second) {
+          dispatcherFlags().push_back(first);
+          dispatcherFlags().push_back(second);
+        });
     start();
     return seen;
   }();
@@ -96,7 +97,7 @@ TEST(FactoryHandlers, HaveTheirNames) {
                          "QV_DICTIONARY_GROUP",
                          "QV_DICTIONARY_GDEFINE",
                          "QV_DICTIONARY",
-                         "QV_DICTIONAY_ITEM",  // spelled so
+                         "QV_DICTIONAY_ITEM",  // this spelling is kept for callers
                          "AntiSpamActionHandler",
                          "AntiVirusActionHandler",
                          "ContentActionHandler",
@@ -113,7 +114,7 @@ TEST(FactoryHandlers, HaveTheirNames) {
                      }));
 }
 
-// So are those of the caches.
+// The caches' handlers too.
 TEST(FactoryHandlers, AreRegisteredWithTheUnnamedDispatcher) {
   EXPECT_GT(registrations().size(), ofTheFactory().size());
   EXPECT_FALSE(dispatcherFlags().empty());
@@ -126,7 +127,7 @@ TEST(FactoryHandlers, AreRegisteredWithTheUnnamedDispatcher) {
   }
 }
 
-// The settings' cache registers its own handler when it is first used.
+// The cache of the settings registers its handler when it is first used.
 TEST(FactoryHandlers, DeferredPeriodIsReadBeforeTheLastOne) {
   const std::vector<Registration>& all = registrations();
   const auto cache = std::find_if(all.begin(), all.end(), [](const Registration& one) {
@@ -145,9 +146,8 @@ TEST(FactoryHandlers, FoldersAreReadBeforeTheFirstOne) {
 
 TEST(FactoryHandlers, AreRegisteredOnce) {
   registrations();
-  const HooksOff afterwards;
   int added = 0;
-  hooks().addHandler = [&](auto&&...) { ++added; };
+  const Before<&CMF::Event::DispatcherImpl::add> adding([&](auto&&...) { ++added; });
   ProfileFactory::instance();
   EXPECT_EQ(added, 0);
 }
@@ -156,21 +156,21 @@ TEST(ProfileHandler, DoesNothingWithoutARecord) {
   const std::uint32_t id = freshId();
   registrations();
   put(AntispamRecord(id), AntispamRecord(freshId()));
-  const ProfileAntiSpam kept = factory().createProfileAntiSpam(static_cast<int>(id), 0);
+  const ProfileAntiSpam kept = antispam(id);
   CMF::Event::ProfileHandler<__aps_gw_as_profile, 456> handler;
   const __aps_gw_as_profile* const none = nullptr;
   dispatcher()->trace(3);
   const LogCapture log;
   handler.message(0, none, none);
   EXPECT_TRUE(log.codes().empty());
-  EXPECT_TRUE(factory().createProfileAntiSpam(static_cast<int>(id), 0) == kept);
+  EXPECT_TRUE(antispam(id) == kept);
 
-  // The old record's id counts, also when the new one has another.
+  // The old record's id is used, even when the new one has another.
   const AntispamRecord named = AntispamRecord(id).name("old");
   const AntispamRecord other = AntispamRecord(freshId()).name("other");
   handler.message(0, &named.record(), &other.record());
   EXPECT_THAT(log.fields(0x30001C1),
               testing::ElementsAre(testing::ElementsAre(std::to_string(id), "other")));
-  EXPECT_FALSE(factory().createProfileAntiSpam(static_cast<int>(id), 0) == kept);
+  EXPECT_FALSE(antispam(id) == kept);
   dispatcher()->trace(0);
 }

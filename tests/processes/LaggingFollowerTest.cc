@@ -1,9 +1,9 @@
-// A follower that was stopped while the journal went on without it.
+// A follower that is suspended until the journal no longer holds its next change.
 
 #include <array>
 #include <set>
 
-#include "SetsFixture.h"
+#include "tests/processes/SetsFixture.h"
 #include "tests/support/Builders.h"
 
 namespace Kestrav::Testing {
@@ -14,9 +14,9 @@ using Config::Revision;
 
 constexpr std::size_t kJournal = 300;
 
-class Behind : public SetsFixture {
+class LaggingFollower : public SetsFixture {
  protected:
-  Behind() : SetsFixture(smallJournal()) {}
+  LaggingFollower() : SetsFixture(smallJournal()) {}
 
   static Config::ConfigStore::Options smallJournal() {
     Config::ConfigStore::Options options;
@@ -25,7 +25,7 @@ class Behind : public SetsFixture {
     return options;
   }
 
-  // In one commit. Nobody asks for them, and no two calls add the same.
+  // New folders, which no peer asks for, in one commit.
   Revision addFolders(std::uint32_t count) {
     ChangeSet changes;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -35,10 +35,10 @@ class Behind : public SetsFixture {
     return store().commit(std::move(changes));
   }
 
-  // What there is only at some numbers of the first set, or what is the other way round.
+  // The parity of a set's number determines which records exist, and their order.
   bool firstIsOdd() { return numberOf(store().snapshot(), 0) % 2 != 0; }
 
-  // Makes more changes than the journal keeps, but no faster than `steady` follows.
+  // Commits more changes than the journal keeps, but waits for `steady` to follow each.
   Revision outrunTheJournal(PeerProcess& steady) {
     std::mt19937 random(seed());
     const Revision before = storedRevision();
@@ -56,7 +56,7 @@ class Behind : public SetsFixture {
   std::uint32_t lastFolder_ = 1000;
 };
 
-TEST_F(Behind, ItHasTheSameCachesAsOneThatNeverStopped) {
+TEST_F(LaggingFollower, HasTheSameCachesAsOneThatWasNotSuspended) {
   SCOPED_TRACE("seed " + std::to_string(seed()));
   const auto steady = follower(1);
   const auto stopped = follower(0);
@@ -77,7 +77,7 @@ TEST_F(Behind, ItHasTheSameCachesAsOneThatNeverStopped) {
   EXPECT_EQ(steady->ask("missed"), "0");
   EXPECT_EQ(stopped->ask("missed"), std::to_string(3 * 8)) << "each handler, each time";
 
-  // From then on it is told of each change again.
+  // It receives each change again from then on.
   std::mt19937 random(seed());
   Revision end = 0;
   for (int i = 0; i < 3; ++i) end = writeSomeSets(store(), random);
@@ -88,8 +88,8 @@ TEST_F(Behind, ItHasTheSameCachesAsOneThatNeverStopped) {
   EXPECT_EQ(steady->finish(), "");
 }
 
-// Each kind of record on its own: what was missed is the only thing that changed.
-TEST_F(Behind, ItForgetsWhatChangedInAnyOneTable) {
+// One table at a time: nothing else changes.
+TEST_F(LaggingFollower, InvalidatesWhatChangedInASingleTable) {
   const std::array<std::uint32_t, 3> numbers = {2, 3, 4};
   std::set<unsigned> tables;
   std::vector<Part> all;
@@ -102,7 +102,7 @@ TEST_F(Behind, ItForgetsWhatChangedInAnyOneTable) {
     SCOPED_TRACE(part.table->key);
     await(*stopped, storedRevision());
     stopped->suspend();
-    // That one table at other numbers, and then things that nobody asks for.
+    // The table at other numbers, then records that no peer asks for.
     const Revision before = storedRevision();
     for (const std::uint32_t number : numbers) {
       ChangeSet changes;
@@ -126,7 +126,7 @@ TEST_F(Behind, ItForgetsWhatChangedInAnyOneTable) {
   EXPECT_EQ(stopped->finish(), "");
 }
 
-TEST_F(Behind, EveryoneIsAfterACommitThatTheJournalCannotHold) {
+TEST_F(LaggingFollower, MissesACommitThatTheJournalCannotHold) {
   const auto peer = follower(2);
   ChangeSet changes;
   for (int set = 0; set < kSets; ++set) putSet(changes, set, 2);
@@ -141,13 +141,13 @@ TEST_F(Behind, EveryoneIsAfterACommitThatTheJournalCannotHold) {
   EXPECT_EQ(peer->finish(), "");
 }
 
-TEST_F(Behind, AFollowerThatLivesHoldsTheJournalUpToTheBound) {
+TEST_F(LaggingFollower, KeepsTheJournalUpToItsHardLimit) {
   const auto stopped = follower(0);
   const Revision before = storedRevision();
   await(*stopped, before);
   stopped->suspend();
   Revision end = before;
-  // One record each; more than is kept for nobody, fewer than the bound.
+  // One record each: more than are kept without a follower, fewer than the hard limit.
   for (std::uint32_t i = 0; i < kJournal * 3 / 4; ++i) {
     ChangeSet changes;
     AntispamRecord(1).heuristic(i + 1, i + 1, i + 1).put(changes);

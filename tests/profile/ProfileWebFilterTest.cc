@@ -1,16 +1,11 @@
-// Web filter and quarantine folder profiles.
+#include "ProfileWebFilter.h"
+
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
 #include <vector>
 
-#include "Gateway.h"
-#include "ProfileFactory.h"
-#include "ProfileQuarantineFolder.h"
-#include "ProfileWebFilter.h"
-#include "platform/common/Buffer.h"
 #include "profile/antispam/ProfileWebFilterImpl.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -25,17 +20,9 @@ std::vector<int> spamCategories(const ProfileWebFilter& profile) {
   return found;
 }
 
-std::string encoded(const char* name) {
-  return ProfileQuarantineFolder(QuarantineFolderRecord(freshId(), name).data()).encodedName();
-}
-
-std::string base64(const char* text) {
-  return Buffer(text).toBase64String();
-}
-
 }  // namespace
 
-TEST(WebFilter, ConfiguredCategoriesAreSpamAndNoOthers) {
+TEST(ProfileWebFilter, ConfiguredCategoriesAreSpamAndNoOthers) {
   const std::uint32_t zero = freshId();
   const std::uint32_t gambling = freshId();
   const std::uint32_t last = freshId();
@@ -50,7 +37,7 @@ TEST(WebFilter, ConfiguredCategoriesAreSpamAndNoOthers) {
   EXPECT_TRUE(profile.actions().empty());
 }
 
-TEST(WebFilter, ZeroAndUnknownCategoryIdsAreIgnored) {
+TEST(ProfileWebFilter, ZeroAndUnknownCategoryIdsAreIgnored) {
   const std::uint32_t known = freshId();
   put(WebCategoryRecord(known, 33));
   const ProfileWebFilter profile(
@@ -58,7 +45,7 @@ TEST(WebFilter, ZeroAndUnknownCategoryIdsAreIgnored) {
   EXPECT_EQ(spamCategories(profile), std::vector<int>{33});
 }
 
-TEST(WebFilter, TwoIdsOfOneCategoryAreOne) {
+TEST(ProfileWebFilter, TwoIdsOfOneCategoryAreOne) {
   const std::uint32_t first = freshId();
   const std::uint32_t second = freshId();
   put(WebCategoryRecord(first, 44), WebCategoryRecord(second, 44));
@@ -66,7 +53,7 @@ TEST(WebFilter, TwoIdsOfOneCategoryAreOne) {
   EXPECT_EQ(spamCategories(profile), std::vector<int>{44});
 }
 
-TEST(WebFilter, FirstRecordReadOfACategoryIsKept) {
+TEST(ProfileWebFilter, FirstRecordReadOfACategoryIsKept) {
   const std::uint32_t first = freshId();
   const std::uint32_t second = freshId();
   put(WebCategoryRecord(first, 45), WebCategoryRecord(second, 45));
@@ -77,11 +64,11 @@ TEST(WebFilter, FirstRecordReadOfACategoryIsKept) {
   EXPECT_EQ(impl->categories.at(45)->id, second);
 }
 
-TEST(WebFilter, WithoutCategoriesNothingIsSpam) {
+TEST(ProfileWebFilter, WithoutCategoriesNothingIsSpam) {
   EXPECT_TRUE(spamCategories(ProfileWebFilter(WebFilterRecord(freshId()).data())).empty());
 }
 
-TEST(WebFilter, CountBeyondTheListIsMetWithTheList) {
+TEST(ProfileWebFilter, CountBeyondTheListIsMetWithTheList) {
   const std::uint32_t known = freshId();
   put(WebCategoryRecord(known, 55));
   WebFilterRecord record(freshId());
@@ -90,35 +77,10 @@ TEST(WebFilter, CountBeyondTheListIsMetWithTheList) {
   EXPECT_EQ(spamCategories(ProfileWebFilter(record.data())), std::vector<int>{55});
 }
 
-TEST(WebFilter, ProfileKeepsItsCategoriesWhenTheirRecordsGo) {
+TEST(ProfileWebFilter, ProfileKeepsItsCategoriesWhenTheirRecordsGo) {
   const std::uint32_t category = freshId();
   put(WebCategoryRecord(category, 66));
   const ProfileWebFilter profile(WebFilterRecord(freshId()).categories({category}).data());
   erase(GID_WEB_CATEGORY, category);
   EXPECT_EQ(spamCategories(profile), std::vector<int>{66});
-}
-
-TEST(QuarantineFolder, AsciiNameIsEncodedAsItIs) {
-  const ProfileQuarantineFolder folder(QuarantineFolderRecord(freshId(), "Bulk").data());
-  EXPECT_EQ(folder.name(), "Bulk");
-  EXPECT_EQ(folder.encodedName(), "QnVsaw==");
-}
-
-TEST(QuarantineFolder, NameBeyondAsciiTakesTheMailboxForm) {
-  const ProfileQuarantineFolder folder(QuarantineFolderRecord(freshId(), "Entwürfe").data());
-  EXPECT_EQ(folder.name(), "Entwürfe");
-  EXPECT_EQ(folder.encodedName(), base64("Entw&APw-rfe"));
-}
-
-TEST(QuarantineFolder, MailboxFormOfSpecialNames) {
-  EXPECT_EQ(encoded("a&b"), base64("a&-b"));
-  EXPECT_EQ(encoded("台北"), base64("&U,BTFw-"));
-  EXPECT_EQ(encoded("Sub/Folder"), base64("Sub/Folder"));
-  EXPECT_EQ(encoded(""), "");
-}
-
-TEST(QuarantineFolder, NameWithoutAnEndEndsWithItsField) {
-  QuarantineFolderRecord record(freshId(), "");
-  std::memset(record->name, 'q', sizeof(record->name));
-  EXPECT_EQ(ProfileQuarantineFolder(record.data()).name(), std::string(256, 'q'));
 }

@@ -1,5 +1,5 @@
-// Which of the factory's locks each operation holds, and how. Some pairings look like mistakes and
-// are not: other threads go by them.
+// Which of the factory's locks each operation holds, and in which mode. Some pairings look like
+// mistakes, but other threads rely on them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,15 +10,15 @@
 #include <utility>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
-#include "Interposed.h"
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "profile/factory/FactoryCaches.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
+#include "tests/profile/Hooks.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -47,7 +47,7 @@ std::string stateOf(CacheLock& lock) {
   return "unique";
 }
 
-// As another thread meets them.
+// As another thread finds them.
 Held heldNow() {
   ProfileFactory::Caches& caches = FactoryEvents::caches(factory());
   const std::map<std::string, CacheLock*> locks = {
@@ -72,56 +72,49 @@ Held heldNow() {
   return held;
 }
 
-// Handlers are kept out, so that only the test itself is in the factory.
 class FactoryLocks : public testing::Test {
  protected:
   void SetUp() override { factory(); }
   void TearDown() override { EXPECT_THAT(heldNow(), IsEmpty()); }
 
-  // The locks that `operation` holds where it asks which store is attached: whatever drops or
-  // publishes profiles does so, in the middle of it.
+  // The locks that `operation` holds when it asks for the attached store, as every drop and every
+  // publication of a profile does. Events are held: no handler uses the factory meanwhile.
   static Held during(const std::function<void()>& operation) {
     const EventsHeld noEvents;
-    const HooksOff afterwards;
     Held held;
     bool looking = false;
-    hooks().attachedStore = [&] {
+    const Before<&Config::ConfigStore::attached> look([&] {
       if (looking) return;
       looking = true;
       held = heldNow();
       looking = false;
-    };
+    });
     operation();
     return held;
   }
 };
 
-template <class Rec>
-void update() {
-  factory().update(0, 1, static_cast<const Rec*>(nullptr));
-}
-
 }  // namespace
 
-TEST_F(FactoryLocks, UpdatesHoldTheLockOfTheirKindButForFilePatterns) {
+TEST_F(FactoryLocks, UpdatesHoldTheLockOfTheirKindExceptThoseOfFilePatterns) {
   struct Case {
-    void (*update)();
+    void (*drop)(std::uint32_t id);
     const char* lock;
   };
   for (const Case& row : {
-           Case{&update<__aps_gw_as_profile>, "antispam"},
-           Case{&update<__aps_gw_av_profile>, "antivirus"},
-           Case{&update<__vexa_encryption_profile>, "encryption"},
-           Case{&update<__aps_profile_notification>, "notification"},
-           Case{&update<__aps_gw_content_profile>, "content"},
-           Case{&update<__aps_dlp_profile>, "dlp"},
-           Case{&update<__attachment_file_pattern>, "content"},
-           Case{&update<__aps_as_wf_profile>, "webFilter"},
-           Case{&update<__qv_ip_profile>, "session"},
-           Case{&update<__aps_systemquarantine_folders>, "quarantineFolder"},
+           Case{&drop<__aps_gw_as_profile>, "antispam"},
+           Case{&drop<__aps_gw_av_profile>, "antivirus"},
+           Case{&drop<__vexa_encryption_profile>, "encryption"},
+           Case{&drop<__aps_profile_notification>, "notification"},
+           Case{&drop<__aps_gw_content_profile>, "content"},
+           Case{&drop<__aps_dlp_profile>, "dlp"},
+           Case{&drop<__attachment_file_pattern>, "content"},
+           Case{&drop<__aps_as_wf_profile>, "webFilter"},
+           Case{&drop<__qv_ip_profile>, "session"},
+           Case{&drop<__aps_systemquarantine_folders>, "quarantineFolder"},
        }) {
     SCOPED_TRACE(row.lock);
-    EXPECT_THAT(during(row.update), ElementsAre(Pair(row.lock, "unique")));
+    EXPECT_THAT(during([&row] { row.drop(1); }), ElementsAre(Pair(row.lock, "unique")));
   }
 }
 
@@ -155,75 +148,69 @@ TEST_F(FactoryLocks, InnerClearsHoldNone) {
 TEST_F(FactoryLocks, StaleProfilesAreDroppedUnderTheSharedLock) {
   const std::uint32_t id = freshId();
   put(AntispamRecord(id));
-  factory().createProfileAntiSpam(static_cast<int>(id), 0);
+  antispam(id);
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   std::vector<Held> held;
-  hooks().attachedStore = [&, looking = false]() mutable {
+  bool looking = false;
+  const Before<&Config::ConfigStore::attached> look([&] {
     if (std::exchange(looking, true)) return;
     held.push_back(heldNow());
     looking = false;
-  };
+  });
   store().status().setDirty(Config::Zone::kAntispamDirty);
-  factory().createProfileAntiSpam(static_cast<int>(id), 0);
+  antispam(id);
   ASSERT_FALSE(held.empty());
   EXPECT_THAT(held.front(), ElementsAre(Pair("antispam", "shared")));
 }
 
-TEST_F(FactoryLocks, LoadsHoldTheUpgradeLockOfTheirKind) {
+TEST_F(FactoryLocks, LoadsHoldTheLockOfTheirKindForUpgrade) {
   const std::uint32_t id = freshId();
   put(AntispamRecord(id).dictionary("no such dictionary"), QuarantineFolderRecord(id, "Box"));
-  const int number = static_cast<int>(id);
-  EXPECT_THAT(during([number] { factory().createProfileQuarantineFolder(number, 0); }),
-              ElementsAre(Pair("quarantineFolder", "upgrade")));
+  EXPECT_THAT(during([id] { folder(id); }), ElementsAre(Pair("quarantineFolder", "upgrade")));
 
   const LogCapture log;
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   Held held;
-  hooks().profileScanner = [&](const auto&) { held = heldNow(); };
-  factory().createProfileAntiSpam(number, 0);
+  const Before<&DictionaryFactory::createProfileScanner> look([&](auto&&...) { held = heldNow(); });
+  antispam(id);
   EXPECT_THAT(held, ElementsAre(Pair("antispam", "upgrade")));
 }
 
 TEST_F(FactoryLocks, WebFilterLoadsHoldTheSessionsLock) {
   const std::uint32_t id = freshId();
   put(WebFilterRecord(id).categories({1}), AntispamRecord(id).norbex().uriCategoryCheck(id));
-  const int number = static_cast<int>(id);
   const EventsHeld noEvents;
-  const HooksOff afterwards;
   std::map<unsigned int, Held> held;
-  hooks().sharedQuery = [&](unsigned int gid) { held[gid] = heldNow(); };
-  factory().createProfileWebFilter(number);
+  const Before<&nCfg_query> look([&](unsigned int gid) { held[gid] = heldNow(); });
+  webFilter(id);
   const auto session = ElementsAre(Pair("session", "upgrade"));
   EXPECT_THAT(held,
               ElementsAre(Pair(GID_WEB_CATEGORY, session), Pair(GID_WEB_FILTER_PROFILE, session)));
 
-  // The one load within another.
+  // The only load within another one.
   factory().clearWebFilterProfiles();
-  factory().createProfileAntiSpam(number, 0);
+  antispam(id);
   EXPECT_THAT(held[GID_WEB_FILTER_PROFILE],
               ElementsAre(Pair("antispam", "upgrade"), Pair("session", "upgrade")));
 }
 
-TEST_F(FactoryLocks, HitsGoOnBesideOtherHolders) {
+TEST_F(FactoryLocks, HitsDoNotWaitForLoads) {
   const std::uint32_t id = freshId();
-  const int number = static_cast<int>(id);
   put(AntispamRecord(id), WebFilterRecord(id), QuarantineFolderRecord(id, "Box"));
-  factory().createProfileAntiSpam(number, 0);
-  factory().createProfileWebFilter(number);
-  factory().createProfileQuarantineFolder(number, 0);
+  antispam(id);
+  webFilter(id);
+  folder(id);
   const EventsHeld noEvents;
   ProfileFactory::Caches& caches = FactoryEvents::caches(factory());
-  const LoadLock antispam(caches.antispam.lock);
-  const LoadLock webFilter(caches.webFilter.lock);
-  const LoadLock folder(caches.quarantineFolder.lock);
-  const WriteLock session(caches.session.lock);  // only a web filter that is missing needs it
-  const LoadLock period(caches.deferPeriod.lock);
-  std::thread([number] {
-    EXPECT_FALSE(factory().createProfileAntiSpam(number, 0).isNull());
-    EXPECT_FALSE(factory().createProfileWebFilter(number).isNull());
-    EXPECT_FALSE(factory().createProfileQuarantineFolder(number, 0).isNull());
+  const LoadLock antispamLoad(caches.antispam.lock);
+  const LoadLock webFilterLoad(caches.webFilter.lock);
+  const LoadLock folderLoad(caches.quarantineFolder.lock);
+  const WriteLock session(caches.session.lock);  // taken only to load a missing web filter
+  const LoadLock periodLoad(caches.deferPeriod.lock);
+  std::thread([id] {
+    EXPECT_FALSE(antispam(id).isNull());
+    EXPECT_FALSE(webFilter(id).isNull());
+    EXPECT_FALSE(folder(id).isNull());
     factory().deferredPeriod();
   }).join();
 }

@@ -1,4 +1,4 @@
-// What the factory writes to the log when a profile is dropped.
+// The factory's trace: what it logs when a profile is dropped.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "Factory.h"
-#include "Gateway.h"
 #include "platform/common/LogCodes.h"
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
+#include "tests/profile/Factory.h"
+#include "tests/profile/Gateway.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// The level of the dispatcher's details, for as long as it lives.
+// Sets the dispatcher's trace level while it lives.
 class TraceLevel {
  public:
   explicit TraceLevel(unsigned int level) { dispatcher()->trace(level); }
@@ -31,8 +31,7 @@ class TraceLevel {
 template <class Rec>
 void update(int id, const char* name) {
   if (name == nullptr) {
-    factory().update(0, id, static_cast<const Rec*>(nullptr));
-    return;
+    return drop<Rec>(static_cast<std::uint32_t>(id));
   }
   Rec record;
   std::memset(static_cast<void*>(&record), 0, sizeof(record));
@@ -43,7 +42,7 @@ void update(int id, const char* name) {
 struct Kind {
   const char* what;
   void (*update)(int id, const char* name);
-  std::uint32_t code;  // 0: nothing is logged
+  std::uint32_t code;  // 0 when nothing is logged
 };
 
 const Kind kKinds[] = {

@@ -1,23 +1,21 @@
-// Policies chosen by the matcher from the store, and what their records become.
+// Policies as their constructors make them from the store: which record they use, and what they
+// take from it.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "Gateway.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
 #include "platform/config/client/cmf.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/Addresses.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 namespace {
-
-EmailAddress address(const std::string& text) {
-  return EmailAddress::rfc5321Parse(text, false);
-}
 
 // An address that no other test uses.
 std::string freshClient() {
@@ -97,7 +95,7 @@ TEST_F(PolicyOfConnection, IsNullWhenNoPolicyMatches) {
   EXPECT_TRUE(connection(client).isNull());
 }
 
-TEST_F(PolicyOfConnection, TellsClientFromServer) {
+TEST_F(PolicyOfConnection, MatchesClientAndServerSeparately) {
   const std::string client = freshClient();
   const std::string server = freshClient();
   put(IpPolicyRecord(static_cast<std::int32_t>(freshId())).client(client).server(server));
@@ -105,7 +103,7 @@ TEST_F(PolicyOfConnection, TellsClientFromServer) {
   EXPECT_TRUE(PolicyIPAddress(IPAddress(server), IPAddress(client)).isNull());
 }
 
-TEST_F(PolicyOfConnection, EachFlagStandsForItself) {
+TEST_F(PolicyOfConnection, EachFlagHasItsOwnBit) {
   for (int flags = 0; flags < 256; ++flags) {
     SCOPED_TRACE(flags);
     IpPolicyRecord record = IpPolicyRecord(1).flags(static_cast<unsigned char>(flags));
@@ -352,7 +350,7 @@ TEST_F(PolicyOfRecipient, OfAFurtherRecipientKeepsSenderAndDirection) {
   const PolicyRecipient first = policyFor("one@" + name);
   const PolicyRecipient further(address("two@outside.example"), first);
   EXPECT_EQ(further.sender(), kSender);
-  EXPECT_EQ(further.direction(), 1);  // the first one's, wherever this one goes
+  EXPECT_EQ(further.direction(), 1);  // that of the first recipient
   EXPECT_EQ(further.id(), 0);
   EXPECT_EQ(further.policyDomain(), "");
   EXPECT_TRUE(further.antispamProfile() == first.antispamProfile());
