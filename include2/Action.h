@@ -93,10 +93,6 @@ class KESTRAV_API Action : public Ref<ActionImpl> {
   // kEncrypt.
   std::uint32_t encryptionProfileId() const;
   void encryptionProfileId(unsigned int id);
-
- private:
-  // The implementation; throws with `accessor` as the message on a null action.
-  ActionImpl& impl(const char* accessor) const;
 };
 
 }  // namespace Kestrav

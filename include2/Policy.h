@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "ProfSessionDelivery.h"
 #include "ProfSessionReceive.h"
@@ -45,6 +46,9 @@ class KESTRAV_API Policy : public Ref<PolicyImpl> {
 
   // The configuration domain of the policy's record.
   ngid_t ngid() const;
+
+  // The record's name, UTF-8; empty for a policy that was derived rather than chosen.
+  const std::string& name() const;
 
   const ProfileAntiSpam& antispamProfile() const;
   const ProfileAntiVirus& antivirusProfile() const;

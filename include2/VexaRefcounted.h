@@ -167,15 +167,16 @@ Ref<T>::~Ref() {
   delete std::exchange(holder_, nullptr);
 }
 
+// Inline, although the template is instantiated elsewhere: every accessor goes through these.
 template <class T>
-T* Ref<T>::operator->() {
+inline T* Ref<T>::operator->() {
   if (holder_ == nullptr)
     throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 359);
   return holder_->impl();
 }
 
 template <class T>
-const T* Ref<T>::operator->() const {
+inline const T* Ref<T>::operator->() const {
   if (holder_ == nullptr)
     throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 368);
   return holder_->impl();

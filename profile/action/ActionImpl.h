@@ -24,7 +24,7 @@ class ActionImpl : public NonCopyable, public virtual RefImpl {
   std::uint32_t encryptionProfileId = 0;
   std::uint32_t notificationProfileId = 0;
   std::string alternateHost;
-  std::set<EmailAddress> bcc;
+  mutable std::set<EmailAddress> bcc;  // its setter is const
   std::uint32_t archiveRecipientId = 0;
   std::uint32_t systemquarantineFolderId = 0;
 };

@@ -37,9 +37,7 @@ ProfileWebFilter::ProfileWebFilter(const void* record)
     : Profile(new ProfileWebFilterImpl(static_cast<const __aps_as_wf_profile*>(record))) {}
 
 bool ProfileWebFilter::isSpam(unsigned char category) const {
-  if (isNull()) throwNullHandle("ProfileWebFilter");
-  const auto& categories = static_cast<const ProfileWebFilterImpl*>(holder_->impl())->categories;
-  return categories.find(category) != categories.end();
+  return of<ProfileWebFilterImpl>(*this, "ProfileWebFilter").categories.contains(category);
 }
 
 }  // namespace Kestrav

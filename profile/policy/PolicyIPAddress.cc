@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "ProfileFactory.h"
+#include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "profile/NullHandle.h"
@@ -12,6 +13,8 @@
 namespace Kestrav {
 
 namespace {
+
+constexpr const char* kSource = "PolicyIPAddress";
 
 // Bits of __qv_ip_policy::flags.
 constexpr unsigned char kExclusive = 0x1;
@@ -35,6 +38,7 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
   const ProfileFactory* factory = ProfileFactory::instance();
   id = record.id;
   ngid = record.ngid;
+  name = boundedText(record.name);
   exclusive = (record.flags & kExclusive) != 0;
 
   // While inspection is off the session profiles stay null, too.
@@ -57,23 +61,16 @@ PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& serve
   adopt(fromRecord(record).release());
 }
 
-PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) {
-  adopt(fromRecord(record).release());
-}
+PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) { adopt(fromRecord(record).release()); }
 
 const IPAddress& PolicyIPAddress::ipClient() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 40);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipClient;
+  return of<PolicyIPAddressImpl>(*this, kSource, 40).ipClient;
 }
-
 const IPAddress& PolicyIPAddress::ipServer() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 50);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipServer;
+  return of<PolicyIPAddressImpl>(*this, kSource, 50).ipServer;
 }
-
 bool PolicyIPAddress::exclusive() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 60);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).exclusive;
+  return of<PolicyIPAddressImpl>(*this, kSource, 60).exclusive;
 }
 
 }  // namespace Kestrav

@@ -25,24 +25,21 @@ PolicyRecipient::PolicyRecipient(const EmailAddress& recipient, const PolicyReci
   adopt(PolicyRecipientImpl::create(recipient, other));
 }
 
+namespace {
+constexpr const char* kSource = "PolicyRecipient";
+}
+
 const EmailAddress& PolicyRecipient::sender() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 80);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).sender;
+  return of<PolicyRecipientImpl>(*this, kSource, 80).sender;
 }
-
 const EmailAddress& PolicyRecipient::recipient() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 90);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).recipient;
+  return of<PolicyRecipientImpl>(*this, kSource, 90).recipient;
 }
-
 int PolicyRecipient::direction() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 100);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).direction;
+  return of<PolicyRecipientImpl>(*this, kSource, 100).direction;
 }
-
 const std::string& PolicyRecipient::policyDomain() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 110);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).policyDomain;
+  return of<PolicyRecipientImpl>(*this, kSource, 110).policyDomain;
 }
 
 bool PolicyRecipient::operator==(const PolicyRecipient& other) const {

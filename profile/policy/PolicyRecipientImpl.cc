@@ -10,6 +10,7 @@
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
+#include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/PolicyRecords.h"
@@ -73,6 +74,7 @@ std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
   auto policy = std::make_unique<PolicyRecipientImpl>(sender, recipient);
   policy->id = record.id;
   policy->ngid = record.ngid;
+  policy->name = boundedText(record.name);
   policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
   if (incoming) policy->policyDomain = recipient.domain();
   complete = true;
