@@ -75,9 +75,8 @@ TrustedMTASetRef TrustedMTASetRef::instance(bool) {
 void initializeTrustedMTASet() {
   static Mutex mutex;
   Synchronized guard(mutex);
-  TrustedMTASetRef sets = TrustedMTASetRef::instance(false);
-  addTrusted<GID_TRUSTED_MTA>(sets->trustedMTAs());
-  addTrusted<GID_TRUSTED_ANTISPAM_MTA>(sets->trustedAntispamMTAs());
+  addTrusted<GID_TRUSTED_MTA>();
+  addTrusted<GID_TRUSTED_ANTISPAM_MTA>();
 }
 
 }  // namespace Kestrav
