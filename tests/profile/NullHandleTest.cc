@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <concepts>
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -19,6 +17,7 @@
 #include "platform/common/Exception.h"
 #include "profile/ProfileImpl.h"
 #include "profile/action/ActionImpl.h"
+#include "tests/support/GeneratedSection.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -89,19 +88,7 @@ std::string table() {
 
 // After a change of the rows: KESTRAV_UPDATE_GOLDEN=1 profile_values_tests
 TEST(NullHandle, TableOfTheErrorsPageIsUpToDate) {
-  const std::string path = std::string(KESTRAV_DOCS) + "/errors.md";
-  std::string page = (std::ostringstream() << std::ifstream(path, std::ios::binary).rdbuf()).str();
-  const std::string start = "<!-- generated from tests/profile/NullUses.cc -->\n";
-  const std::size_t begin = page.find(start);
-  const std::size_t end = page.find("<!-- end -->", begin);
-  ASSERT_NE(end, std::string::npos) << "the page has no place for the table";
-  const std::size_t from = begin + start.size();
-  if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) {
-    page.replace(from, end - from, table());
-    std::ofstream(path, std::ios::binary) << page;
-    return;
-  }
-  EXPECT_EQ(page.substr(from, end - from), table());
+  expectGenerated(std::string(KESTRAV_DOCS) + "/errors.md", "tests/profile/NullUses.cc", table());
 }
 
 }  // namespace
