@@ -1,4 +1,4 @@
-// The implementations behind actions and their containers.
+// The implementations of actions and their containers.
 #pragma once
 
 #include <atomic>
@@ -35,8 +35,7 @@ class ActionContainerImpl : public NonCopyable, public virtual RefImpl {
 
   std::list<Action> actions;
 
-  // 0 while not computed. Readers that compute it at the same time store the same value, so the
-  // order in which they do does not matter.
+  // 0 while not computed. Concurrent readers compute and store the same value.
   std::atomic<ActionType> aggregate{0};
 };
 

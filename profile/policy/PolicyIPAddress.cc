@@ -21,7 +21,7 @@ constexpr unsigned char kExclusive = 0x1;
 constexpr unsigned char kAuthFlag1 = 0x2;
 constexpr unsigned char kAuthFlag2 = 0x4;
 
-// IP policies are the system's, and so are their profiles.
+// IP policies and their profiles belong to the system.
 constexpr ngid_t kSystemDomain = 0;
 
 std::unique_ptr<PolicyIPAddressImpl> fromRecord(__qv_ip_policy& record) {
@@ -41,9 +41,9 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
   name = boundedText(record.name);
   exclusive = (record.flags & kExclusive) != 0;
 
-  // While inspection is off the session profiles stay null, too.
+  // While inspection is off, the session profiles stay null too.
   if (contentInspectionOn()) {
-    // Asked for even when the id is 0, which names no profile.
+    // Requested even for id 0, which names no profile.
     antispam =
         factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), kSystemDomain);
   }
