@@ -19,7 +19,6 @@
 namespace Kestrav {
 
 class EmailAddress;
-class ProfileAntiSpamImpl;
 
 // The classifier behind a spam verdict. Other profiles and the daemons use other values.
 enum ClassifierType : int {
@@ -182,9 +181,6 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   // 2 for a mailbox that controls a quarantine, 1 for one that trains the Bayesian filter, 0 for
   // any other. Compares the local part and ignores case.
   static unsigned int controlAccountType(const EmailAddress& address);
-
- private:
-  const ProfileAntiSpamImpl& impl(int line) const;
 };
 
 }  // namespace Kestrav

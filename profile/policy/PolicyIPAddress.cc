@@ -14,6 +14,7 @@ namespace Kestrav {
 
 namespace {
 
+using Impl = PolicyIPAddressImpl;
 constexpr const char* kSource = "PolicyIPAddress";
 
 // Bits of __qv_ip_policy::flags.
@@ -63,14 +64,8 @@ PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& serve
 
 PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) { adopt(fromRecord(record).release()); }
 
-const IPAddress& PolicyIPAddress::ipClient() const {
-  return of<PolicyIPAddressImpl>(*this, kSource, 40).ipClient;
-}
-const IPAddress& PolicyIPAddress::ipServer() const {
-  return of<PolicyIPAddressImpl>(*this, kSource, 50).ipServer;
-}
-bool PolicyIPAddress::exclusive() const {
-  return of<PolicyIPAddressImpl>(*this, kSource, 60).exclusive;
-}
+const IPAddress& PolicyIPAddress::ipClient() const { return of<Impl>(*this, kSource, 40).ipClient; }
+const IPAddress& PolicyIPAddress::ipServer() const { return of<Impl>(*this, kSource, 50).ipServer; }
+bool PolicyIPAddress::exclusive() const { return of<Impl>(*this, kSource, 60).exclusive; }
 
 }  // namespace Kestrav

@@ -26,20 +26,17 @@ PolicyRecipient::PolicyRecipient(const EmailAddress& recipient, const PolicyReci
 }
 
 namespace {
+using Impl = PolicyRecipientImpl;
 constexpr const char* kSource = "PolicyRecipient";
-}
+}  // namespace
 
-const EmailAddress& PolicyRecipient::sender() const {
-  return of<PolicyRecipientImpl>(*this, kSource, 80).sender;
-}
+const EmailAddress& PolicyRecipient::sender() const { return of<Impl>(*this, kSource, 80).sender; }
 const EmailAddress& PolicyRecipient::recipient() const {
-  return of<PolicyRecipientImpl>(*this, kSource, 90).recipient;
+  return of<Impl>(*this, kSource, 90).recipient;
 }
-int PolicyRecipient::direction() const {
-  return of<PolicyRecipientImpl>(*this, kSource, 100).direction;
-}
+int PolicyRecipient::direction() const { return of<Impl>(*this, kSource, 100).direction; }
 const std::string& PolicyRecipient::policyDomain() const {
-  return of<PolicyRecipientImpl>(*this, kSource, 110).policyDomain;
+  return of<Impl>(*this, kSource, 110).policyDomain;
 }
 
 bool PolicyRecipient::operator==(const PolicyRecipient& other) const {
