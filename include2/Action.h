@@ -1,8 +1,8 @@
 // One thing to do with a message, with its parameters.
 //
-// A handle. Unlike profiles, an action is completed through setters after it was made; they write
-// into the implementation that all copies share. Complete an action before other threads can see
-// it; from then on any number of them may read it.
+// A handle. Unlike profiles, an action is completed through setters, which write into the
+// implementation that all copies share. Complete an action before other threads can see it; after
+// that any number of threads may read it.
 #pragma once
 
 #include <cstdint>
@@ -17,26 +17,26 @@
 
 namespace Kestrav {
 
-// One bit a kind, so that kinds combine into a mask. The kinds that carry no member are carried out
-// by the daemons according to their value alone; their names here only tell where they come from.
+// The kind of an action: one bit, so that kinds combine into a mask. docs/actions.md lists them
+// with the configuration that each comes from.
 using ActionType = std::uint32_t;
 
 namespace ActionTypes {
-inline constexpr ActionType kDisposition2 = 0x4;
+inline constexpr ActionType kReject = 0x4;
 inline constexpr ActionType kHeaderTag = 0x8;
 inline constexpr ActionType kSubjectTag = 0x10;
-inline constexpr ActionType kDisposition4 = 0x20;
-inline constexpr ActionType kDisposition1 = 0x80;
-inline constexpr ActionType kDisposition32 = 0x100;
+inline constexpr ActionType kPersonalQuarantine = 0x20;
+inline constexpr ActionType kDiscard = 0x80;
+inline constexpr ActionType kReplace = 0x100;
 inline constexpr ActionType kRewriteAddress = 0x400;
 inline constexpr ActionType kSystemQuarantine = 0x4000;
-inline constexpr ActionType kContentDisposition128 = 0x8000;
+inline constexpr ActionType kDefer = 0x8000;
 inline constexpr ActionType kEncrypt = 0x10000;
 inline constexpr ActionType kAlternateHost = 0x40000;
 inline constexpr ActionType kBlindCopy = 0x80000;
 inline constexpr ActionType kArchive = 0x100000;
-inline constexpr ActionType kAntivirusDisposition8 = 0x200000;
-inline constexpr ActionType kAntivirusDisposition16 = 0x400000;
+inline constexpr ActionType kRepackage = 0x200000;
+inline constexpr ActionType kRepackageWithNotice = 0x400000;
 inline constexpr ActionType kNotify = 0x800000;
 }  // namespace ActionTypes
 
@@ -61,12 +61,12 @@ class KESTRAV_API Action : public Ref<ActionImpl> {
   const Header& headerTag() const;
   void headerTag(const Header& header);
 
-  // kSubjectTag: what to put in front of the subject, already in the form of RFC 2047. The setter
-  // takes UTF-8 and encodes it.
+  // kSubjectTag: the text to put in front of the subject, in the form of RFC 2047. The setter takes
+  // UTF-8 and encodes it.
   const std::string& subjectTag() const;
   void subjectTag(const std::string& text);
 
-  // kAlternateHost: the host to deliver to instead.
+  // kAlternateHost: the host to deliver to.
   const std::string& alternateHost() const;
   void alternateHost(const std::string& host);
 
@@ -93,10 +93,6 @@ class KESTRAV_API Action : public Ref<ActionImpl> {
   // kEncrypt.
   std::uint32_t encryptionProfileId() const;
   void encryptionProfileId(unsigned int id);
-
- private:
-  // The implementation; throws with `accessor` as the message on a null action.
-  ActionImpl& impl(const char* accessor) const;
 };
 
 }  // namespace Kestrav

@@ -1,8 +1,8 @@
 // The actions of one verdict, in the order in which they were added.
 //
-// A handle that is never null; copies share the one list, and what is added through one of them is
-// seen through all. Complete a container before other threads can see it; from then on any number
-// of them may read it.
+// A handle that is never null. Copies share one list: an action added through one copy is seen
+// through all. Complete a container before other threads can see it; after that any number of
+// threads may read it.
 #pragma once
 
 #include <list>
@@ -20,10 +20,10 @@ extern template class KESTRAV_API Ref<ActionContainerImpl>;
 
 class KESTRAV_API ActionContainer : public Ref<ActionContainerImpl> {
  public:
-  // An empty container of its own.
+  // An empty container that shares nothing.
   ActionContainer();
 
-  // Copies only: a container that was moved from would be null.
+  // Copied, never moved: a container that was moved from would be null.
   ActionContainer(const ActionContainer& other) = default;
   ActionContainer& operator=(const ActionContainer& other) = default;
 
@@ -32,8 +32,8 @@ class KESTRAV_API ActionContainer : public Ref<ActionContainerImpl> {
   // The first action whose type is exactly `type`; the null action when there is none.
   Action find(ActionType type) const;
 
-  // The types of all actions, or-ed. The first answer other than 0 is remembered: actions added
-  // afterwards do not show in it. Query a container only when it is complete.
+  // The bitwise OR of the types of all actions. The first result other than 0 is cached and ignores
+  // actions that are added later, so query only a complete container.
   ActionType aggregate() const;
 
   bool empty() const;

@@ -1,4 +1,4 @@
-// The hook through which the daemons supply the rules that data loss prevention scans with.
+// The hook through which a daemon supplies the rules of data loss prevention.
 #pragma once
 
 #include "platform/common/Export.h"
@@ -9,14 +9,14 @@ class KESTRAV_API DLPRuleFactory {
  public:
   virtual ~DLPRuleFactory();
 
-  // Forget every rule made so far; called when what rules are made from has changed. Does nothing
-  // here.
+  // Discards all rules; called when the configuration that they are made from has changed. The base
+  // class does nothing.
   virtual void clearDLPRules();
 
-  // What is installed; when nothing is, installs a factory that does nothing.
+  // The installed factory. Installs one that does nothing when there is none.
   static DLPRuleFactory* instance();
 
-  // A daemon stores its own factory here, before it has several threads. Not owned.
+  // A daemon stores its own factory here before it starts threads. Not owned.
   static DLPRuleFactory* s_instance;
 };
 

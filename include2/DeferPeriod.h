@@ -1,4 +1,4 @@
-// The span of each day in which large messages are held back for later delivery. A value.
+// The daily period in which large messages are held back for later delivery. A value.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,12 @@ namespace Kestrav {
 
 class KESTRAV_API DeferPeriod {
  public:
-  // Minutes after local midnight, `start` included, `end` not. A start after the end means a span
-  // over midnight; equal bounds mean no span at all.
+  // Minutes after local midnight; `start` is included, `end` is not. A period whose start is after
+  // its end spans midnight; one with equal bounds is empty.
   std::int64_t start = 0;
   std::int64_t end = 0;
 
-  // Whether the local time of day is within the span now.
+  // Whether the current local time of day is within the period.
   bool operator()() const;
 
   // The same for a given time of day.

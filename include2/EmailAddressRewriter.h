@@ -1,8 +1,8 @@
 // Rewrites an email address from a pattern over its local part and its domain, such as
 // "%%LOCAL%%@archive.%%DOMAIN%%".
 //
-// A value: copies share the one compiled pattern. Any number of threads may apply the same
-// rewriter; they take turns.
+// A value: copies share one compiled pattern. Any number of threads may apply the same rewriter;
+// its lock serialises them.
 #pragma once
 
 #include <boost/smart_ptr/shared_ptr.hpp>
@@ -19,22 +19,22 @@ class _EmailAddressRewriter;
 
 class KESTRAV_API EmailAddressRewriter {
  public:
-  // Holds nothing; applying it to an address is an error.
+  // The null rewriter; applying it to an address is an error.
   EmailAddressRewriter() = default;
 
-  // "%%LOCAL%%" and "%%DOMAIN%%" stand for the parts of the address. Throws Exception, code
+  // "%%LOCAL%%" and "%%DOMAIN%%" are replaced by the parts of the address. Throws Exception, code
   // Exception::kBadText, with the pattern as parameter, for a pattern that does not compile (an
   // unclosed "%%").
   explicit EmailAddressRewriter(const std::string& pattern);
 
-  // Null for the null address. Throws Exception, code 1, when the rewriter holds nothing, and what
+  // Null for the null address. Throws Exception, code 1, when the rewriter is null, and what
   // EmailAddress::rfc5321Parse throws when the result is no address.
   EmailAddress operator()(const EmailAddress& address) const;
 
   bool isNull() const { return rewriter_ == nullptr; }
 
   // The rewriter that an action's two modification records describe, one for each part: kind 1 puts
-  // the text before the part, 2 behind it, 3 in its place; any other kind leaves the part alone.
+  // the text before the part, 2 after it, 3 replaces the part; any other kind leaves it unchanged.
   static EmailAddressRewriter adapter(const cfg_as_email_address_modification_& local,
                                       const cfg_as_email_address_modification_& domain);
 

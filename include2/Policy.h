@@ -1,11 +1,12 @@
 // Which profiles and settings apply to one path of a message.
 //
-// A handle: copies share one implementation, which is immutable but for one remembered answer. Any
-// number of threads may read it. Policies are chosen by PolicyIPAddress and PolicyRecipient; this
-// is what both have in common. A policy keeps answering with the configuration it was built from.
+// A handle: copies share one implementation, which is immutable except for one cached answer. Any
+// number of threads may read it. PolicyIPAddress and PolicyRecipient choose policies; this is their
+// common base. A policy does not change when the configuration does.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "ProfSessionDelivery.h"
 #include "ProfSessionReceive.h"
@@ -19,7 +20,7 @@
 
 namespace Kestrav {
 
-// Carried from the policy's record to the daemons; their meaning is theirs.
+// Copied from the policy's record for the daemons, which define their meaning.
 struct KESTRAV_API AuthenticationAndAccess {
   bool authFlag1 = false;
   bool authFlag2 = false;
@@ -33,8 +34,8 @@ extern template class KESTRAV_API RefCounted<PolicyImpl>;
 extern template class KESTRAV_API Ref<PolicyImpl>;
 
 // Every accessor throws Exception with its full signature as the message, code 1, on a null policy.
-// What the others return by reference lives as long as any handle to the policy does. Any of the
-// profiles may be null.
+// A returned reference is valid as long as any handle to the policy exists. Any of the profiles may
+// be null.
 class KESTRAV_API Policy : public Ref<PolicyImpl> {
  public:
   // The null policy.
@@ -46,6 +47,9 @@ class KESTRAV_API Policy : public Ref<PolicyImpl> {
   // The configuration domain of the policy's record.
   ngid_t ngid() const;
 
+  // The record's name, UTF-8; empty for a policy that was derived rather than chosen.
+  const std::string& name() const;
+
   const ProfileAntiSpam& antispamProfile() const;
   const ProfileAntiVirus& antivirusProfile() const;
   const ProfileContent& contentProfile() const;
@@ -54,15 +58,15 @@ class KESTRAV_API Policy : public Ref<PolicyImpl> {
   const ProfileDLP& dlpProfile() const;
   const AuthenticationAndAccess& authenticationAndAccess() const;
 
-  // Whether the antispam or the content profile needs the message's parts. A yes is remembered by
-  // all copies of the policy; a no only by a policy made for a further recipient.
+  // Whether the antispam or the content profile needs the message's parts. All copies of the policy
+  // cache a positive answer; only a policy made for a further recipient caches a negative one.
   bool messageParsingRequired() const;
 
  protected:
-  // Adopts `impl`, which was just made.
+  // Adopts a new implementation.
   explicit Policy(PolicyImpl* impl) : Ref(impl) {}
 
-  // Adopts `impl` in place of what is held; null makes a null policy.
+  // Replaces the implementation; null makes a null policy.
   void adopt(PolicyImpl* impl);
 };
 

@@ -1,5 +1,5 @@
-// The policy for a connection, chosen by its client's and its server's address. The only kind of
-// policy that carries session profiles.
+// The policy of a connection, chosen by the addresses of client and server. The only kind of policy
+// that carries session profiles.
 #pragma once
 
 #include "Policy.h"
@@ -19,16 +19,16 @@ class KESTRAV_API PolicyIPAddress : public Policy {
   // Throws what building a profile throws.
   PolicyIPAddress(const IPAddress& client, const IPAddress& server);
 
-  // The policy of a record that the caller holds already.
+  // The policy of a record that the caller holds.
   explicit PolicyIPAddress(__qv_ip_policy& record);
 
   // On a null policy these throw Exception "PolicyIPAddress", code 1.
 
-  // Always null addresses: a policy does not keep what it was chosen by.
+  // Always null addresses: a policy does not keep the addresses that it was chosen by.
   const IPAddress& ipClient() const;
   const IPAddress& ipServer() const;
 
-  // Set in the record; what it means is up to the daemons.
+  // A flag of the record; the daemons define its meaning.
   bool exclusive() const;
 };
 

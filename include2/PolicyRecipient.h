@@ -1,4 +1,4 @@
-// The policy for one recipient of a message, chosen by its envelope sender and that recipient.
+// The policy of one recipient of a message, chosen by envelope sender and recipient.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace Kestrav {
 
-// What a caller keeps about how a recipient matched. The fields mean what the caller makes of them.
+// A caller's note of how a recipient matched. The library does not use it.
 class KESTRAV_API PolicyRecipientMatch {
  public:
   PolicyRecipientMatch() = default;
@@ -39,14 +39,15 @@ class KESTRAV_API PolicyRecipient : public Policy {
   PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient,
                   const PolicyIPAddress& ipPolicy);
 
-  // The first enabled recipient policy that matches, among the incoming ones when the recipient's
-  // domain is protected, otherwise among the outgoing ones. Null when none does or the recipient is
-  // null. With `noPolicy` none is asked for: the result only knows its direction, which is outgoing
-  // unless `lookupDirection` is set.
+  // The first enabled recipient policy that matches: an incoming one when the recipient's domain is
+  // protected, otherwise an outgoing one. Null when none matches or the recipient is null. With
+  // `noPolicy` nothing is matched, and the result has only a direction: outgoing, or with
+  // `lookupDirection` that of the recipient.
   PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient, bool noPolicy,
                   bool lookupDirection);
 
-  // The policy of another recipient of the same message, for a further one. Null when either is.
+  // The policy of another recipient of the same message, for a further recipient. Null when either
+  // argument is.
   PolicyRecipient(const EmailAddress& recipient, const PolicyRecipient& other);
 
   // On a null policy these throw Exception "PolicyRecipient", code 1.
@@ -56,11 +57,10 @@ class KESTRAV_API PolicyRecipient : public Policy {
   const EmailAddress& recipient() const;
   int direction() const;
 
-  // The recipient's domain, when it is protected and an incoming policy was chosen; otherwise
-  // empty.
+  // The recipient's domain when an incoming policy was chosen; otherwise empty.
   const std::string& policyDomain() const;
 
-  // Both null, or both of one implementation.
+  // Both null, or both with the same implementation.
   bool operator==(const PolicyRecipient& other) const;
 };
 

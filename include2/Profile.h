@@ -1,8 +1,8 @@
-// What all profiles share: type, id, name, actions, and how much of a message they need parsed.
+// The common base of all profiles: type, id, name, actions, and which parts of a message they need.
 //
-// A handle: copies share one immutable implementation, built from a configuration record by the
-// profile factory. Any number of threads may read it; a configuration change makes a new profile
-// and leaves this one as it is.
+// A handle: copies share one immutable implementation, which the profile factory builds from a
+// configuration record. Any number of threads may read it. A configuration change makes a new
+// profile; this one does not change.
 #pragma once
 
 #include <cstdint>
@@ -42,15 +42,15 @@ class KESTRAV_API Profile : public Ref<ProfileImpl> {
   int id() const;
   const std::string& name() const;
 
-  // What to do when the profile matches and no more specific action is configured.
+  // The actions when the profile matches and no more specific ones are configured.
   const ActionContainer& actions() const;
 
-  // Bit set of the message parts that have to be parsed before the profile can be applied; 0 for
-  // none. The bits belong to each kind.
+  // Bit set of the message parts that must be parsed for the profile, 0 for none. Each kind defines
+  // its bits.
   std::uint32_t messageParseType() const;
 
  protected:
-  // Adopts `impl`, which was just made.
+  // Adopts a new implementation.
   explicit Profile(ProfileImpl* impl) : Ref(impl) {}
 };
 

@@ -1,8 +1,8 @@
 // Which spam classifiers to run on a message, with which settings, and what to do with a message
 // that one of them calls spam.
 //
-// A profile handle: copies share one implementation, computed whole from its record and immutable
-// from then on. Any number of threads may read it.
+// A profile handle: copies share one immutable implementation, built from its record. Any number of
+// threads may read it.
 #pragma once
 
 #include <cstdint>
@@ -19,9 +19,8 @@
 namespace Kestrav {
 
 class EmailAddress;
-class ProfileAntiSpamImpl;
 
-// What called a message spam. Other values belong to other profiles and to the daemons.
+// The classifier behind a spam verdict. Other profiles and the daemons use other values.
 enum ClassifierType : int {
   CLASSIFIER_RBL = 5,
   CLASSIFIER_SURBL = 6,
@@ -41,7 +40,7 @@ enum ClassifierType : int {
   CLASSIFIER_DMARC = 67,
 };
 
-// The cloud rating service. secondaryCheck is taken over also while the service is off.
+// The cloud rating service. secondaryCheck is set even while the service is off.
 struct KESTRAV_API NorbexAntiSpamSettings {
   bool extendedCheck = false;
   bool secondaryCheck = false;
@@ -61,7 +60,7 @@ struct KESTRAV_API BayesianSettings {
   bool reserved3 = false;
 };
 
-// The values below hold while deep header analysis is off, too.
+// The values below also apply while deep header analysis is off.
 struct KESTRAV_API DeepHeaderSettings {
   std::uint32_t mode = 1;
   double confidence = 95.0;  // percent
@@ -87,8 +86,8 @@ struct KESTRAV_API BayesianSystemSettings {
 };
 
 // Every accessor throws Exception "ProfileAntiSpam", code 1, source ProfileAntiSpam, on a null
-// profile. The line it carries identifies the accessor: 40 for the first one below, and 8 more for
-// each that follows. New accessors go to the end, so that the lines keep their meaning in old logs.
+// profile. Its line identifies the accessor: 40 for the first one below, and 8 more for each that
+// follows. New accessors go to the end, so that lines in old logs keep their meaning.
 class KESTRAV_API ProfileAntiSpam : public Profile {
  public:
   // Bits of messageParseType().
@@ -107,7 +106,7 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   // The null profile.
   ProfileAntiSpam() = default;
 
-  // From a record of table 456; a null one gives a profile without a name and with everything off.
+  // From a record of table 456; a null one gives a profile with no name and everything off.
   // Throws what the dictionaries, the web filter profile and the store throw.
   ProfileAntiSpam(int domain, int id, const void* record);
 
@@ -151,7 +150,7 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   const Ref<DictionaryScannerImpl>& whiteWordDictionaryScanner() const;
   const Ref<DictionaryScannerImpl>& dictionaryScanner() const;
 
-  // The score from which on the dictionary calls a message spam.
+  // The lowest dictionary score of a spam message.
   std::int64_t minScore() const;
 
   // In bytes.
@@ -163,7 +162,7 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   // The profile is meant for mail that leaves.
   bool isOutgoing() const;
 
-  // How long the default action's quarantine keeps a message.
+  // How long the quarantine of the default action keeps a message.
   std::uint32_t quarantineAutoDeleteDays() const;
 
   // Null unless the URI category check is on.
@@ -174,18 +173,14 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   // What to do when `classifier` calls a message spam: its own actions, or the profile's.
   const ActionContainer& individualAction(ClassifierType classifier) const;
 
-  // Process-wide settings, taken from the system antispam record by the first call and again by
-  // each call with `reload`. What was returned before is destroyed by a reload: no other thread may
-  // be using it then.
+  // Process-wide settings, read from the system antispam record by the first call and by each call
+  // with `reload`. A reload destroys the settings returned before: no thread may use them then.
   static const QuarantineControlSettings* quarantineControlSettings(bool reload);
   static const BayesianSystemSettings* bayesianSystemSettings(bool reload);
 
   // 2 for a mailbox that controls a quarantine, 1 for one that trains the Bayesian filter, 0 for
-  // any other. Goes by the local part, without regard to case.
+  // any other. Compares the local part and ignores case.
   static unsigned int controlAccountType(const EmailAddress& address);
-
- private:
-  const ProfileAntiSpamImpl& impl(int line) const;
 };
 
 }  // namespace Kestrav

@@ -1,4 +1,4 @@
-// What to scan a message for, and what to do with an infected one. A profile handle.
+// Which scans a message gets, and what to do with an infected one. A profile handle.
 #pragma once
 
 #include "Profile.h"

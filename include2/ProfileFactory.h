@@ -1,12 +1,11 @@
-// Makes profiles from configuration records, each once, and keeps them until the configuration
-// changes.
+// Builds profiles from configuration records and caches them until the configuration changes.
 //
-// One per process, made on first use and never destroyed. Any number of threads may ask for
-// profiles; the configuration library's event thread drops what has changed. A profile that a
-// caller holds stays as it is; the next request builds a new one.
+// One per process, made on first use and never destroyed. Any number of threads may request
+// profiles; the configuration library's event thread drops those that have changed. A profile that
+// a caller holds does not change; the next request builds a new one.
 //
-// What is promised: once a change has been applied in this process, no later call returns a profile
-// built from the older records, and a load that began before the change does not publish after it.
+// Once a change is applied in this process, no later call returns a profile built from the older
+// records, and a load that began before the change does not publish after it.
 #pragma once
 
 #include <cstdint>
@@ -34,34 +33,33 @@ namespace Kestrav {
 
 class KESTRAV_API ProfileFactory {
  public:
-  // Ids of the system quarantine folders named "Bulk", "Virus", "Content" and "Dlp"; 0 for one that
-  // did not exist when the factory was made, and before that. Read once: a folder made later does
-  // not show.
+  // Ids of the system quarantine folders named "Bulk", "Virus", "Content" and "Dlp". Read once,
+  // when the factory is made; 0 before that, and for a folder that did not exist then.
   static std::uint32_t spam_folderId;
   static std::uint32_t virus_folderId;
   static std::uint32_t content_folderId;
   static std::uint32_t dlp_folderId;
 
-  // The factory. The first call makes it, registers its event handlers and may throw what the store
-  // throws; a later call tries again then.
+  // The factory. The first call makes it and registers its event handlers. When the store throws,
+  // the next call tries again.
   static ProfileFactory* instance();
 
   ProfileFactory(const ProfileFactory&) = delete;
   ProfileFactory& operator=(const ProfileFactory&) = delete;
 
-  // The profile `id`, looked for in the system domain first, then in `domain`. Null when neither
-  // holds it. Profiles are known by id alone: one found in a domain is served to all domains from
-  // then on. Throw what the profile's constructor throws; nothing is kept then.
+  // The profile `id` of the system domain, or else of `domain`; null when neither has it. Profiles
+  // are cached by id alone: one found in a domain is returned to callers of all domains. Throw what
+  // the profile's constructor throws; nothing is cached then.
   ProfileAntiSpam createProfileAntiSpam(int id, unsigned int domain) const;
 
-  // System domain only, whatever `domain` says.
+  // System domain only; `domain` is ignored.
   Ref<ProfileQuarantineFolder> createProfileQuarantineFolder(int id, unsigned int domain) const;
 
   // System domain only. Null for id 0.
   ProfileWebFilter createProfileWebFilter(int id) const;
 
-  // A record has changed: forget the profile `id` of its kind. `record` is the new one, null when
-  // it was deleted; only a trace line reads it. Failures are logged, never thrown.
+  // A record has changed: drop the profile `id` of its kind. `record` is the new one, null when it
+  // was deleted; only a trace line reads it. Failures are logged, never thrown.
   void update(ngid_t domain, int id, const __aps_gw_as_profile* record) const;
   void update(ngid_t domain, int id, const __aps_gw_av_profile* record) const;
   void update(ngid_t domain, int id, const __aps_gw_content_profile* record) const;
@@ -73,7 +71,7 @@ class KESTRAV_API ProfileFactory {
   void update(ngid_t domain, int id, const __qv_ip_profile* record) const;
   void update(ngid_t domain, int id, const __aps_systemquarantine_folders* record) const;
 
-  // Forget every profile of a kind.
+  // Drop every profile of a kind.
   void clearAntispamProfiles();
   void clearAntivirusProfiles();
   void clearContentProfiles();
@@ -89,13 +87,13 @@ class KESTRAV_API ProfileFactory {
   void _clearDLPProfiles() const;
   void _clearFilePatternProfiles() const;
 
-  // Non-zero while large messages are to be held back (see DeferPeriod).
+  // Non-zero while large messages are held back (see DeferPeriod).
   int deferredPeriod();
 
-  // Takes the period over from the mail server settings; null leaves it as it is.
+  // Sets the period from the mail server settings; does nothing for null.
   void updateDeferPeriod(const __aps_mailserver* settings);
 
-  // The caches, known inside the library only.
+  // Defined inside the library only.
   struct Caches;
 
  private:
@@ -108,7 +106,7 @@ class KESTRAV_API ProfileFactory {
   static void readFolderIds();
 
   const std::unique_ptr<Caches> caches_;
-  bool handlersRegistered_ = false;  // only the thread that makes the factory looks at it
+  bool handlersRegistered_ = false;  // used only by the thread that makes the factory
 };
 
 }  // namespace Kestrav

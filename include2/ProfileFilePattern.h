@@ -1,4 +1,4 @@
-// A file type, told by file names and MIME types. A profile handle.
+// A file type, given by file names and MIME types. A profile handle.
 #pragma once
 
 #include "Profile.h"

@@ -1,4 +1,4 @@
-// Settings that belong to no single profile.
+// Settings of all profiles together.
 #pragma once
 
 #include "platform/common/Export.h"
@@ -7,7 +7,7 @@ namespace Kestrav {
 
 class KESTRAV_API ProfileGlobalSettings {
  public:
-  // Non-zero while large messages are to be held back (see DeferPeriod).
+  // Non-zero while large messages are held back (see DeferPeriod).
   static int deferredPeriod();
 };
 

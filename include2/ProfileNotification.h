@@ -1,4 +1,4 @@
-// Whom to tell about what was done with a message, and how. A profile handle.
+// Who is notified of what was done with a message, and how. A profile handle.
 #pragma once
 
 #include "Profile.h"

@@ -1,6 +1,6 @@
 // A system quarantine folder: its name, and the name of its mailbox on disk.
 //
-// Itself the shared implementation, handed out as Ref<ProfileQuarantineFolder>. Immutable; any
+// This is the shared implementation; its handle is Ref<ProfileQuarantineFolder>. Immutable; any
 // number of threads may read it.
 #pragma once
 

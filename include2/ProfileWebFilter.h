@@ -13,8 +13,7 @@ class KESTRAV_API ProfileWebFilter : public Profile {
   // The null profile.
   ProfileWebFilter() = default;
 
-  // From a record of table 1528. The categories it names are read from the store; unknown ones are
-  // passed over.
+  // From a record of table 1528. Reads its categories from the store and skips unknown ones.
   explicit ProfileWebFilter(const void* record);
 
   // Throws Exception "ProfileWebFilter", code 1, on a null profile.

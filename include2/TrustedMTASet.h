@@ -1,5 +1,5 @@
-// The mail transfer agents that the gateway trusts, by IP address: those whose word on where a
-// message came from is believed, and those whose spam verdict is.
+// The mail transfer agents that the gateway trusts, by IP address: one set is trusted to name the
+// origin of a message, the other its spam verdict.
 //
 // One pair of sets per process, filled by initializeTrustedMTASet() and kept up to date by the
 // profile factory's event handlers. Any number of threads may read and change the sets; each
@@ -25,9 +25,9 @@ class KESTRAV_API TrustedAddresses : public NonCopyable {
   void insert(const IPAddressMask& mask);
   void erase(const IPAddressMask& mask);
 
-  // Counts what insert and erase were called for. A set that was read from the store is put in only
-  // if nothing has changed since: take the count, read the store, then add or assign with that
-  // count. Both do nothing and return false when it is outdated.
+  // The number of calls of insert and erase. To store addresses read from the store: take the
+  // number, read, then add or assign with the number. Both do nothing and return false when the set
+  // has changed since.
   std::uint64_t changes() const;
   [[nodiscard]] bool add(const std::set<IPAddressMask>& masks, std::uint64_t changes);
   [[nodiscard]] bool assign(std::set<IPAddressMask> masks, std::uint64_t changes);
@@ -66,16 +66,16 @@ extern template class KESTRAV_API Ref<TrustedMTASet>;
 
 class KESTRAV_API TrustedMTASetRef : public Ref<TrustedMTASet> {
  public:
-  // The process's sets, empty at first. The argument makes no difference.
+  // The process's sets, initially empty. The argument is ignored.
   static TrustedMTASetRef instance(bool unused = false);
 
  private:
   explicit TrustedMTASetRef(TrustedMTASet* set) : Ref(set) {}
 };
 
-// Adds every address of the two tables to the sets. A text that is no address is logged and passed
-// over. Not from a thread that keeps an older revision of the store open: addresses that were
-// erased since would come back.
+// Adds every address of the two tables to the sets. A text that is no address is logged and
+// skipped. Do not call it from a thread that holds an older revision of the store open: it would
+// add addresses that were erased since.
 KESTRAV_API void initializeTrustedMTASet();
 
 }  // namespace Kestrav

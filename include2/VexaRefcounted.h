@@ -37,7 +37,7 @@ class KESTRAV_API RefImpl {
   RefImpl& operator=(const RefImpl&) = delete;
   virtual ~RefImpl() = default;
 
-  // References now held. A snapshot: other threads may change it at any moment.
+  // The references held at this moment; other threads may change the number at any time.
   std::uint32_t referenceCount() const { return count_.load(); }
 
  private:
@@ -53,9 +53,8 @@ class KESTRAV_API RefImpl {
 
 // Owns one reference to an implementation, which may be null.
 //
-// The members of this template, of Ref and RefCountedImplCopy need T complete; they are defined out
-// of class so that a public header may declare `extern template` for an implementation it only
-// names.
+// The members of this template, of Ref and RefCountedImplCopy need T complete. They are defined out
+// of class so that a public header can declare `extern template` for an incomplete implementation.
 template <class T>
 class KESTRAV_API RefCounted {
  public:
@@ -85,7 +84,7 @@ template <class T>
 class KESTRAV_API Ref {
  public:
   Ref() : holder_(nullptr) {}
-  // Adopts an implementation just made. A null one throws Exception, code 4.
+  // Adopts a new implementation. A null one throws Exception, code 4.
   explicit Ref(T* impl);
   // As above, but takes a further reference when addRef is true.
   Ref(T* impl, bool addRef);
@@ -167,15 +166,16 @@ Ref<T>::~Ref() {
   delete std::exchange(holder_, nullptr);
 }
 
+// Inline even where the template is instantiated elsewhere: every accessor uses these.
 template <class T>
-T* Ref<T>::operator->() {
+inline T* Ref<T>::operator->() {
   if (holder_ == nullptr)
     throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 359);
   return holder_->impl();
 }
 
 template <class T>
-const T* Ref<T>::operator->() const {
+inline const T* Ref<T>::operator->() const {
   if (holder_ == nullptr)
     throw Exception("operator->", Exception::kNullHandle, "VexaRefcounted", 368);
   return holder_->impl();

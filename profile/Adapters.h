@@ -1,4 +1,4 @@
-// Turn the fixed-size text lists of configuration records into the containers that profiles use.
+// Copy the fixed-size text lists of configuration records to the containers that profiles use.
 #pragma once
 
 #include <list>
@@ -11,13 +11,13 @@
 
 namespace Kestrav {
 
-// Each adds the first `count` entries of `list` in order, passing over empty ones; a count below 1
-// adds nothing. An entry without an end ends with its bytes.
+// Each adds the first `count` entries of `list` in order and skips empty ones; a count below 1 adds
+// nothing. An entry without a NUL takes its whole field.
 
 KESTRAV_API void adapter(StringContainer& out, int count, const __aps_hideheader_list_t* list);
 KESTRAV_API void adapter(std::list<std::string>& out, int count, const aps_fqdn_t* list);
 
-// Entries stand for addresses and hosts; white space around them does not count:
+// Entries are patterns of addresses and hosts. White space around them is removed. An entry adds:
 //   an IP address                        that address
 //   a mask or a part of an IP address    the entry and ".*"
 //   a text with an at sign               that pattern

@@ -10,29 +10,14 @@ template class Ref<ProfileImpl>;
 
 ProfileImpl::~ProfileImpl() = default;
 
-std::uint32_t Profile::type() const {
-  if (isNull()) throwNullHandle("Profile", "Profile", 31);
-  return holder_->impl()->type;
+namespace {
+constexpr const char* kSource = "Profile";
 }
 
-int Profile::id() const {
-  if (isNull()) throwNullHandle("Profile", "Profile", 39);
-  return holder_->impl()->id;
-}
-
-const std::string& Profile::name() const {
-  if (isNull()) throwNullHandle("Profile", "Profile", 47);
-  return holder_->impl()->name;
-}
-
-const ActionContainer& Profile::actions() const {
-  if (isNull()) throwNullHandle("Profile", "Profile", 55);
-  return holder_->impl()->actions;
-}
-
-std::uint32_t Profile::messageParseType() const {
-  if (isNull()) throwNullHandle("Profile", "Profile", 73);
-  return holder_->impl()->messageParseType;
-}
+std::uint32_t Profile::type() const { return of(*this, kSource, 31).type; }
+int Profile::id() const { return of(*this, kSource, 39).id; }
+const std::string& Profile::name() const { return of(*this, kSource, 47).name; }
+const ActionContainer& Profile::actions() const { return of(*this, kSource, 55).actions; }
+std::uint32_t Profile::messageParseType() const { return of(*this, kSource, 73).messageParseType; }
 
 }  // namespace Kestrav

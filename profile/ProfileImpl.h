@@ -1,4 +1,4 @@
-// What every profile's implementation holds. Built completely by the derived class's constructor.
+// The implementation of every profile. The derived class's constructor fills it.
 #pragma once
 
 #include <cstdint>

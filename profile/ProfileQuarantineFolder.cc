@@ -7,7 +7,7 @@
 
 namespace Kestrav {
 
-// The name stands at the start of the record.
+// The constructor reads the name from the start of the record.
 static_assert(offsetof(__aps_systemquarantine_folders, name) == 0);
 constexpr std::size_t kNameSize = sizeof(__aps_systemquarantine_folders::name);
 

@@ -92,11 +92,11 @@ Json actionDocument(const Action& action, ngid_t domain, const Names& names) {
                    "send the notification " + named(names, GID_NOTIFICATION_PROFILE, domain, id),
                    {{"profile", id}});
     }
-    case Types::kDisposition1:
+    case Types::kDiscard:
       return entry("discard", "discard it");
-    case Types::kDisposition2:
+    case Types::kReject:
       return entry("reject", "reject it");
-    case Types::kDisposition4:
+    case Types::kPersonalQuarantine:
       return entry("personal-quarantine", "quarantine it for the recipient");
     default: {
       char value[16];

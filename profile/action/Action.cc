@@ -13,85 +13,54 @@ ActionImpl::~ActionImpl() = default;
 
 Action::Action(ActionType type) : Ref(new ActionImpl(type)) {}
 
-ActionImpl& Action::impl(const char* accessor) const {
-  if (isNull()) throwNullHandle(accessor);
-  return *holder_->impl();
-}
+// A getter and its setter throw the same message.
 
-ActionType Action::type() const {
-  return impl("type").type;
-}
-
-const Header& Action::headerTag() const {
-  return impl("headerTag").headerTag;
-}
-
-void Action::headerTag(const Header& header) {
-  impl("headerTag").headerTag = header;
-}
-
-const std::string& Action::subjectTag() const {
-  return impl("subjectTag").subjectTag;
-}
-
+ActionType Action::type() const { return of(*this, "type").type; }
+const Header& Action::headerTag() const { return of(*this, "headerTag").headerTag; }
+void Action::headerTag(const Header& header) { of(*this, "headerTag").headerTag = header; }
+const std::string& Action::subjectTag() const { return of(*this, "subjectTag").subjectTag; }
 void Action::subjectTag(const std::string& text) {
-  impl("subjectTag").subjectTag = vexa_encode_rfc2047(text, "utf-8");
+  of(*this, "subjectTag").subjectTag = vexa_encode_rfc2047(text, "utf-8");
 }
-
 const std::string& Action::alternateHost() const {
-  return impl("alternateHost").alternateHost;
+  return of(*this, "alternateHost").alternateHost;
 }
-
 void Action::alternateHost(const std::string& host) {
-  impl("alternateHost").alternateHost = host;
+  of(*this, "alternateHost").alternateHost = host;
 }
-
-const std::set<EmailAddress>& Action::bcc() const {
-  return impl("bcc").bcc;
-}
-
+const std::set<EmailAddress>& Action::bcc() const { return of(*this, "bcc").bcc; }
 void Action::bcc(const std::set<EmailAddress>& recipients) const {
-  impl("bcc").bcc = recipients;
+  of(*this, "bcc").bcc = recipients;
 }
-
 const EmailAddressRewriter& Action::addressRewriter() const {
-  return impl("addressRewriter").addressRewriter;
+  return of(*this, "addressRewriter").addressRewriter;
 }
-
 void Action::addressRewriter(const EmailAddressRewriter& rewriter) {
-  impl("addressRewriter").addressRewriter = rewriter;
+  of(*this, "addressRewriter").addressRewriter = rewriter;
 }
-
 std::uint32_t Action::systemquarantineFolderId() const {
-  return impl("systemquarantineFolderId").systemquarantineFolderId;
+  return of(*this, "systemquarantineFolderId").systemquarantineFolderId;
 }
-
 void Action::systemquarantineFolderId(unsigned int id) {
-  impl("systemquarantineFolderId").systemquarantineFolderId = id;
+  of(*this, "systemquarantineFolderId").systemquarantineFolderId = id;
 }
-
 std::uint32_t Action::archiveRecipientId() const {
-  return impl("archiveRecipientId").archiveRecipientId;
+  return of(*this, "archiveRecipientId").archiveRecipientId;
 }
-
 void Action::archiveRecipientId(unsigned int id) {
-  impl("archiveRecipientId").archiveRecipientId = id;
+  of(*this, "archiveRecipientId").archiveRecipientId = id;
 }
-
 std::uint32_t Action::notificationProfileId() const {
-  return impl("notificationProfileId").notificationProfileId;
+  return of(*this, "notificationProfileId").notificationProfileId;
 }
-
 void Action::notificationProfileId(unsigned int id) {
-  impl("notificationProfileId").notificationProfileId = id;
+  of(*this, "notificationProfileId").notificationProfileId = id;
 }
-
 std::uint32_t Action::encryptionProfileId() const {
-  return impl("encryptionProfileId").encryptionProfileId;
+  return of(*this, "encryptionProfileId").encryptionProfileId;
 }
-
 void Action::encryptionProfileId(unsigned int id) {
-  impl("encryptionProfileId").encryptionProfileId = id;
+  of(*this, "encryptionProfileId").encryptionProfileId = id;
 }
 
 }  // namespace Kestrav

@@ -14,7 +14,7 @@ ActionContainerImpl::~ActionContainerImpl() = default;
 ActionContainer::ActionContainer() : Ref(new ActionContainerImpl) {}
 
 void ActionContainer::add(const Action& action) {
-  // The remembered mask stays as it is: containers are completed before they are queried.
+  // The cached mask is not reset, on purpose: containers are completed before they are queried.
   impl()->actions.push_back(action);
 }
 
@@ -26,20 +26,16 @@ Action ActionContainer::find(ActionType type) const {
 }
 
 ActionType ActionContainer::aggregate() const {
-  std::atomic<ActionType>& remembered = impl()->aggregate;
-  ActionType mask = remembered.load(std::memory_order_relaxed);
+  std::atomic<ActionType>& cached = impl()->aggregate;
+  ActionType mask = cached.load(std::memory_order_relaxed);
   if (mask != 0) return mask;
   for (const Action& action : impl()->actions) mask |= action.type();
-  remembered.store(mask, std::memory_order_relaxed);
+  cached.store(mask, std::memory_order_relaxed);
   return mask;
 }
 
-bool ActionContainer::empty() const {
-  return impl()->actions.empty();
-}
+bool ActionContainer::empty() const { return impl()->actions.empty(); }
 
-const std::list<Action>& ActionContainer::actions() const {
-  return impl()->actions;
-}
+const std::list<Action>& ActionContainer::actions() const { return impl()->actions; }
 
 }  // namespace Kestrav

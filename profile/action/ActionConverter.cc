@@ -142,8 +142,10 @@ constexpr Step kAntispamSteps[] = {Step::kDisposition, Step::kAlternateHost, Ste
                                    Step::kArchive,     Step::kNotification,  Step::kHeader,
                                    Step::kSubject};
 constexpr ActionLayout::Disposition kAntispamDispositions[] = {
-    {1, ActionTypes::kDisposition1},    {2, ActionTypes::kDisposition2},
-    {4, ActionTypes::kDisposition4},    {8, ActionTypes::kSystemQuarantine},
+    {1, ActionTypes::kDiscard},
+    {2, ActionTypes::kReject},
+    {4, ActionTypes::kPersonalQuarantine},
+    {8, ActionTypes::kSystemQuarantine},
     {16, ActionTypes::kRewriteAddress},
 };
 

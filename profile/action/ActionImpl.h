@@ -1,4 +1,4 @@
-// The implementations behind actions and their containers.
+// The implementations of actions and their containers.
 #pragma once
 
 #include <atomic>
@@ -24,7 +24,7 @@ class ActionImpl : public NonCopyable, public virtual RefImpl {
   std::uint32_t encryptionProfileId = 0;
   std::uint32_t notificationProfileId = 0;
   std::string alternateHost;
-  std::set<EmailAddress> bcc;
+  mutable std::set<EmailAddress> bcc;  // its setter is const
   std::uint32_t archiveRecipientId = 0;
   std::uint32_t systemquarantineFolderId = 0;
 };
@@ -35,8 +35,7 @@ class ActionContainerImpl : public NonCopyable, public virtual RefImpl {
 
   std::list<Action> actions;
 
-  // 0 while not computed. Readers that compute it at the same time store the same value, so the
-  // order in which they do does not matter.
+  // 0 while not computed. Concurrent readers compute and store the same value.
   std::atomic<ActionType> aggregate{0};
 };
 

@@ -17,13 +17,13 @@ namespace Kestrav {
 
 namespace {
 
-// Makes "%%" the marker on both sides. The blank behind the tag reaches the rewritten text; the
-// address parser passes over it.
+// Makes "%%" the marker on both sides. The blank after the tag appears in the rewritten text; the
+// address parser skips it.
 constexpr const char* kMarkers = "{{=%% %%=}} ";
 
 // Kinds of a modification.
 constexpr std::uint32_t kPutBefore = 1;
-constexpr std::uint32_t kPutBehind = 2;
+constexpr std::uint32_t kPutAfter = 2;
 constexpr std::uint32_t kReplace = 3;
 
 std::string modified(const std::string& part, const cfg_as_email_address_modification_& change) {
@@ -31,7 +31,7 @@ std::string modified(const std::string& part, const cfg_as_email_address_modific
   switch (change.kind) {
     case kPutBefore:
       return text + part;
-    case kPutBehind:
+    case kPutAfter:
       return part + text;
     case kReplace:
       return text;
@@ -59,7 +59,7 @@ class _EmailAddressRewriter {
     EmailAddress result;
     Synchronized guard(mutex_);
     if (address.isNull()) return result;
-    // The dictionary only points at these texts.
+    // The dictionary only holds pointers to these strings.
     const std::string local = address.local();
     const std::string domain = address.domain();
     dictionary_.SetValueWithoutCopy("LOCAL", local);

@@ -4,9 +4,9 @@
 
 #include "ProfileAntiSpam.h"
 #include "config/ClientSideCache.h"
-#include "platform/common/Mutex.h"
+#include "platform/common/NoDestructor.h"
+#include "platform/common/ProcessWide.h"
 #include "platform/common/Strings.h"
-#include "platform/common/Synchronized.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/parser/EmailAddress.h"
 
@@ -29,46 +29,17 @@ void fill(BayesianSystemSettings& settings, const __aps_sys_antispam& system) {
   settings.domain = boundedText(system.bayesian_domain);
 }
 
-// One process-wide object, made when it is asked for; never destroyed, like all that threads may
-// still be using at the end.
+// The settings stay valid while the result is held, also when another thread reloads them.
 template <class Settings>
-class Shared {
- public:
-  const Settings* get(bool reload) {
-    Synchronized guard(mutex_);
-    if (reload) settings_.reset();
-    return &current();
-  }
-
-  // Good whoever reloads meanwhile.
-  Settings copy() {
-    Synchronized guard(mutex_);
-    return current();
-  }
-
- private:
-  const Settings& current() {
-    if (settings_ == nullptr) {
-      const SystemAntispam snapshot = SystemAntispam::instance(false);
-      auto made = std::make_unique<Settings>();
-      fill(*made, snapshot->record());
-      settings_ = std::move(made);
-    }
-    return *settings_;
-  }
-
-  Mutex mutex_;
-  std::unique_ptr<Settings> settings_;  // guarded by mutex_
-};
-
-Shared<QuarantineControlSettings>& quarantineControl() {
-  static auto* const settings = new Shared<QuarantineControlSettings>;
-  return *settings;
-}
-
-Shared<BayesianSystemSettings>& bayesianSystem() {
-  static auto* const settings = new Shared<BayesianSystemSettings>;
-  return *settings;
+std::shared_ptr<const Settings> shared(bool reload) {
+  static NoDestructor<ProcessWide<std::shared_ptr<const Settings>>> settings;
+  if (reload) settings->drop();
+  return settings->get([] {
+    const SystemAntispam snapshot = SystemAntispam::instance(false);
+    auto made = std::make_shared<Settings>();
+    fill(*made, snapshot->record());
+    return made;
+  });
 }
 
 // Values of controlAccountType().
@@ -79,23 +50,23 @@ constexpr unsigned int kQuarantineControl = 2;
 }  // namespace
 
 const QuarantineControlSettings* ProfileAntiSpam::quarantineControlSettings(bool reload) {
-  return quarantineControl().get(reload);
+  return shared<QuarantineControlSettings>(reload).get();
 }
 
 const BayesianSystemSettings* ProfileAntiSpam::bayesianSystemSettings(bool reload) {
-  return bayesianSystem().get(reload);
+  return shared<BayesianSystemSettings>(reload).get();
 }
 
 unsigned int ProfileAntiSpam::controlAccountType(const EmailAddress& address) {
   const std::string& local = address.local();
 
-  const QuarantineControlSettings quarantine = quarantineControl().copy();
-  for (const std::string* account : {&quarantine.first, &quarantine.second}) {
+  const auto quarantine = shared<QuarantineControlSettings>(false);
+  for (const std::string* account : {&quarantine->first, &quarantine->second}) {
     if (stringEqualsNoCase(local, *account)) return kQuarantineControl;
   }
-  const BayesianSystemSettings bayesian = bayesianSystem().copy();
+  const auto bayesian = shared<BayesianSystemSettings>(false);
   for (const std::string* account :
-       {&bayesian.account1, &bayesian.account2, &bayesian.account3, &bayesian.account4}) {
+       {&bayesian->account1, &bayesian->account2, &bayesian->account3, &bayesian->account4}) {
     if (stringEqualsNoCase(local, *account)) return kBayesianControl;
   }
   return kNoControlAccount;

@@ -10,174 +10,120 @@ ProfileAntiSpam::ProfileAntiSpam(int domain, int id, const void* record)
     : Profile(new ProfileAntiSpamImpl(static_cast<ngid_t>(domain), id,
                                       static_cast<const __aps_gw_as_profile*>(record))) {}
 
-const ProfileAntiSpamImpl& ProfileAntiSpam::impl(int line) const {
-  if (isNull()) throwNullHandle("ProfileAntiSpam", "ProfileAntiSpam", line);
-  return static_cast<const ProfileAntiSpamImpl&>(*holder_->impl());
-}
+namespace {
+using Impl = ProfileAntiSpamImpl;
+constexpr const char* kSource = "ProfileAntiSpam";
+}  // namespace
 
-bool ProfileAntiSpam::bayesian() const {
-  return impl(40).has(ProfileAntiSpamImpl::kBayesian);
-}
-
+bool ProfileAntiSpam::bayesian() const { return of<Impl>(*this, kSource, 40).has(Impl::kBayesian); }
 bool ProfileAntiSpam::norbexAntiSpam() const {
-  return impl(48).has(ProfileAntiSpamImpl::kNorbexAntiSpam);
+  return of<Impl>(*this, kSource, 48).has(Impl::kNorbexAntiSpam);
 }
-
 bool ProfileAntiSpam::heuristic() const {
-  return impl(56).has(ProfileAntiSpamImpl::kHeuristic);
+  return of<Impl>(*this, kSource, 56).has(Impl::kHeuristic);
 }
-
-bool ProfileAntiSpam::rbl() const {
-  return impl(64).has(ProfileAntiSpamImpl::kRbl);
-}
-
-bool ProfileAntiSpam::surbl() const {
-  return impl(72).has(ProfileAntiSpamImpl::kSurbl);
-}
-
+bool ProfileAntiSpam::rbl() const { return of<Impl>(*this, kSource, 64).has(Impl::kRbl); }
+bool ProfileAntiSpam::surbl() const { return of<Impl>(*this, kSource, 72).has(Impl::kSurbl); }
 bool ProfileAntiSpam::systemList() const {
-  return impl(80).has(ProfileAntiSpamImpl::kSystemList);
+  return of<Impl>(*this, kSource, 80).has(Impl::kSystemList);
 }
-
-bool ProfileAntiSpam::userList() const {
-  return impl(88).has(ProfileAntiSpamImpl::kUserList);
-}
-
+bool ProfileAntiSpam::userList() const { return of<Impl>(*this, kSource, 88).has(Impl::kUserList); }
 bool ProfileAntiSpam::deepHeader() const {
-  return impl(96).has(ProfileAntiSpamImpl::kDeepHeader);
+  return of<Impl>(*this, kSource, 96).has(Impl::kDeepHeader);
 }
-
 bool ProfileAntiSpam::bannedWord() const {
-  return impl(104).has(ProfileAntiSpamImpl::kBannedWord);
+  return of<Impl>(*this, kSource, 104).has(Impl::kBannedWord);
 }
-
 bool ProfileAntiSpam::dictionary() const {
-  return impl(112).has(ProfileAntiSpamImpl::kDictionary);
+  return of<Impl>(*this, kSource, 112).has(Impl::kDictionary);
 }
-
 bool ProfileAntiSpam::greyList() const {
-  return impl(120).has(ProfileAntiSpamImpl::kGreyList);
+  return of<Impl>(*this, kSource, 120).has(Impl::kGreyList);
 }
-
 bool ProfileAntiSpam::bypassScanOnAuth() const {
-  return impl(128).has(ProfileAntiSpamImpl::kBypassScanOnAuth);
+  return of<Impl>(*this, kSource, 128).has(Impl::kBypassScanOnAuth);
 }
-
 bool ProfileAntiSpam::quarantineReport() const {
-  return impl(136).has(ProfileAntiSpamImpl::kQuarantineReport);
+  return of<Impl>(*this, kSource, 136).has(Impl::kQuarantineReport);
 }
-
 bool ProfileAntiSpam::quarantineEmailRelease() const {
-  return impl(144).has(ProfileAntiSpamImpl::kQuarantineEmailRelease);
+  return of<Impl>(*this, kSource, 144).has(Impl::kQuarantineEmailRelease);
 }
-
 bool ProfileAntiSpam::quarantineWebRelease() const {
-  return impl(152).has(ProfileAntiSpamImpl::kQuarantineWebRelease);
+  return of<Impl>(*this, kSource, 152).has(Impl::kQuarantineWebRelease);
 }
-
 bool ProfileAntiSpam::quarantineWhitelistSender() const {
-  return impl(160).has(ProfileAntiSpamImpl::kQuarantineWhitelistSender);
+  return of<Impl>(*this, kSource, 160).has(Impl::kQuarantineWhitelistSender);
 }
-
 bool ProfileAntiSpam::imageSpam() const {
-  return impl(168).has(ProfileAntiSpamImpl::kImageSpam);
+  return of<Impl>(*this, kSource, 168).has(Impl::kImageSpam);
 }
-
 bool ProfileAntiSpam::whitelistWord() const {
-  return impl(176).has(ProfileAntiSpamImpl::kWhitelistWord);
+  return of<Impl>(*this, kSource, 176).has(Impl::kWhitelistWord);
 }
-
 bool ProfileAntiSpam::spfFailureSpam() const {
-  return impl(184).has(ProfileAntiSpamImpl::kSpfFailureSpam);
+  return of<Impl>(*this, kSource, 184).has(Impl::kSpfFailureSpam);
 }
-
 bool ProfileAntiSpam::newsLetterSuspicious() const {
-  return impl(192).has(ProfileAntiSpamImpl::kNewsLetterSuspicious);
+  return of<Impl>(*this, kSource, 192).has(Impl::kNewsLetterSuspicious);
 }
-
 bool ProfileAntiSpam::behavior() const {
-  return impl(200).has(ProfileAntiSpamImpl::kBehavior);
+  return of<Impl>(*this, kSource, 200).has(Impl::kBehavior);
 }
-
 bool ProfileAntiSpam::spamOutBreak() const {
-  return impl(208).has(ProfileAntiSpamImpl::kSpamOutBreak);
+  return of<Impl>(*this, kSource, 208).has(Impl::kSpamOutBreak);
 }
-
 bool ProfileAntiSpam::newsLetter() const {
-  return impl(216).has(ProfileAntiSpamImpl::kNewsLetter);
+  return of<Impl>(*this, kSource, 216).has(Impl::kNewsLetter);
 }
-
-bool ProfileAntiSpam::dmarc() const {
-  return impl(224).has(ProfileAntiSpamImpl::kDmarc);
-}
-
+bool ProfileAntiSpam::dmarc() const { return of<Impl>(*this, kSource, 224).has(Impl::kDmarc); }
 const NorbexAntiSpamSettings& ProfileAntiSpam::norbexAntiSpamSettings() const {
-  return impl(232).norbexSettings;
+  return of<Impl>(*this, kSource, 232).norbexSettings;
 }
-
 const HeuristicSettings& ProfileAntiSpam::heuristicSettings() const {
-  return impl(240).heuristicSettings;
+  return of<Impl>(*this, kSource, 240).heuristicSettings;
 }
-
 const BayesianSettings& ProfileAntiSpam::bayesianSettings() const {
-  return impl(248).bayesianSettings;
+  return of<Impl>(*this, kSource, 248).bayesianSettings;
 }
-
 const DeepHeaderSettings& ProfileAntiSpam::deepHeaderSettings() const {
-  return impl(256).deepHeaderSettings;
+  return of<Impl>(*this, kSource, 256).deepHeaderSettings;
 }
-
 const std::list<std::string>& ProfileAntiSpam::rblServers() const {
-  return impl(264).rblServers;
+  return of<Impl>(*this, kSource, 264).rblServers;
 }
-
 const std::list<std::string>& ProfileAntiSpam::surblServers() const {
-  return impl(272).surblServers;
+  return of<Impl>(*this, kSource, 272).surblServers;
 }
-
 const Ref<DictionaryScannerImpl>& ProfileAntiSpam::bannedWordDictionaryScanner() const {
-  return impl(280).bannedWordScanner;
+  return of<Impl>(*this, kSource, 280).bannedWordScanner;
 }
-
 const Ref<DictionaryScannerImpl>& ProfileAntiSpam::whiteWordDictionaryScanner() const {
-  return impl(288).whiteWordScanner;
+  return of<Impl>(*this, kSource, 288).whiteWordScanner;
 }
-
 const Ref<DictionaryScannerImpl>& ProfileAntiSpam::dictionaryScanner() const {
-  return impl(296).dictionaryScanner;
+  return of<Impl>(*this, kSource, 296).dictionaryScanner;
 }
-
-std::int64_t ProfileAntiSpam::minScore() const {
-  return impl(304).minScore;
-}
-
+std::int64_t ProfileAntiSpam::minScore() const { return of<Impl>(*this, kSource, 304).minScore; }
 std::uint32_t ProfileAntiSpam::maxScanSize() const {
-  return impl(312).maxScanSize;
+  return of<Impl>(*this, kSource, 312).maxScanSize;
 }
-
 std::uint32_t ProfileAntiSpam::imageScanLevel() const {
-  const ProfileAntiSpamImpl& profile = impl(320);
-  return profile.has(ProfileAntiSpamImpl::kImageSpam) ? profile.imageScanLevel : 0;
+  const Impl& profile = of<Impl>(*this, kSource, 320);
+  return profile.has(Impl::kImageSpam) ? profile.imageScanLevel : 0;
 }
-
-bool ProfileAntiSpam::isOutgoing() const {
-  return impl(328).isOutgoing;
-}
-
+bool ProfileAntiSpam::isOutgoing() const { return of<Impl>(*this, kSource, 328).isOutgoing; }
 std::uint32_t ProfileAntiSpam::quarantineAutoDeleteDays() const {
-  return impl(336).quarantineAutoDeleteDays;
+  return of<Impl>(*this, kSource, 336).quarantineAutoDeleteDays;
 }
-
 const ProfileWebFilter& ProfileAntiSpam::profileWebFilter() const {
-  return impl(344).profileWebFilter;
+  return of<Impl>(*this, kSource, 344).profileWebFilter;
 }
-
 bool ProfileAntiSpam::applyDefaultActionToAllMessages() const {
-  return impl(352).applyDefaultActionToAllMessages;
+  return of<Impl>(*this, kSource, 352).applyDefaultActionToAllMessages;
 }
-
 const ActionContainer& ProfileAntiSpam::individualAction(ClassifierType classifier) const {
-  const ProfileAntiSpamImpl& profile = impl(360);
+  const Impl& profile = of<Impl>(*this, kSource, 360);
   const auto own = profile.classifierActions.find(classifier);
   return own != profile.classifierActions.end() ? own->second : profile.actions;
 }

@@ -15,7 +15,7 @@ ProfileWebFilterImpl::ProfileWebFilterImpl(const __aps_as_wf_profile* record)
     : ProfileImpl(Profile::kWebFilter) {
   if (record == nullptr) return;
   name = boundedText(record->name);
-  // The record has room for so many; a larger count is a damaged one.
+  // A count beyond the record's room is damaged.
   const std::uint64_t count =
       std::min<std::uint64_t>(record->category_id_count, std::size(record->category_ids));
   for (std::uint64_t i = 0; i < count; ++i) {
@@ -26,7 +26,7 @@ ProfileWebFilterImpl::ProfileWebFilterImpl(const __aps_as_wf_profile* record)
     if (cmf_query_do_get_by_gid(table, category) != 0) continue;
     const auto* found = static_cast<const __aps_wcf_category*>(cmf_query_update(table));
     if (found == nullptr) continue;
-    // A number that is there already keeps its first record.
+    // The first record of a number is kept.
     categories.emplace(found->number, boost::make_shared<const __aps_wcf_category>(*found));
   }
 }
@@ -37,9 +37,7 @@ ProfileWebFilter::ProfileWebFilter(const void* record)
     : Profile(new ProfileWebFilterImpl(static_cast<const __aps_as_wf_profile*>(record))) {}
 
 bool ProfileWebFilter::isSpam(unsigned char category) const {
-  if (isNull()) throwNullHandle("ProfileWebFilter");
-  const auto& categories = static_cast<const ProfileWebFilterImpl*>(holder_->impl())->categories;
-  return categories.find(category) != categories.end();
+  return of<ProfileWebFilterImpl>(*this, "ProfileWebFilter").categories.contains(category);
 }
 
 }  // namespace Kestrav

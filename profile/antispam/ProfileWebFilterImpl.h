@@ -1,4 +1,4 @@
-// The implementation behind ProfileWebFilter.
+// The implementation of ProfileWebFilter.
 #pragma once
 
 #include <boost/smart_ptr/shared_ptr.hpp>

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "platform/common/NoDestructor.h"
+
 namespace Kestrav {
 
 DLPRuleFactory* DLPRuleFactory::s_instance = nullptr;
@@ -11,11 +13,11 @@ DLPRuleFactory::~DLPRuleFactory() = default;
 void DLPRuleFactory::clearDLPRules() {}
 
 DLPRuleFactory* DLPRuleFactory::instance() {
-  static auto* const base = new DLPRuleFactory;  // never destroyed
-  // Atomic, so that first calls of several threads agree with each other.
+  static NoDestructor<DLPRuleFactory> base;
+  // Atomic, so that concurrent first calls install it once.
   std::atomic_ref<DLPRuleFactory*> installed(s_instance);
   DLPRuleFactory* factory = nullptr;
-  return installed.compare_exchange_strong(factory, base) ? base : factory;
+  return installed.compare_exchange_strong(factory, base.get()) ? base.get() : factory;
 }
 
 }  // namespace Kestrav

@@ -1,5 +1,6 @@
 #include "profile/factory/FactoryHandlers.h"
 
+#include <array>
 #include <exception>
 
 #include "DLPRuleFactory.h"
@@ -11,11 +12,9 @@
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
-#include "platform/config/records/DictionaryRecords.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"
-#include "platform/config/records/WebFilterRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
 #include "profile/sets/TrustedMTATables.h"
 
@@ -23,50 +22,68 @@ namespace Kestrav {
 
 namespace {
 
-// Forget the whole kind that a record type makes; the argument only selects.
-void clearKind(ProfileFactory& factory, const __aps_gw_as_profile*) {
-  factory.clearAntispamProfiles();
-}
-void clearKind(ProfileFactory& factory, const __aps_gw_av_profile*) {
-  factory.clearAntivirusProfiles();
-}
-void clearKind(ProfileFactory& factory, const __aps_gw_content_profile*) {
-  factory.clearContentProfiles();
-}
-void clearKind(ProfileFactory& factory, const __aps_dlp_profile*) {
-  factory.clearDLPProfiles();
-}
-void clearKind(ProfileFactory& factory, const __vexa_encryption_profile*) {
-  FactoryEvents::clearEncryptionProfiles(factory);
-}
-void clearKind(ProfileFactory& factory, const __aps_profile_notification*) {
-  factory.clearNotificationProfiles();
-}
-void clearKind(ProfileFactory& factory, const __qv_ip_profile*) {
-  factory.clearSessionProfiles();
-}
-void clearKind(ProfileFactory& factory, const __aps_systemquarantine_folders*) {
-  FactoryEvents::clearQuarantineFolders(factory);
-}
+using Step = void (*)(ProfileFactory&);
 
-// Scanners are built into antispam and content profiles.
-void dictionariesChanged() {
-  DictionaryFactory::instance()->clean();
-  ProfileFactory& factory = FactoryEvents::factory();
-  factory.clearAntispamProfiles();
-  factory.clearContentProfiles();
+template <void (ProfileFactory::*kClear)()>
+void clear(ProfileFactory& factory) {
+  (factory.*kClear)();
 }
+constexpr Step kAntispam = clear<&ProfileFactory::clearAntispamProfiles>;
+constexpr Step kAntivirus = clear<&ProfileFactory::clearAntivirusProfiles>;
+constexpr Step kContent = clear<&ProfileFactory::clearContentProfiles>;
+constexpr Step kDlp = clear<&ProfileFactory::clearDLPProfiles>;
+constexpr Step kFilePatterns = clear<&ProfileFactory::clearFilePatternProfiles>;
+constexpr Step kNotification = clear<&ProfileFactory::clearNotificationProfiles>;
+constexpr Step kSession = clear<&ProfileFactory::clearSessionProfiles>;
+constexpr Step kWebFilters = clear<&ProfileFactory::clearWebFilterProfiles>;
+constexpr Step kEncryption = FactoryEvents::clearEncryptionProfiles;
+constexpr Step kQuarantineFolders = FactoryEvents::clearQuarantineFolders;
 
-// Follows one change of a trusted address.
-void followTrusted(unsigned int table, TrustedAddresses& set, const __aps_ip_mask_string* oldRecord,
-                   const __aps_ip_mask_string* newRecord) {
-  if (oldRecord != nullptr) {
-    if (const auto mask = trustedAddresses(table, *oldRecord)) set.erase(*mask);
-  }
-  if (newRecord != nullptr) {
-    if (const auto mask = trustedAddresses(table, *newRecord)) set.insert(*mask);
+void cleanDictionaries(ProfileFactory&) { DictionaryFactory::instance()->clean(); }
+
+void clearDlpRules(ProfileFactory&) {
+  try {
+    DLPRuleFactory::instance()->clearDLPRules();
+  } catch (const std::exception& failure) {
+    // The rules are a daemon's own code. Its failure must not leave stale profiles in the caches.
+    Logger::instance(false).log(LogCode::kHandlerFailed, "%u\x01%s",
+                                static_cast<unsigned int>(GID_FILE_PATTERN), failure.what());
   }
 }
+
+// What depends on a table. The steps run in this order: a profile that another thread makes between
+// two of them must not hold anything that a later step would clear.
+struct Dependents {
+  unsigned int table;
+  std::array<Step, 4> steps;
+};
+
+constexpr Dependents kDependents[] = {
+    {GID_ANTISPAM_PROFILE, {kAntispam}},
+    {GID_ANTIVIRUS_PROFILE, {kAntivirus}},
+    {GID_DEEP_HEADER, {kAntispam}},
+    {GID_DLP_PROFILE, {kDlp}},
+    {GID_ENCRYPTION_PROFILE, {kEncryption}},
+    {GID_NOTIFICATION_PROFILE, {kNotification}},
+    {GID_CONTENT_PROFILE, {kContent}},
+    {GID_SESSION_PROFILE, {kSession}},
+    // Scanners of dictionaries are built into antispam and content profiles.
+    {GID_DICTIONARY_GROUP, {cleanDictionaries, kAntispam, kContent}},
+    {GID_DICTIONARY_GROUP_ITEM, {cleanDictionaries, kAntispam, kContent}},
+    {GID_DICTIONARY, {cleanDictionaries, kAntispam, kContent}},
+    {GID_DICTIONARY_ITEM, {cleanDictionaries, kAntispam, kContent}},
+    {GID_ANTISPAM_ACTION, {kAntispam}},
+    {GID_ANTIVIRUS_ACTION, {kAntivirus}},
+    {GID_CONTENT_ACTION, {kContent, kDlp}},
+    {GID_FILE_PATTERN, {kFilePatterns, kContent, clearDlpRules, kDlp}},
+    {GID_CUSTOM_MESSAGE, {kNotification}},
+    {GID_MAIL_SERVER, {kContent}},
+    {GID_ADDRESS_MAP, {kSession}},
+    {GID_ACL_RULESET, {kSession}},
+    {GID_BOUNCE_PROFILE, {kSession}},
+    {GID_WEB_FILTER_PROFILE, {kWebFilters, kAntispam}},
+    {GID_QUARANTINE_FOLDER, {kQuarantineFolders}},
+};
 
 template <class Handler>
 void add() {
@@ -75,6 +92,16 @@ void add() {
 }
 
 }  // namespace
+
+void clearProfilesOfTable(unsigned int table) {
+  ProfileFactory& factory = FactoryEvents::factory();
+  for (const Dependents& dependents : kDependents) {
+    if (dependents.table != table) continue;
+    for (const Step step : dependents.steps) {
+      if (step != nullptr) step(factory);
+    }
+  }
+}
 
 // Within one event the handlers of a table run in this order.
 void registerFactoryHandlers() {
@@ -121,11 +148,6 @@ void ProfileHandler<Rec, GID>::message(unsigned int domain, const Rec* oldRecord
   FactoryEvents::factory().update(domain, static_cast<int>(named->id), newRecord);
 }
 
-template <class Rec, unsigned int GID>
-void ProfileHandler<Rec, GID>::resync() {
-  clearKind(FactoryEvents::factory(), static_cast<const Rec*>(nullptr));
-}
-
 template class ProfileHandler<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>;
 template class ProfileHandler<__aps_gw_av_profile, GID_ANTIVIRUS_PROFILE>;
 template class ProfileHandler<__aps_dlp_profile, GID_DLP_PROFILE>;
@@ -135,70 +157,10 @@ template class ProfileHandler<__aps_gw_content_profile, GID_CONTENT_PROFILE>;
 template class ProfileHandler<__qv_ip_profile, GID_SESSION_PROFILE>;
 template class ProfileHandler<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER>;
 
-void DeepheaderHandler::message(unsigned int, const __aps_fasmilter*, const __aps_fasmilter*) {
-  FactoryEvents::factory().clearAntispamProfiles();
-}
-
-void QV_DICTIONARY_GROUP::message(unsigned int, const __vexa_dictionary_group*,
-                                  const __vexa_dictionary_group*) {
-  dictionariesChanged();
-}
-
-void QV_DICTIONARY_GDEFINE::message(unsigned int, const __vexa_dictionary_group_item*,
-                                    const __vexa_dictionary_group_item*) {
-  dictionariesChanged();
-}
-
-void QV_DICTIONARY::message(unsigned int, const __vexa_dictionary*, const __vexa_dictionary*) {
-  dictionariesChanged();
-}
-
-void QV_DICTIONAY_ITEM::message(unsigned int, const __vexa_dictionary_item*,
-                                const __vexa_dictionary_item*) {
-  dictionariesChanged();
-}
-
-void AntiSpamActionHandler::message(unsigned int, const __aps_antispam_action*,
-                                    const __aps_antispam_action*) {
-  FactoryEvents::factory().clearAntispamProfiles();
-}
-
-void AntiVirusActionHandler::message(unsigned int, const aps_antivirus_action*,
-                                     const aps_antivirus_action*) {
-  FactoryEvents::factory().clearAntivirusProfiles();
-}
-
-void ContentActionHandler::message(unsigned int, const __aps_content_action*,
-                                   const __aps_content_action*) {
-  ProfileFactory& factory = FactoryEvents::factory();
-  factory.clearContentProfiles();
-  factory.clearDLPProfiles();
-}
-
-void FilePatternHandler::message(unsigned int, const __attachment_file_pattern*,
-                                 const __attachment_file_pattern*) {
-  ProfileFactory& factory = FactoryEvents::factory();
-  factory.clearFilePatternProfiles();
-  factory.clearContentProfiles();
-  try {
-    DLPRuleFactory::instance()->clearDLPRules();
-  } catch (const std::exception& failure) {
-    // The rules are a daemon's own code; its failure must not keep stale profiles.
-    Logger::instance(false).log(LogCode::kHandlerFailed, "%u\x01%s",
-                                static_cast<unsigned int>(GID_FILE_PATTERN), failure.what());
-  }
-  factory.clearDLPProfiles();
-}
-
-void CustomMessageHandler::message(unsigned int, const __aps_cmsg_type*, const __aps_cmsg_type*) {
-  FactoryEvents::factory().clearNotificationProfiles();
-}
-
-void MailSettingHandler::message(unsigned int, const __aps_mailserver*,
+void MailSettingHandler::message(unsigned int domain, const __aps_mailserver* oldRecord,
                                  const __aps_mailserver* newRecord) {
-  ProfileFactory& factory = FactoryEvents::factory();
-  factory.clearContentProfiles();
-  factory.updateDeferPeriod(newRecord);
+  ClearingHandler::message(domain, oldRecord, newRecord);
+  FactoryEvents::factory().updateDeferPeriod(newRecord);
 }
 
 void MailSettingHandler::resync() {
@@ -206,46 +168,24 @@ void MailSettingHandler::resync() {
   message(0, static_cast<const __aps_mailserver*>(nullptr), settings.update());
 }
 
-void SessionAddressMapHandler::message(unsigned int, const __aps_vip_map*, const __aps_vip_map*) {
-  FactoryEvents::factory().clearSessionProfiles();
+template <unsigned int GID>
+void TrustedAddressHandler<GID>::message(unsigned int, const __aps_ip_mask_string* oldRecord,
+                                         const __aps_ip_mask_string* newRecord) {
+  TrustedAddresses& set = trustedSet<GID>();
+  if (oldRecord != nullptr) {
+    if (const auto mask = trustedAddresses(GID, *oldRecord)) set.erase(*mask);
+  }
+  if (newRecord != nullptr) {
+    if (const auto mask = trustedAddresses(GID, *newRecord)) set.insert(*mask);
+  }
 }
 
-void SessionACLHandler::message(unsigned int, const __aps_acl_ruleset*, const __aps_acl_ruleset*) {
-  FactoryEvents::factory().clearSessionProfiles();
+template <unsigned int GID>
+void TrustedAddressHandler<GID>::resync() {
+  replaceTrusted<GID>();
 }
 
-void BounceRulesHandler::message(unsigned int, const __vexa_bounce_profile*,
-                                 const __vexa_bounce_profile*) {
-  FactoryEvents::factory().clearSessionProfiles();
-}
-
-void WebFilterHandler::message(unsigned int, const __aps_as_wf_profile*,
-                               const __aps_as_wf_profile*) {
-  // In this order: an antispam profile made in between holds a new web filter profile.
-  ProfileFactory& factory = FactoryEvents::factory();
-  factory.clearWebFilterProfiles();
-  factory.clearAntispamProfiles();
-}
-
-void AntiSpamTrustedMTAHandler::message(unsigned int, const __aps_ip_mask_string* oldRecord,
-                                        const __aps_ip_mask_string* newRecord) {
-  followTrusted(GID_TRUSTED_MTA, TrustedMTASetRef::instance(false)->trustedMTAs(), oldRecord,
-                newRecord);
-}
-
-void AntiSpamTrustedMTAHandler::resync() {
-  replaceTrusted<GID_TRUSTED_MTA>(TrustedMTASetRef::instance(false)->trustedMTAs());
-}
-
-void AntiSpamTrustedAntiSpamMTAHandler::message(unsigned int, const __aps_ip_mask_string* oldRecord,
-                                                const __aps_ip_mask_string* newRecord) {
-  followTrusted(GID_TRUSTED_ANTISPAM_MTA, TrustedMTASetRef::instance(false)->trustedAntispamMTAs(),
-                oldRecord, newRecord);
-}
-
-void AntiSpamTrustedAntiSpamMTAHandler::resync() {
-  replaceTrusted<GID_TRUSTED_ANTISPAM_MTA>(
-      TrustedMTASetRef::instance(false)->trustedAntispamMTAs());
-}
+template class TrustedAddressHandler<GID_TRUSTED_MTA>;
+template class TrustedAddressHandler<GID_TRUSTED_ANTISPAM_MTA>;
 
 }  // namespace Kestrav::CMF::Event

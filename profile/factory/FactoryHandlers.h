@@ -1,8 +1,7 @@
-// What keeps the profile factory's caches, and the sets of trusted MTAs, true to the configuration:
-// one handler for each table that profiles are made from, directly or not.
+// The handlers that keep the profile factory's caches and the sets of trusted MTAs up to date: one
+// for each table that profiles are made from, directly or indirectly.
 //
-// Called on the configuration library's event thread. Handlers that drop single profiles forget the
-// whole kind when changes were missed; the others forget all of it anyway.
+// They run on the configuration library's event thread.
 #pragma once
 
 #include "ProfileFactory.h"
@@ -25,10 +24,10 @@ struct aps_antivirus_action;
 
 namespace Kestrav {
 
-// The way of event handlers into the factory.
+// The part of the factory that only its event handlers use.
 class FactoryEvents {
  public:
-  // The factory, also while it is still registering its handlers.
+  // The factory, even while it is still registering its handlers.
   static ProfileFactory& factory();
   static ProfileFactory::Caches& caches(ProfileFactory& factory);
 
@@ -37,8 +36,11 @@ class FactoryEvents {
   static void clearQuarantineFolders(ProfileFactory& factory);
 };
 
-// Register the factory's handlers with the dispatcher: all but the one for quarantine folders, and
-// that one, which comes last.
+// Clears every cache that depends on `table`, in the order that FactoryHandlers.cc lists.
+KESTRAV_API void clearProfilesOfTable(unsigned int table);
+
+// Register the factory's handlers with the dispatcher. The handler of quarantine folders is
+// separate because it is registered last.
 void registerFactoryHandlers();
 void registerQuarantineFolderHandler();
 
@@ -46,13 +48,13 @@ void registerQuarantineFolderHandler();
 
 namespace Kestrav::CMF::Event {
 
-// Drops the one profile whose record changed.
+// Drops the one profile whose record changed, or the whole kind when changes were missed.
 template <class Rec, unsigned int GID>
 class KESTRAV_API ProfileHandler : public HandlerTemplate<Rec, GID> {
  public:
   using HandlerTemplate<Rec, GID>::message;
   void message(unsigned int domain, const Rec* oldRecord, const Rec* newRecord) override;
-  void resync() override;
+  void resync() override { clearProfilesOfTable(GID); }
 };
 
 extern template class KESTRAV_API ProfileHandler<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>;
@@ -66,130 +68,69 @@ extern template class KESTRAV_API ProfileHandler<__qv_ip_profile, GID_SESSION_PR
 extern template class KESTRAV_API
     ProfileHandler<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER>;
 
-class KESTRAV_API DeepheaderHandler : public HandlerTemplate<__aps_fasmilter, GID_DEEP_HEADER> {
+// Clears whole kinds of profiles on any change of the table.
+template <class Rec, unsigned int GID>
+class KESTRAV_API ClearingHandler : public HandlerTemplate<Rec, GID> {
  public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_fasmilter*, const __aps_fasmilter*) override;
+  using HandlerTemplate<Rec, GID>::message;
+  void message(unsigned int, const Rec*, const Rec*) override { clearProfilesOfTable(GID); }
 };
 
+class KESTRAV_API DeepheaderHandler : public ClearingHandler<__aps_fasmilter, GID_DEEP_HEADER> {};
 class KESTRAV_API QV_DICTIONARY_GROUP
-    : public HandlerTemplate<__vexa_dictionary_group, GID_DICTIONARY_GROUP> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __vexa_dictionary_group*,
-               const __vexa_dictionary_group*) override;
-};
-
+    : public ClearingHandler<__vexa_dictionary_group, GID_DICTIONARY_GROUP> {};
 class KESTRAV_API QV_DICTIONARY_GDEFINE
-    : public HandlerTemplate<__vexa_dictionary_group_item, GID_DICTIONARY_GROUP_ITEM> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __vexa_dictionary_group_item*,
-               const __vexa_dictionary_group_item*) override;
-};
-
-class KESTRAV_API QV_DICTIONARY : public HandlerTemplate<__vexa_dictionary, GID_DICTIONARY> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __vexa_dictionary*, const __vexa_dictionary*) override;
-};
-
+    : public ClearingHandler<__vexa_dictionary_group_item, GID_DICTIONARY_GROUP_ITEM> {};
+class KESTRAV_API QV_DICTIONARY : public ClearingHandler<__vexa_dictionary, GID_DICTIONARY> {};
 // Spelled so on purpose: the name is known outside.
 class KESTRAV_API QV_DICTIONAY_ITEM
-    : public HandlerTemplate<__vexa_dictionary_item, GID_DICTIONARY_ITEM> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __vexa_dictionary_item*, const __vexa_dictionary_item*) override;
-};
-
+    : public ClearingHandler<__vexa_dictionary_item, GID_DICTIONARY_ITEM> {};
 class KESTRAV_API AntiSpamActionHandler
-    : public HandlerTemplate<__aps_antispam_action, GID_ANTISPAM_ACTION> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_antispam_action*, const __aps_antispam_action*) override;
-};
-
+    : public ClearingHandler<__aps_antispam_action, GID_ANTISPAM_ACTION> {};
 class KESTRAV_API AntiVirusActionHandler
-    : public HandlerTemplate<aps_antivirus_action, GID_ANTIVIRUS_ACTION> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const aps_antivirus_action*, const aps_antivirus_action*) override;
-};
-
+    : public ClearingHandler<aps_antivirus_action, GID_ANTIVIRUS_ACTION> {};
 class KESTRAV_API ContentActionHandler
-    : public HandlerTemplate<__aps_content_action, GID_CONTENT_ACTION> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_content_action*, const __aps_content_action*) override;
-};
-
+    : public ClearingHandler<__aps_content_action, GID_CONTENT_ACTION> {};
 class KESTRAV_API FilePatternHandler
-    : public HandlerTemplate<__attachment_file_pattern, GID_FILE_PATTERN> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __attachment_file_pattern*,
-               const __attachment_file_pattern*) override;
-};
-
+    : public ClearingHandler<__attachment_file_pattern, GID_FILE_PATTERN> {};
 class KESTRAV_API CustomMessageHandler
-    : public HandlerTemplate<__aps_cmsg_type, GID_CUSTOM_MESSAGE> {
+    : public ClearingHandler<__aps_cmsg_type, GID_CUSTOM_MESSAGE> {};
+class KESTRAV_API SessionAddressMapHandler
+    : public ClearingHandler<__aps_vip_map, GID_ADDRESS_MAP> {};
+class KESTRAV_API SessionACLHandler : public ClearingHandler<__aps_acl_ruleset, GID_ACL_RULESET> {};
+class KESTRAV_API BounceRulesHandler
+    : public ClearingHandler<__vexa_bounce_profile, GID_BOUNCE_PROFILE> {};
+
+class KESTRAV_API WebFilterHandler
+    : public ClearingHandler<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
  public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_cmsg_type*, const __aps_cmsg_type*) override;
+  // Web filter profiles hold copies of their categories.
+  WebFilterHandler() { other(GID_WEB_CATEGORY); }
 };
 
-class KESTRAV_API MailSettingHandler : public HandlerTemplate<__aps_mailserver, GID_MAIL_SERVER> {
+// Also takes over the deferred period.
+class KESTRAV_API MailSettingHandler : public ClearingHandler<__aps_mailserver, GID_MAIL_SERVER> {
  public:
-  using HandlerTemplate::message;
+  using ClearingHandler::message;
   void message(unsigned int, const __aps_mailserver*, const __aps_mailserver* newRecord) override;
   void resync() override;
 };
 
-class KESTRAV_API SessionAddressMapHandler
-    : public HandlerTemplate<__aps_vip_map, GID_ADDRESS_MAP> {
+// Applies the change of one address, or reads the whole table when changes were missed.
+template <unsigned int GID>
+class KESTRAV_API TrustedAddressHandler : public HandlerTemplate<__aps_ip_mask_string, GID> {
  public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_vip_map*, const __aps_vip_map*) override;
-};
-
-class KESTRAV_API SessionACLHandler : public HandlerTemplate<__aps_acl_ruleset, GID_ACL_RULESET> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_acl_ruleset*, const __aps_acl_ruleset*) override;
-};
-
-class KESTRAV_API BounceRulesHandler
-    : public HandlerTemplate<__vexa_bounce_profile, GID_BOUNCE_PROFILE> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __vexa_bounce_profile*, const __vexa_bounce_profile*) override;
-};
-
-class KESTRAV_API WebFilterHandler
-    : public HandlerTemplate<__aps_as_wf_profile, GID_WEB_FILTER_PROFILE> {
- public:
-  // Web filters hold copies of their categories.
-  WebFilterHandler() { other(GID_WEB_CATEGORY); }
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_as_wf_profile*, const __aps_as_wf_profile*) override;
-};
-
-class KESTRAV_API AntiSpamTrustedMTAHandler
-    : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_MTA> {
- public:
-  using HandlerTemplate::message;
+  using HandlerTemplate<__aps_ip_mask_string, GID>::message;
   void message(unsigned int, const __aps_ip_mask_string* oldRecord,
                const __aps_ip_mask_string* newRecord) override;
   void resync() override;
 };
 
+extern template class KESTRAV_API TrustedAddressHandler<GID_TRUSTED_MTA>;
+extern template class KESTRAV_API TrustedAddressHandler<GID_TRUSTED_ANTISPAM_MTA>;
+
+class KESTRAV_API AntiSpamTrustedMTAHandler : public TrustedAddressHandler<GID_TRUSTED_MTA> {};
 class KESTRAV_API AntiSpamTrustedAntiSpamMTAHandler
-    : public HandlerTemplate<__aps_ip_mask_string, GID_TRUSTED_ANTISPAM_MTA> {
- public:
-  using HandlerTemplate::message;
-  void message(unsigned int, const __aps_ip_mask_string* oldRecord,
-               const __aps_ip_mask_string* newRecord) override;
-  void resync() override;
-};
+    : public TrustedAddressHandler<GID_TRUSTED_ANTISPAM_MTA> {};
 
 }  // namespace Kestrav::CMF::Event

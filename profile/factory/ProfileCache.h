@@ -1,10 +1,9 @@
 // One kind's cached profiles, by id.
 //
-// Guards itself, whatever lock its users hold: for some kinds the lock under which entries are
-// looked up is not the one under which they are made or dropped. It also keeps out what is
-// outdated: a load takes a ticket before it reads the store, and what it made is kept only when
-// nothing was dropped from the cache since, and when the store it read was not older than the last
-// drop.
+// Has a lock of its own: for some kinds, entries are looked up under one of the factory's locks and
+// made or dropped under another. It also rejects outdated profiles: a load takes a ticket before it
+// reads the store, and its profile is kept only if nothing was dropped since and the store was not
+// read at an older revision than the last drop.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +34,7 @@ template <class Handle>
 class ProfileCache {
  public:
   using Entries = std::map<int, Handle>;
-  // What was dropped. Destroying it may destroy profiles: do so after locks are released.
+  // Dropped entries. Destroying them may destroy profiles: do so after locks are released.
   using Dropped = typename Entries::node_type;
 
   // Copies the entry to `out`; false when there is none.
@@ -47,13 +46,13 @@ class ProfileCache {
     return true;
   }
 
-  // To be taken before a load reads the store.
+  // Taken before a load reads the store.
   std::uint64_t ticket() const {
     const std::shared_lock guard(mutex_);
     return drops_;
   }
 
-  // Keeps `made` unless it is outdated. Returns the entry that is there already, if any, else
+  // Keeps `made` unless it is outdated or there is an entry. Returns the entry, if there is one, or
   // `made`.
   Handle publish(std::uint64_t ticket, Config::Revision read, int id, const Handle& made) {
     const std::unique_lock guard(mutex_);

@@ -18,8 +18,8 @@
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/WebFilterRecords.h"
-#include "profile/factory/FactoryCaches.h"
 #include "profile/factory/FactoryHandlers.h"
+#include "profile/factory/ProfileLoading.h"
 
 namespace Kestrav {
 
@@ -30,55 +30,78 @@ std::uint32_t ProfileFactory::dlp_folderId = 0;
 
 namespace {
 
-std::mutex s_making;
-// The factory from the moment its caches exist: what event handlers work on. Set under s_making.
+std::mutex s_starting;
+// The factory as soon as its caches exist; event handlers use it. Set under s_starting.
 std::atomic<ProfileFactory*> s_made{nullptr};
-// The factory once it has started: what callers get.
+// The factory once it has started; callers get it.
 std::atomic<ProfileFactory*> s_instance{nullptr};
 
-// Details are traced above this level of the dispatcher.
+// Updates are traced above this level of the dispatcher.
 constexpr unsigned int kTraceLevel = 2;
 constexpr std::uint32_t kNotTraced = 0;
 
-// What an update says in the log.
+// What update() logs: the record's name in the signature of the failed function, and the code of
+// the trace line.
+template <class Record>
 struct UpdateLog {
-  std::uint32_t code;  // of the trace line, or kNotTraced
-  const char* signature;
+  const char* record;
+  std::uint32_t traceCode;
+};
+
+constexpr std::tuple kUpdateLogs{
+    UpdateLog<__aps_gw_as_profile>{"aps_gw_as_profile", LogCode::kAntispamProfileUpdate},
+    UpdateLog<__aps_gw_av_profile>{"aps_gw_av_profile", kNotTraced},
+    UpdateLog<__vexa_encryption_profile>{"vexa_encryption_profile", kNotTraced},
+    UpdateLog<__aps_profile_notification>{"aps_profile_notification", kNotTraced},
+    UpdateLog<__aps_gw_content_profile>{"aps_gw_content_profile", LogCode::kContentProfileUpdate},
+    UpdateLog<__aps_dlp_profile>{"aps_dlp_profile", LogCode::kDlpProfileUpdate},
+    UpdateLog<__attachment_file_pattern>{"attachment_file_pattern", LogCode::kFilePatternUpdate},
+    UpdateLog<__aps_as_wf_profile>{"aps_as_wf_profile", LogCode::kWebFilterOrSessionUpdate},
+    UpdateLog<__qv_ip_profile>{"qv_ip_profile", LogCode::kWebFilterOrSessionUpdate},
+    UpdateLog<__aps_systemquarantine_folders>{"aps_systemquarantine_folders", kNotTraced},
 };
 
 template <class Record>
-void traceUpdate(const UpdateLog& log, int id, const Record* record) {
-  if (log.code == kNotTraced) return;
+void traceUpdate(std::uint32_t code, int id, const Record* record) {
+  if (code == kNotTraced) return;
   if (CMF::Event::Dispatcher::instance("", false, false)->trace() <= kTraceLevel) return;
-  // A deleted record has no name any more.
+  // A deleted record has no name.
   const std::string name(record == nullptr ? "(null)" : boundedText(record->name));
-  Logger::instance(false).log(log.code, "%d\x01%s", id, name.c_str());
+  Logger::instance(false).log(code, "%d\x01%s", id, name.c_str());
 }
 
-// Forgets the entry `id` of each cache. What it held is destroyed after the lock is released.
-template <class Record, class... Handle>
-void drop(CacheLock& lock, int id, const Record* record, const UpdateLog& log,
-          ProfileCache<Handle>&... caches) {
+// Removes the profiles `id` from the caches. They are destroyed after the lock is released.
+template <class Record, class Caches>
+void drop(CacheLock& lock, Caches& caches, int id, const Record* record) {
+  constexpr UpdateLog<Record> log = std::get<UpdateLog<Record>>(kUpdateLogs);
   try {
-    std::tuple<typename ProfileCache<Handle>::Dropped...> dropped;
+    decltype(caches.take(id)) dropped;
     const WriteLock writing(lock);
-    traceUpdate(log, id, record);
-    dropped = std::make_tuple(caches.erase(id)...);
+    traceUpdate(log.traceCode, id, record);
+    dropped = caches.take(id);
   } catch (const Exception&) {
-    Logger::instance(false).log(LogCode::kProfileUpdateFailed, "%s", log.signature);
+    const std::string signature =
+        std::string("void Kestrav::ProfileFactory::update(ngid_t, int, const ") + log.record +
+        "*) const";
+    Logger::instance(false).log(LogCode::kProfileUpdateFailed, "%s", signature.c_str());
   }
 }
 
-// Forgets every entry of each cache, and takes the stale mark off.
-template <class... Handle>
-void dropAll(CacheLock& lock, std::uint32_t dirty, ProfileCache<Handle>&... caches) {
-  std::tuple<typename ProfileCache<Handle>::Entries...> dropped;
-  const WriteLock writing(lock);
-  dropped = std::make_tuple(takeAll(caches, dirty)...);
+template <class Record, class Caches>
+void drop(Caches& caches, int id, const Record* record) {
+  drop(caches.lock, caches, id, record);
 }
 
-// True while this thread makes a profile from a revision that has not been applied yet: what is
-// cached may be older than that, and a profile must not be put together from two revisions.
+// Removes all profiles. They are destroyed after the lock is released.
+template <class Caches>
+void dropAll(Caches& caches) {
+  decltype(caches.takeAll()) dropped;
+  const WriteLock writing(caches.lock);
+  dropped = caches.takeAll();
+}
+
+// True while this thread makes a profile from a revision that is not applied yet. Cached profiles
+// may be older than that, and a profile must not be built from two revisions.
 bool makesAheadOfChanges() {
   if (profilesBeingMade == 0) return false;
   const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
@@ -104,7 +127,7 @@ ProfileFactory::~ProfileFactory() = default;
 ProfileFactory* ProfileFactory::instance() {
   ProfileFactory* factory = s_instance.load(std::memory_order_acquire);
   if (factory != nullptr) return factory;
-  const std::lock_guard making(s_making);
+  const std::lock_guard starting(s_starting);
   factory = s_instance.load(std::memory_order_relaxed);
   if (factory != nullptr) return factory;
   factory = s_made.load(std::memory_order_relaxed);
@@ -124,7 +147,7 @@ ProfileFactory& FactoryEvents::factory() {
 
 void ProfileFactory::start() {
   readFolderIds();
-  // A handler that is registered stays so; a start that failed further down goes on from there.
+  // Handlers stay registered when a later step fails; the next call does not register them again.
   if (!handlersRegistered_) {
     registerFactoryHandlers();
     handlersRegistered_ = true;
@@ -133,7 +156,7 @@ void ProfileFactory::start() {
       CMF::RefApsSysClientSideCache<__aps_mailserver, GID_MAIL_SERVER>::instance(false);
   {
     const WriteLock writing(caches_->deferPeriod.lock);
-    // A change that came in meanwhile is newer than these settings.
+    // A change that arrived meanwhile is newer than these settings.
     if (!caches_->deferPeriod.followed) {
       caches_->deferPeriod.value = deferPeriodOf(settings->record());
     }
@@ -160,23 +183,23 @@ void ProfileFactory::readFolderIds() {
 // ---------------------------------------------------------------------------------------------------
 
 ProfileAntiSpam ProfileFactory::createProfileAntiSpam(int id, unsigned int domain) const {
-  return loadFromDomains<AntispamKind>(*caches_, id, domain);
+  return load<AntispamKind>(*caches_, id, {0, domain});
 }
 
 Ref<ProfileQuarantineFolder> ProfileFactory::createProfileQuarantineFolder(int id,
                                                                            unsigned int) const {
-  return loadFromSystem<QuarantineFolderKind>(*caches_, id);
+  return load<QuarantineFolderKind>(*caches_, id, {0});
 }
 
 ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
-  ProfileCache<ProfileWebFilter>& cache = caches_->webFilter.entries;
+  auto& cache = caches_->webFilter.of<ProfileWebFilter>();
   ProfileWebFilter profile;
   const bool ahead = makesAheadOfChanges();
   if (!ahead) {
     const ReadLock reading(caches_->webFilter.lock);
     if (cache.find(id, profile)) return profile;
   }
-  // Under the session lock, not its own: kept on purpose.
+  // The session lock, not its own: kept on purpose.
   LoadLock loading(caches_->session.lock);
   const std::uint64_t ticket = cache.ticket();
   const CMF::Lock store(true);
@@ -192,137 +215,64 @@ ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
 // ---------------------------------------------------------------------------------------------------
 
 void ProfileFactory::update(ngid_t, int id, const __aps_gw_as_profile* record) const {
-  drop(caches_->antispam.lock, id, record,
-       {LogCode::kAntispamProfileUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_gw_as_profile*) const"},
-       caches_->antispam.entries);
+  drop(caches_->antispam, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_gw_av_profile* record) const {
-  drop(caches_->antivirus.lock, id, record,
-       {kNotTraced,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_gw_av_profile*) const"},
-       caches_->antivirus.entries);
+  drop(caches_->antivirus, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __vexa_encryption_profile* record) const {
-  drop(caches_->encryption.lock, id, record,
-       {kNotTraced,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const vexa_encryption_profile*) const"},
-       caches_->encryption.entries);
+  drop(caches_->encryption, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_profile_notification* record) const {
-  drop(caches_->notification.lock, id, record,
-       {kNotTraced,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_profile_notification*) const"},
-       caches_->notification.entries);
+  drop(caches_->notification, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_gw_content_profile* record) const {
-  drop(caches_->content.lock, id, record,
-       {LogCode::kContentProfileUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_gw_content_profile*) const"},
-       caches_->content.entries);
+  drop(caches_->content, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_dlp_profile* record) const {
-  drop(caches_->dlp.lock, id, record,
-       {LogCode::kDlpProfileUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_dlp_profile*) const"},
-       caches_->dlp.entries);
+  drop(caches_->dlp, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __attachment_file_pattern* record) const {
-  // Under the content lock, not its own: kept on purpose.
-  drop(caches_->content.lock, id, record,
-       {LogCode::kFilePatternUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const attachment_file_pattern*) const"},
-       caches_->filePattern.entries);
+  // The content lock, not its own: kept on purpose.
+  drop(caches_->content.lock, caches_->filePattern, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_as_wf_profile* record) const {
-  drop(caches_->webFilter.lock, id, record,
-       {LogCode::kWebFilterOrSessionUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_as_wf_profile*) const"},
-       caches_->webFilter.entries);
+  drop(caches_->webFilter, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __qv_ip_profile* record) const {
-  drop(caches_->session.lock, id, record,
-       {LogCode::kWebFilterOrSessionUpdate,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const qv_ip_profile*) const"},
-       caches_->session.delivery, caches_->session.receive);
+  drop(caches_->session, id, record);
 }
-
 void ProfileFactory::update(ngid_t, int id, const __aps_systemquarantine_folders* record) const {
-  drop(caches_->quarantineFolder.lock, id, record,
-       {kNotTraced,
-        "void Kestrav::ProfileFactory::update(ngid_t, int, const aps_systemquarantine_folders*) "
-        "const"},
-       caches_->quarantineFolder.entries);
+  drop(caches_->quarantineFolder, id, record);
 }
 
 // ---------------------------------------------------------------------------------------------------
 
-void ProfileFactory::clearAntispamProfiles() {
-  dropAll(caches_->antispam.lock, Config::Zone::kAntispamDirty, caches_->antispam.entries);
-}
-
-void ProfileFactory::clearAntivirusProfiles() {
-  dropAll(caches_->antivirus.lock, 0, caches_->antivirus.entries);
-}
-
-void ProfileFactory::clearContentProfiles() {
-  dropAll(caches_->content.lock, Config::Zone::kContentDirty, caches_->content.entries);
-}
-
-void ProfileFactory::clearDLPProfiles() {
-  dropAll(caches_->dlp.lock, 0, caches_->dlp.entries);
-}
-
-void ProfileFactory::clearFilePatternProfiles() {
-  dropAll(caches_->filePattern.lock, 0, caches_->filePattern.entries);
-}
-
-void ProfileFactory::clearNotificationProfiles() {
-  dropAll(caches_->notification.lock, 0, caches_->notification.entries);
-}
-
-void ProfileFactory::clearSessionProfiles() {
-  dropAll(caches_->session.lock, 0, caches_->session.delivery, caches_->session.receive);
-}
-
-void ProfileFactory::clearWebFilterProfiles() {
-  dropAll(caches_->webFilter.lock, 0, caches_->webFilter.entries);
-}
-
-ProfileFactory::Caches& FactoryEvents::caches(ProfileFactory& factory) {
-  return *factory.caches_;
-}
-
+void ProfileFactory::clearAntispamProfiles() { dropAll(caches_->antispam); }
+void ProfileFactory::clearAntivirusProfiles() { dropAll(caches_->antivirus); }
+void ProfileFactory::clearContentProfiles() { dropAll(caches_->content); }
+void ProfileFactory::clearDLPProfiles() { dropAll(caches_->dlp); }
+void ProfileFactory::clearFilePatternProfiles() { dropAll(caches_->filePattern); }
+void ProfileFactory::clearNotificationProfiles() { dropAll(caches_->notification); }
+void ProfileFactory::clearSessionProfiles() { dropAll(caches_->session); }
+void ProfileFactory::clearWebFilterProfiles() { dropAll(caches_->webFilter); }
+ProfileFactory::Caches& FactoryEvents::caches(ProfileFactory& factory) { return *factory.caches_; }
 void FactoryEvents::clearEncryptionProfiles(ProfileFactory& factory) {
-  dropAll(caches(factory).encryption.lock, 0, caches(factory).encryption.entries);
+  dropAll(caches(factory).encryption);
 }
-
 void FactoryEvents::clearQuarantineFolders(ProfileFactory& factory) {
-  dropAll(caches(factory).quarantineFolder.lock, 0, caches(factory).quarantineFolder.entries);
+  dropAll(caches(factory).quarantineFolder);
 }
 
 void ProfileFactory::_clearAntispamProfiles() const {
-  static_cast<void>(takeAll(caches_->antispam.entries, Config::Zone::kAntispamDirty));
+  static_cast<void>(caches_->antispam.takeAll());
 }
-
 void ProfileFactory::_clearContentProfiles() const {
-  static_cast<void>(takeAll(caches_->content.entries, Config::Zone::kContentDirty));
+  static_cast<void>(caches_->content.takeAll());
 }
-
-void ProfileFactory::_clearDLPProfiles() const {
-  static_cast<void>(takeAll(caches_->dlp.entries, 0));
-}
-
+void ProfileFactory::_clearDLPProfiles() const { static_cast<void>(caches_->dlp.takeAll()); }
 void ProfileFactory::_clearFilePatternProfiles() const {
-  static_cast<void>(takeAll(caches_->filePattern.entries, 0));
+  static_cast<void>(caches_->filePattern.takeAll());
 }
 
 // ---------------------------------------------------------------------------------------------------

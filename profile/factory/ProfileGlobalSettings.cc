@@ -4,8 +4,6 @@
 
 namespace Kestrav {
 
-int ProfileGlobalSettings::deferredPeriod() {
-  return ProfileFactory::instance()->deferredPeriod();
-}
+int ProfileGlobalSettings::deferredPeriod() { return ProfileFactory::instance()->deferredPeriod(); }
 
 }  // namespace Kestrav

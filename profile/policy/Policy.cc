@@ -1,5 +1,7 @@
 #include "Policy.h"
 
+#include <string>
+
 #include "profile/NullHandle.h"
 #include "profile/policy/PolicyImpl.h"
 
@@ -14,83 +16,55 @@ void Policy::adopt(PolicyImpl* impl) {
   static_cast<Ref&>(*this) = impl == nullptr ? Ref() : Ref(impl);
 }
 
-int Policy::id() const {
-  if (isNull()) throwNullHandle("int Kestrav::Policy::id() const", "Policy", 32);
-  return holder_->impl()->id;
+namespace {
+
+// The message is the accessor's signature, such as "int Kestrav::Policy::id() const".
+const PolicyImpl& implOf(const Policy& policy, const char* result, const char* accessor, int line) {
+  if (policy.isNull()) {
+    const std::string message = std::string(result) + " Kestrav::Policy::" + accessor + "() const";
+    throwNullHandle(message.c_str(), "Policy", line);
+  }
+  return *policy.operator->();
 }
 
-ngid_t Policy::ngid() const {
-  if (isNull()) throwNullHandle("ngid_t Kestrav::Policy::ngid() const", "Policy", 40);
-  return holder_->impl()->ngid;
-}
+}  // namespace
 
+int Policy::id() const { return implOf(*this, "int", "id", 32).id; }
+ngid_t Policy::ngid() const { return implOf(*this, "ngid_t", "ngid", 40).ngid; }
 const ProfileAntiSpam& Policy::antispamProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfileAntiSpam& Kestrav::Policy::antispamProfile() const",
-                    "Policy", 48);
-  }
-  return holder_->impl()->antispam;
+  return implOf(*this, "const Kestrav::ProfileAntiSpam&", "antispamProfile", 48).antispam;
 }
-
 const ProfileAntiVirus& Policy::antivirusProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfileAntiVirus& Kestrav::Policy::antivirusProfile() const",
-                    "Policy", 56);
-  }
-  return holder_->impl()->antivirus;
+  return implOf(*this, "const Kestrav::ProfileAntiVirus&", "antivirusProfile", 56).antivirus;
 }
-
 const ProfileContent& Policy::contentProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfileContent& Kestrav::Policy::contentProfile() const",
-                    "Policy", 64);
-  }
-  return holder_->impl()->content;
+  return implOf(*this, "const Kestrav::ProfileContent&", "contentProfile", 64).content;
 }
-
 const ProfSessionReceive& Policy::receiveProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfSessionReceive& Kestrav::Policy::receiveProfile() const",
-                    "Policy", 72);
-  }
-  return holder_->impl()->receive;
+  return implOf(*this, "const Kestrav::ProfSessionReceive&", "receiveProfile", 72).receive;
 }
-
 const ProfSessionDelivery& Policy::deliveryProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfSessionDelivery& Kestrav::Policy::deliveryProfile() const",
-                    "Policy", 80);
-  }
-  return holder_->impl()->delivery;
+  return implOf(*this, "const Kestrav::ProfSessionDelivery&", "deliveryProfile", 80).delivery;
 }
-
 const ProfileDLP& Policy::dlpProfile() const {
-  if (isNull()) {
-    throwNullHandle("const Kestrav::ProfileDLP& Kestrav::Policy::dlpProfile() const", "Policy", 88);
-  }
-  return holder_->impl()->dlp;
+  return implOf(*this, "const Kestrav::ProfileDLP&", "dlpProfile", 88).dlp;
 }
-
 const AuthenticationAndAccess& Policy::authenticationAndAccess() const {
-  if (isNull()) {
-    throwNullHandle(
-        "const Kestrav::AuthenticationAndAccess& Kestrav::Policy::authenticationAndAccess() const",
-        "Policy", 96);
-  }
-  return holder_->impl()->access;
+  return implOf(*this, "const Kestrav::AuthenticationAndAccess&", "authenticationAndAccess", 96)
+      .access;
+}
+const std::string& Policy::name() const {
+  return implOf(*this, "const std::string&", "name", 112).name;
 }
 
 bool Policy::messageParsingRequired() const {
-  if (isNull()) {
-    throwNullHandle("bool Kestrav::Policy::messageParsingRequired() const", "Policy", 104);
-  }
-  const PolicyImpl& policy = *holder_->impl();
+  const PolicyImpl& policy = implOf(*this, "bool", "messageParsingRequired", 104);
   const std::int32_t known = policy.parsingState.load(std::memory_order_relaxed);
   if (known != PolicyImpl::kUnknown) return known == PolicyImpl::kRequired;
 
   const bool required = (!policy.antispam.isNull() && policy.antispam.messageParseType() != 0) ||
                         (!policy.content.isNull() && policy.content.messageParseType() != 0);
-  // A no is not remembered, on purpose: only a policy for a further recipient starts out with one.
+  // Only a positive answer is stored here. A policy for a further recipient starts with either.
   if (required) policy.parsingState.store(PolicyImpl::kRequired, std::memory_order_relaxed);
   return required;
 }

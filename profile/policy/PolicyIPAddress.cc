@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "ProfileFactory.h"
+#include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "profile/NullHandle.h"
@@ -13,12 +14,15 @@ namespace Kestrav {
 
 namespace {
 
+using Impl = PolicyIPAddressImpl;
+constexpr const char* kSource = "PolicyIPAddress";
+
 // Bits of __qv_ip_policy::flags.
 constexpr unsigned char kExclusive = 0x1;
 constexpr unsigned char kAuthFlag1 = 0x2;
 constexpr unsigned char kAuthFlag2 = 0x4;
 
-// IP policies are the system's, and so are their profiles.
+// IP policies and their profiles belong to the system.
 constexpr ngid_t kSystemDomain = 0;
 
 std::unique_ptr<PolicyIPAddressImpl> fromRecord(__qv_ip_policy& record) {
@@ -35,11 +39,12 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
   const ProfileFactory* factory = ProfileFactory::instance();
   id = record.id;
   ngid = record.ngid;
+  name = boundedText(record.name);
   exclusive = (record.flags & kExclusive) != 0;
 
-  // While inspection is off the session profiles stay null, too.
+  // While inspection is off, the session profiles stay null too.
   if (contentInspectionOn()) {
-    // Asked for even when the id is 0, which names no profile.
+    // Requested even for id 0, which names no profile.
     antispam =
         factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), kSystemDomain);
   }
@@ -57,23 +62,10 @@ PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& serve
   adopt(fromRecord(record).release());
 }
 
-PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) {
-  adopt(fromRecord(record).release());
-}
+PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) { adopt(fromRecord(record).release()); }
 
-const IPAddress& PolicyIPAddress::ipClient() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 40);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipClient;
-}
-
-const IPAddress& PolicyIPAddress::ipServer() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 50);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).ipServer;
-}
-
-bool PolicyIPAddress::exclusive() const {
-  if (isNull()) throwNullHandle("PolicyIPAddress", "PolicyIPAddress", 60);
-  return dynamic_cast<const PolicyIPAddressImpl&>(*holder_->impl()).exclusive;
-}
+const IPAddress& PolicyIPAddress::ipClient() const { return of<Impl>(*this, kSource, 40).ipClient; }
+const IPAddress& PolicyIPAddress::ipServer() const { return of<Impl>(*this, kSource, 50).ipServer; }
+bool PolicyIPAddress::exclusive() const { return of<Impl>(*this, kSource, 60).exclusive; }
 
 }  // namespace Kestrav

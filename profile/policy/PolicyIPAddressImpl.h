@@ -1,4 +1,4 @@
-// The implementation behind PolicyIPAddress.
+// The implementation of PolicyIPAddress.
 #pragma once
 
 #include "platform/common/IPAddress.h"
@@ -12,7 +12,7 @@ class PolicyIPAddressImpl : public virtual PolicyImpl {
  public:
   ~PolicyIPAddressImpl() override;
 
-  // Takes over what `record` says, with its profiles.
+  // Fills the policy from `record` and gets its profiles.
   void initialize(__qv_ip_policy& record);
 
   // Never filled, on purpose.

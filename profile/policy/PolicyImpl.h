@@ -1,8 +1,10 @@
-// The implementation behind every policy. Filled by the class that chooses it, then only read.
+// The implementation of every policy. The class that chooses it fills it; from then on it is only
+// read.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 
 #include "Policy.h"
 #include "VexaRefcounted.h"
@@ -28,9 +30,10 @@ class PolicyImpl : public NonCopyable, public virtual RefImpl {
   ProfSessionDelivery delivery;
   AuthenticationAndAccess access;
 
-  // Whether the message has to be parsed, once known. Readers that find it out at the same time
-  // store the same value.
+  // Whether the message must be parsed, once known. Concurrent readers store the same value.
   mutable std::atomic<std::int32_t> parsingState{kUnknown};
+
+  std::string name;
 };
 
 }  // namespace Kestrav

@@ -25,24 +25,18 @@ PolicyRecipient::PolicyRecipient(const EmailAddress& recipient, const PolicyReci
   adopt(PolicyRecipientImpl::create(recipient, other));
 }
 
-const EmailAddress& PolicyRecipient::sender() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 80);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).sender;
-}
+namespace {
+using Impl = PolicyRecipientImpl;
+constexpr const char* kSource = "PolicyRecipient";
+}  // namespace
 
+const EmailAddress& PolicyRecipient::sender() const { return of<Impl>(*this, kSource, 80).sender; }
 const EmailAddress& PolicyRecipient::recipient() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 90);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).recipient;
+  return of<Impl>(*this, kSource, 90).recipient;
 }
-
-int PolicyRecipient::direction() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 100);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).direction;
-}
-
+int PolicyRecipient::direction() const { return of<Impl>(*this, kSource, 100).direction; }
 const std::string& PolicyRecipient::policyDomain() const {
-  if (isNull()) throwNullHandle("PolicyRecipient", "PolicyRecipient", 110);
-  return dynamic_cast<const PolicyRecipientImpl&>(*holder_->impl()).policyDomain;
+  return of<Impl>(*this, kSource, 110).policyDomain;
 }
 
 bool PolicyRecipient::operator==(const PolicyRecipient& other) const {

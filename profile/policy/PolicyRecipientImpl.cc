@@ -10,6 +10,8 @@
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
+#include "platform/common/NoDestructor.h"
+#include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/PolicyRecords.h"
@@ -38,8 +40,8 @@ void logFailure(const Exception& failure) {
   Logger::instance(false).log(LogCode::kRecipientPolicyFailed, "%s", failure.asString().c_str());
 }
 
-// Takes over the profiles that `record` names; those it does not name stay null. False when one
-// that it names is not to be had.
+// Sets the profiles that `record` names; the others stay null. False when a profile that it names
+// does not exist.
 bool fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
                   ngid_t domain) {
   const ProfileFactory* factory = ProfileFactory::instance();
@@ -56,7 +58,7 @@ void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& 
   access.authValue = record.auth_value;
 }
 
-// `complete` is whether there is a policy with all the profiles that it names.
+// Sets `complete` when there is a policy and every profile that it names exists.
 std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
                                             const EmailAddress& recipient, bool& complete) {
   complete = false;
@@ -73,6 +75,7 @@ std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
   auto policy = std::make_unique<PolicyRecipientImpl>(sender, recipient);
   policy->id = record.id;
   policy->ngid = record.ngid;
+  policy->name = boundedText(record.name);
   policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
   if (incoming) policy->policyDomain = recipient.domain();
   complete = true;
@@ -84,29 +87,29 @@ std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
   return policy;
 }
 
-// A choice is put together from several answers, each of them of its moment. While a change of
-// several tables is being applied, a policy may name what is not there yet or no longer, although
-// at no revision it does.
-class Moment {
+// The revision that was applied when a choice began. A choice asks several caches. While a change
+// of several tables is being applied, they may answer from different revisions: the policy may name
+// a profile that does not exist yet or no longer, although it does so at no revision.
+class AppliedRevision {
  public:
-  Moment() : applied_(dispatcher()->applied()) {}
+  AppliedRevision() : applied_(dispatcher()->applied()) {}
 
-  // Whether the configuration has changed since; waits a little for the change to be applied.
-  bool passed() const {
-    constexpr int kPatience = 200;  // ms; it takes that long only if nobody applies changes
+  // Whether the store has a newer revision. Waits until it is applied, within a limit.
+  bool isOutdated() const {
+    constexpr int kTimeout = 200;  // ms; reached only when the event thread does not run
     const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
     if (store == nullptr) return false;
     const Config::Revision newest = store->revision();
     if (newest <= applied_) return false;
-    dispatcher()->waitApplied(newest, kPatience);
+    dispatcher()->waitApplied(newest, kTimeout);
     return true;
   }
 
  private:
   static CMF::Event::Dispatcher& dispatcher() {
-    static auto& instance =
-        *new CMF::Event::Dispatcher(CMF::Event::Dispatcher::instance("", false, false));
-    return instance;
+    static NoDestructor<CMF::Event::Dispatcher> instance(
+        CMF::Event::Dispatcher::instance("", false, false));
+    return *instance;
   }
 
   const Config::Revision applied_;
@@ -118,13 +121,13 @@ PolicyRecipientImpl::~PolicyRecipientImpl() = default;
 
 PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
                                                  const EmailAddress& recipient) try {
-  constexpr int kMostChoices = 4;
+  constexpr int kMaxChoices = 4;
   ProfileFactory::instance();
   for (int choices = 1;; ++choices) {
-    const Moment moment;
+    const AppliedRevision applied;
     bool complete = false;
     auto policy = choose(sender, recipient, complete);
-    if (complete || choices == kMostChoices || !moment.passed()) return policy.release();
+    if (complete || choices == kMaxChoices || !applied.isOutdated()) return policy.release();
   }
 } catch (const Exception& failure) {
   logFailure(failure);
@@ -142,7 +145,8 @@ PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
     policy->dlp = ipPolicy.dlpProfile();
   }
   policy->access = ipPolicy.authenticationAndAccess();
-  // Ids, session profiles and the policy domain stay unset, on purpose, also for incoming mail.
+  // Ids, name, session profiles and the policy domain stay unset, on purpose, even for incoming
+  // mail.
   policy->direction = directionTo(recipient);
   return policy.release();
 } catch (const Exception& failure) {

@@ -1,4 +1,4 @@
-// The implementation behind PolicyRecipient.
+// The implementation of PolicyRecipient.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ class PolicyRecipientImpl : public virtual PolicyImpl {
       : sender(envelopeSender), recipient(envelopeRecipient) {}
   ~PolicyRecipientImpl() override;
 
-  // Each returns a new implementation that the caller adopts, or null when there is no policy. All
-  // but the last log an Exception and return null.
+  // Each returns a new implementation, which the caller adopts, or null when there is no policy.
+  // All except the last log an Exception and return null.
   static PolicyRecipientImpl* create(const EmailAddress& sender, const EmailAddress& recipient);
   static PolicyRecipientImpl* create(const EmailAddress& sender, const EmailAddress& recipient,
                                      const PolicyIPAddress& ipPolicy);

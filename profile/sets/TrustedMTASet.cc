@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/common/NoDestructor.h"
+#include "platform/common/ProcessWide.h"
 #include "platform/common/Synchronized.h"
 #include "profile/sets/TrustedMTATables.h"
 
@@ -66,17 +68,15 @@ std::list<IPAddressMask> TrustedAddresses::list() const {
 TrustedMTASet::~TrustedMTASet() = default;
 
 TrustedMTASetRef TrustedMTASetRef::instance(bool) {
-  // Never destroyed: the event thread may outlive static objects.
-  static const auto* const sets = new TrustedMTASetRef(new TrustedMTASet);
-  return *sets;
+  static NoDestructor<ProcessWide<TrustedMTASetRef>> sets;
+  return sets->get([] { return TrustedMTASetRef(new TrustedMTASet); });
 }
 
 void initializeTrustedMTASet() {
   static Mutex mutex;
   Synchronized guard(mutex);
-  TrustedMTASetRef sets = TrustedMTASetRef::instance(false);
-  addTrusted<GID_TRUSTED_MTA>(sets->trustedMTAs());
-  addTrusted<GID_TRUSTED_ANTISPAM_MTA>(sets->trustedAntispamMTAs());
+  addTrusted<GID_TRUSTED_MTA>();
+  addTrusted<GID_TRUSTED_ANTISPAM_MTA>();
 }
 
 }  // namespace Kestrav

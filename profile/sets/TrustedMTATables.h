@@ -1,4 +1,4 @@
-// Between the two tables of trusted addresses and the sets that are filled from them.
+// The two tables of trusted addresses and the sets that are filled from them.
 #pragma once
 
 #include <optional>
@@ -16,8 +16,15 @@
 
 namespace Kestrav {
 
-// The addresses that a record of table `table` means. A text that is no address is logged, and
-// means none.
+// The set that is filled from table `GID`.
+template <unsigned int GID>
+TrustedAddresses& trustedSet() {
+  static_assert(GID == GID_TRUSTED_MTA || GID == GID_TRUSTED_ANTISPAM_MTA);
+  TrustedMTASetRef sets = TrustedMTASetRef::instance(false);
+  return GID == GID_TRUSTED_MTA ? sets->trustedMTAs() : sets->trustedAntispamMTAs();
+}
+
+// The addresses of a record of table `table`; none, and a log line, when its text is no address.
 inline std::optional<IPAddressMask> trustedAddresses(unsigned int table,
                                                      const __aps_ip_mask_string& record) {
   try {
@@ -43,25 +50,29 @@ std::optional<std::set<IPAddressMask>> readTrusted() {
   return masks;
 }
 
-// Adds the whole table. Read again when a change came in meanwhile: the change may have taken out
-// what an older revision still holds.
-template <unsigned int GID>
-void addTrusted(TrustedAddresses& out) {
+// Reads the table and passes its addresses to `store`, which is TrustedAddresses::add or assign.
+// Reads again when the set changed meanwhile: the change may have removed an address that was read.
+// Leaves the set as it is when the table cannot be read.
+template <unsigned int GID, class Store>
+void storeTrusted(const Store& store) {
+  TrustedAddresses& set = trustedSet<GID>();
   for (;;) {
-    const std::uint64_t changes = out.changes();
+    const std::uint64_t changes = set.changes();
     const auto masks = readTrusted<GID>();
-    if (!masks || out.add(*masks, changes)) return;
+    if (!masks || (set.*store)(*masks, changes)) return;
   }
 }
 
-// Makes the set what the table holds; leaves it when the table cannot be read.
+// Adds the whole table to its set.
 template <unsigned int GID>
-void replaceTrusted(TrustedAddresses& out) {
-  for (;;) {
-    const std::uint64_t changes = out.changes();
-    const auto masks = readTrusted<GID>();
-    if (!masks || out.assign(*masks, changes)) return;
-  }
+void addTrusted() {
+  storeTrusted<GID>(&TrustedAddresses::add);
+}
+
+// Makes the set equal to the table.
+template <unsigned int GID>
+void replaceTrusted() {
+  storeTrusted<GID>(&TrustedAddresses::assign);
 }
 
 }  // namespace Kestrav

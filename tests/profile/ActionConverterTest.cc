@@ -99,7 +99,7 @@ TEST(ActionConverter, AppendsToWhatIsThere) {
   container.add(Action(ActionTypes::kNotify));
   convertAction(AntispamActionRecord().disposition(AntispamActionRecord::kReject).data(),
                 kAntispamActionLayout, container);
-  EXPECT_THAT(typesOf(container), ElementsAre(ActionTypes::kNotify, ActionTypes::kDisposition2));
+  EXPECT_THAT(typesOf(container), ElementsAre(ActionTypes::kNotify, ActionTypes::kReject));
 }
 
 }  // namespace

@@ -2,16 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "ActionContainer.h"
 #include "platform/parser/Rfc2047.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/GeneratedSection.h"
 
 using namespace Kestrav;
-using Kestrav::Testing::address;
+using namespace Kestrav::Testing;
 
 TEST(Action, IsMadeEmptyButForItsType) {
   const Action action(ActionTypes::kArchive);
@@ -85,19 +88,70 @@ TEST(Action, SubjectTagOfPlainTextIsEncodedToo) {
   EXPECT_EQ(action.subjectTag().substr(0, 8), "=?utf-8?");
 }
 
+namespace {
+
+struct Kind {
+  const char* name;
+  ActionType type;
+  ActionType value;
+  const char* meaning;
+  const char* parameter;
+  const char* source;
+};
+
+const Kind kKinds[] = {
+    {"kReject", ActionTypes::kReject, 0x4, "reject it", "", "disposition `reject`"},
+    {"kHeaderTag", ActionTypes::kHeaderTag, 0x8, "insert a header", "headerTag", "insert-header"},
+    {"kSubjectTag", ActionTypes::kSubjectTag, 0x10, "tag the subject", "subjectTag", "tag-subject"},
+    {"kPersonalQuarantine", ActionTypes::kPersonalQuarantine, 0x20,
+     "quarantine it for the recipient", "", "disposition `personal-quarantine`"},
+    {"kDiscard", ActionTypes::kDiscard, 0x80, "discard it", "", "disposition `discard`"},
+    {"kReplace", ActionTypes::kReplace, 0x100, "replace it", "", "disposition `replace`"},
+    {"kRewriteAddress", ActionTypes::kRewriteAddress, 0x400, "rewrite the recipient address",
+     "addressRewriter", "disposition `rewrite-recipient`"},
+    {"kSystemQuarantine", ActionTypes::kSystemQuarantine, 0x4000,
+     "quarantine it in a system folder", "systemquarantineFolderId",
+     "disposition `system-quarantine`"},
+    {"kDefer", ActionTypes::kDefer, 0x8000, "defer it", "", "disposition `defer`"},
+    {"kEncrypt", ActionTypes::kEncrypt, 0x10000, "encrypt it", "encryptionProfileId",
+     "disposition `encrypt`"},
+    {"kAlternateHost", ActionTypes::kAlternateHost, 0x40000, "deliver it to another host",
+     "alternateHost", "use-alternate-host"},
+    {"kBlindCopy", ActionTypes::kBlindCopy, 0x80000, "send blind copies", "bcc", "use-blind-copy"},
+    {"kArchive", ActionTypes::kArchive, 0x100000, "archive it", "archiveRecipientId", "archive"},
+    {"kRepackage", ActionTypes::kRepackage, 0x200000, "repackage it", "",
+     "disposition `repackage`"},
+    {"kRepackageWithNotice", ActionTypes::kRepackageWithNotice, 0x400000,
+     "repackage it with a notice", "", "disposition `repackage-with-notice`"},
+    {"kNotify", ActionTypes::kNotify, 0x800000, "send a notification", "notificationProfileId",
+     "notify"},
+};
+
+}  // namespace
+
 TEST(ActionTypes, AreOneBitEach) {
-  const std::vector<ActionType> types = {0x4,      0x8,      0x10,     0x20,    0x80,    0x100,
-                                         0x400,    0x4000,   0x8000,   0x10000, 0x40000, 0x80000,
-                                         0x100000, 0x200000, 0x400000, 0x800000};
-  EXPECT_EQ(
-      types,
-      (std::vector<ActionType>{
-          ActionTypes::kDisposition2, ActionTypes::kHeaderTag, ActionTypes::kSubjectTag,
-          ActionTypes::kDisposition4, ActionTypes::kDisposition1, ActionTypes::kDisposition32,
-          ActionTypes::kRewriteAddress, ActionTypes::kSystemQuarantine,
-          ActionTypes::kContentDisposition128, ActionTypes::kEncrypt, ActionTypes::kAlternateHost,
-          ActionTypes::kBlindCopy, ActionTypes::kArchive, ActionTypes::kAntivirusDisposition8,
-          ActionTypes::kAntivirusDisposition16, ActionTypes::kNotify}));
+  for (const Kind& kind : kKinds) {
+    SCOPED_TRACE(kind.name);
+    EXPECT_EQ(kind.type, kind.value);
+    EXPECT_TRUE(std::has_single_bit(kind.type));
+  }
+}
+
+// After a change of the kinds: KESTRAV_UPDATE_GOLDEN=1 profile_values_tests
+TEST(ActionTypes, TableOfTheActionsPageIsUpToDate) {
+  std::ostringstream table;
+  table << "| value | name | what to do with the message | parameter | configured by |\n"
+        << "|---|---|---|---|---|\n";
+  for (const Kind& kind : kKinds) {
+    const std::string parameter =
+        *kind.parameter == '\0' ? "" : "`" + std::string(kind.parameter) + "`";
+    const std::string source = kind.source;
+    table << "| 0x" << std::hex << kind.type << " | `" << kind.name << "` | " << kind.meaning
+          << " | " << parameter << " | "
+          << (source.find(' ') == std::string::npos ? "`" + source + "`" : source) << " |\n";
+  }
+  expectGenerated(std::string(KESTRAV_DOCS) + "/actions.md", "tests/profile/ActionTest.cc",
+                  table.str());
 }
 
 TEST(ActionContainer, IsNeverNullAndStartsEmpty) {

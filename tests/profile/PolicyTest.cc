@@ -1,20 +1,26 @@
-// What all policies have in common. Policies are put together by hand here, so that every kind of
-// profile can be in one.
+// What all policies have in common. Most tests build the implementation by hand, so that a policy
+// can hold every kind of profile.
 #include "Policy.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
+#include <string>
 
+#include "Gateway.h"
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/PolicyRecords.h"
 #include "profile/ProfileImpl.h"
 #include "profile/policy/PolicyIPAddressImpl.h"
 #include "profile/policy/PolicyImpl.h"
 #include "profile/policy/PolicyRecipientImpl.h"
 
 using namespace Kestrav;
+using namespace Kestrav::Testing;
 
 namespace {
 
@@ -60,6 +66,7 @@ void fillWithEverything(PolicyImpl& impl) {
   impl.access.authFlag1 = true;
   impl.access.authFlag3 = true;
   impl.access.authValue = 9;
+  impl.name = "strict";
 }
 
 }  // namespace
@@ -78,6 +85,7 @@ TEST(Policy, AccessorsReturnTheirOwnMember) {
   EXPECT_FALSE(policy.authenticationAndAccess().authFlag2);
   EXPECT_TRUE(policy.authenticationAndAccess().authFlag3);
   EXPECT_EQ(policy.authenticationAndAccess().authValue, 9u);
+  EXPECT_EQ(policy.name(), "strict");
 }
 
 TEST(Policy, IsMadeEmpty) {
@@ -94,6 +102,7 @@ TEST(Policy, IsMadeEmpty) {
   EXPECT_FALSE(policy.authenticationAndAccess().authFlag2);
   EXPECT_FALSE(policy.authenticationAndAccess().authFlag3);
   EXPECT_EQ(policy.authenticationAndAccess().authValue, 0u);
+  EXPECT_EQ(policy.name(), "");
 }
 
 TEST(Policy, CopiesShareTheImplementation) {
@@ -141,7 +150,7 @@ TEST(PolicyParsing, DependsOnAntispamAndContentProfiles) {
     SCOPED_TRACE(row.what);
     const Policy policy = policyOf(row.fill);
     EXPECT_EQ(policy.messageParsingRequired(), row.required);
-    EXPECT_EQ(policy.messageParsingRequired(), row.required);  // however often asked
+    EXPECT_EQ(policy.messageParsingRequired(), row.required);  // at every call
   }
 }
 
@@ -198,7 +207,7 @@ struct First {
 
 }  // namespace
 
-TEST(FurtherRecipient, TakesOverAllButWhatIsTheFirstOnes) {
+TEST(FurtherRecipient, TakesOverTheProfilesButNeitherIdNorNameNorDomain) {
   const First first;
   const PolicyRecipient further(address("two@example.com"), first.policy);
   ASSERT_FALSE(further.isNull());
@@ -217,6 +226,7 @@ TEST(FurtherRecipient, TakesOverAllButWhatIsTheFirstOnes) {
   EXPECT_EQ(further.authenticationAndAccess().authValue, 9u);
   EXPECT_EQ(further.id(), 0);
   EXPECT_EQ(further.ngid(), 0u);
+  EXPECT_EQ(further.name(), "");
   EXPECT_EQ(further.policyDomain(), "");
 }
 
@@ -224,7 +234,7 @@ TEST(FurtherRecipient, RemembersThatParsingIsNotRequired) {
   const First first;
   const PolicyRecipient further(address("two@example.com"), first.policy);
   EXPECT_FALSE(further.messageParsingRequired());
-  // Its profiles are not asked any more; those of the first one are.
+  // It does not ask its profiles again; the first policy asks its own.
   auto* impl = const_cast<PolicyImpl*>(static_cast<const Policy&>(further).operator->());
   impl->content = content(1);
   EXPECT_FALSE(further.messageParsingRequired());
@@ -291,6 +301,7 @@ TEST(RecipientOfConnection, SharesTheProfilesButNotTheSessions) {
   EXPECT_EQ(policy.authenticationAndAccess().authValue, 9u);
   EXPECT_EQ(policy.id(), 0);
   EXPECT_EQ(policy.ngid(), 0u);
+  EXPECT_EQ(policy.name(), "");
   EXPECT_EQ(policy.policyDomain(), "");
 }
 
@@ -304,6 +315,30 @@ TEST(RecipientOfConnection, NeedsARecipientAndAPolicyButNoSender) {
   const PolicyRecipient bounce(EmailAddress(), address("to@nowhere.example"), connection.policy);
   ASSERT_FALSE(bounce.isNull());
   EXPECT_TRUE(bounce.sender().isNull());
+}
+
+// --- The name of the chosen policy
+
+TEST(PolicyName, IsThatOfTheRecord) {
+  __qv_ip_policy record{};
+  boundedCopy(record.name, "data-centre");
+  EXPECT_EQ(PolicyIPAddress(record).name(), "data-centre");
+  std::memset(record.name, 'x', sizeof(record.name));  // without a NUL
+  EXPECT_EQ(PolicyIPAddress(record).name(), std::string(sizeof(record.name), 'x'));
+}
+
+TEST(PolicyName, IsThatOfTheChosenRecipientPolicy) {
+  const std::string domain = "d" + std::to_string(freshId()) + ".example";
+  OutgoingPolicyRecord record(static_cast<std::int32_t>(freshId()));
+  boundedCopy(record->name, "partners");
+  put(record.recipient(AddressKind::kDomain, domain));
+  const EmailAddress sender = address("from@example.com");
+  const EmailAddress recipient = address(("to@" + domain).c_str());
+  const PolicyRecipient chosen(sender, recipient, false, true);
+  ASSERT_FALSE(chosen.isNull());
+  EXPECT_EQ(chosen.name(), "partners");
+  EXPECT_EQ(PolicyRecipient(recipient, chosen).name(), "");
+  EXPECT_EQ(PolicyRecipient(sender, recipient, true, true).name(), "");
 }
 
 TEST(PolicyRecipientMatch, IsAValueThatStartsEmpty) {

@@ -23,7 +23,7 @@ TEST(TrustedAddresses, AreOrderedAndWithoutDuplicates) {
   EXPECT_EQ(set.size(), 2u);
 }
 
-TEST(TrustedAddresses, TellElementsFromWhatTheyCover) {
+TEST(TrustedAddresses, DistinguishElementsFromCoveredAddresses) {
   TrustedAddresses set;
   set.insert(IPAddressMask("10.0.0.0/8"));
   EXPECT_TRUE(set.contains(IPAddressMask("10.0.0.0/8")));
@@ -33,7 +33,7 @@ TEST(TrustedAddresses, TellElementsFromWhatTheyCover) {
   EXPECT_FALSE(set.matches(IPAddress()));
 }
 
-TEST(TrustedAddresses, EraseWhatIsThere) {
+TEST(TrustedAddresses, EraseOnlyElementsOfTheSet) {
   TrustedAddresses set;
   set.insert(IPAddressMask("192.0.2.9"));
   set.erase(IPAddressMask("192.0.2.8"));
@@ -42,7 +42,7 @@ TEST(TrustedAddresses, EraseWhatIsThere) {
   EXPECT_EQ(set.size(), 0u);
 }
 
-TEST(TrustedAddresses, DoNotTakeASetThatWasReadBeforeAChange) {
+TEST(TrustedAddresses, RejectASetThatWasReadBeforeAChange) {
   const std::set<IPAddressMask> read{IPAddressMask("192.0.2.1")};
   TrustedAddresses set;
   const std::uint64_t before = set.changes();

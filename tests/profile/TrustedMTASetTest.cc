@@ -1,4 +1,4 @@
-// The sets of trusted mail transfer agents, filled at the start and kept up to date by events.
+// The sets of trusted mail transfer agents: filled at start-up, kept up to date by events.
 #include "TrustedMTASet.h"
 
 #include <gtest/gtest.h>
@@ -64,13 +64,13 @@ TEST(TrustedMTASet, TwoFormsOfOneMaskAreOneElement) {
   const std::size_t before = mtas().size();
   put(TrustedMtaRecord(first, "203.0.113.0/24"), TrustedMtaRecord(second, "203.0.113."));
   EXPECT_EQ(mtas().size(), before + 1);
-  // An event takes its own text out, whoever else has it.
+  // An event erases the address of its record, even if another record has it too.
   erase(GID_TRUSTED_MTA, second);
   EXPECT_EQ(mtas().size(), before);
 }
 
-// The old text goes before the new one comes.
-TEST(TrustedMTASet, MaskThatIsOnlyWrittenAnewStays) {
+// The old address is erased before the new one is inserted.
+TEST(TrustedMTASet, MaskWrittenInAnotherFormStays) {
   factory();
   const std::uint32_t mta = freshId();
   const std::uint32_t antispam = freshId();
@@ -116,7 +116,7 @@ TEST(TrustedMTASet, InitialisingAddsBothTables) {
   erase(GID_TRUSTED_ANTISPAM_MTA, antispam);
 }
 
-TEST(TrustedMTASet, TextThatIsNoAddressIsPassedOver) {
+TEST(TrustedMTASet, TextThatIsNoAddressIsSkipped) {
   factory();
   const std::uint32_t bad = freshId();
   const std::uint32_t good = freshId();
