@@ -103,10 +103,11 @@ class KESTRAV_API ProfileFactory {
   ~ProfileFactory();
 
   void start();
-  static void readFolderIds();
+  void readFolderIds();
 
   const std::unique_ptr<Caches> caches_;
-  bool handlersRegistered_ = false;  // used only by the thread that makes the factory
+  std::uint64_t folderIdsReadAt_ = 0;  // number of the attachment
+  bool handlersRegistered_ = false;    // used only by the thread that makes the factory
 };
 
 }  // namespace Kestrav

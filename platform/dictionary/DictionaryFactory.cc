@@ -110,7 +110,7 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
   Synchronized guard(mutex_);
   if (generation != generation_) return handle;
   // This thread may have pinned a snapshot that is older than the change that caused clean().
-  if (store == cleanedStore_.lock() && revision < cleanedRevision_) return handle;
+  if (revision < cleanedRevision_) return handle;
   // Another thread may have been faster; all callers share its scanner.
   return (this->*cache).emplace(name, handle).first->second;
 }
@@ -123,7 +123,6 @@ void DictionaryFactory::clean() {
   Scanners groupScanners;
   Synchronized guard(mutex_);
   ++generation_;
-  cleanedStore_ = store;
   cleanedRevision_ = revision;
   profileScanners.swap(profileScanners_);
   groupScanners.swap(groupScanners_);

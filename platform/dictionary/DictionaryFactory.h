@@ -55,9 +55,8 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
   Mutex mutex_;  // guards what follows
   Scanners profileScanners_;
   Scanners groupScanners_;
-  std::uint64_t generation_ = 0;                           // incremented by clean()
-  std::weak_ptr<const Config::ConfigStore> cleanedStore_;  // attached at the last clean()
-  std::uint64_t cleanedRevision_ = 0;                      // of cleanedStore_ at that time
+  std::uint64_t generation_ = 0;       // incremented by clean()
+  std::uint64_t cleanedRevision_ = 0;  // of the attached store at the last clean()
 };
 
 }  // namespace Kestrav

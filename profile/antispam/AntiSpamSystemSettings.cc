@@ -8,6 +8,7 @@
 #include "platform/common/ProcessWide.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/AntispamRecords.h"
+#include "platform/config/store/Fork.h"
 #include "platform/parser/EmailAddress.h"
 
 namespace Kestrav {
@@ -32,6 +33,7 @@ void fill(BayesianSystemSettings& settings, const __aps_sys_antispam& system) {
 // The settings stay valid while the result is held, also when another thread reloads them.
 template <class Settings>
 std::shared_ptr<const Settings> shared(bool reload) {
+  Config::refuseParentsStore();
   static NoDestructor<ProcessWide<std::shared_ptr<const Settings>>> settings;
   if (reload) settings->drop();
   return settings->get([] {

@@ -148,6 +148,14 @@ void ProfileHandler<Rec, GID>::message(unsigned int domain, const Rec* oldRecord
   FactoryEvents::factory().update(domain, static_cast<int>(named->id), newRecord);
 }
 
+template <class Rec, unsigned int GID>
+void ProfileHandler<Rec, GID>::resync() {
+  clearProfilesOfTable(GID);
+  if constexpr (GID == GID_QUARANTINE_FOLDER) {
+    FactoryEvents::readFolderIdsOfAnotherStore(FactoryEvents::factory());
+  }
+}
+
 template class ProfileHandler<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>;
 template class ProfileHandler<__aps_gw_av_profile, GID_ANTIVIRUS_PROFILE>;
 template class ProfileHandler<__aps_dlp_profile, GID_DLP_PROFILE>;

@@ -34,6 +34,7 @@ class FactoryEvents {
   // Kinds that callers have no reason to clear.
   static void clearEncryptionProfiles(ProfileFactory& factory);
   static void clearQuarantineFolders(ProfileFactory& factory);
+  static void readFolderIdsOfAnotherStore(ProfileFactory& factory);
 };
 
 // Clears every cache that depends on `table`, in the order that FactoryHandlers.cc lists.
@@ -54,7 +55,7 @@ class KESTRAV_API ProfileHandler : public HandlerTemplate<Rec, GID> {
  public:
   using HandlerTemplate<Rec, GID>::message;
   void message(unsigned int domain, const Rec* oldRecord, const Rec* newRecord) override;
-  void resync() override { clearProfilesOfTable(GID); }
+  void resync() override;
 };
 
 extern template class KESTRAV_API ProfileHandler<__aps_gw_as_profile, GID_ANTISPAM_PROFILE>;

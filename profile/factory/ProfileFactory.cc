@@ -18,6 +18,8 @@
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/WebFilterRecords.h"
+#include "platform/config/store/Attachment.h"
+#include "platform/config/store/Fork.h"
 #include "profile/factory/FactoryHandlers.h"
 #include "profile/factory/ProfileLoading.h"
 
@@ -125,6 +127,7 @@ ProfileFactory::ProfileFactory() : caches_(std::make_unique<Caches>()) {}
 ProfileFactory::~ProfileFactory() = default;
 
 ProfileFactory* ProfileFactory::instance() {
+  Config::refuseParentsStore();
   ProfileFactory* factory = s_instance.load(std::memory_order_acquire);
   if (factory != nullptr) return factory;
   const std::lock_guard starting(s_starting);
@@ -165,6 +168,7 @@ void ProfileFactory::start() {
 }
 
 void ProfileFactory::readFolderIds() {
+  folderIdsReadAt_ = Config::attachmentNumber();
   CMF::TableQuery<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER> folders(0);
   const struct {
     const char* name;
@@ -192,6 +196,7 @@ Ref<ProfileQuarantineFolder> ProfileFactory::createProfileQuarantineFolder(int i
 }
 
 ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
+  Config::refuseParentsStore();
   auto& cache = caches_->webFilter.of<ProfileWebFilter>();
   ProfileWebFilter profile;
   const bool ahead = makesAheadOfChanges();
@@ -260,6 +265,15 @@ ProfileFactory::Caches& FactoryEvents::caches(ProfileFactory& factory) { return 
 void FactoryEvents::clearEncryptionProfiles(ProfileFactory& factory) {
   dropAll(caches(factory).encryption);
 }
+// The ids are plain numbers that any thread reads: they are read again only for another store,
+// while no other thread uses the library.
+void FactoryEvents::readFolderIdsOfAnotherStore(ProfileFactory& factory) {
+  if (factory.folderIdsReadAt_ == Config::attachmentNumber()) return;
+  ProfileFactory::spam_folderId = ProfileFactory::virus_folderId = 0;
+  ProfileFactory::content_folderId = ProfileFactory::dlp_folderId = 0;
+  factory.readFolderIds();
+}
+
 void FactoryEvents::clearQuarantineFolders(ProfileFactory& factory) {
   dropAll(caches(factory).quarantineFolder);
 }

@@ -10,6 +10,7 @@
 #include "config/CMF.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/store/Fork.h"
 #include "profile/factory/FactoryCaches.h"
 
 namespace Kestrav {
@@ -63,6 +64,7 @@ Handle makeOnce(LoadLock& loading, ProfileCache<Handle>& cache, std::uint64_t ti
 template <class Kind>
 typename Kind::Handle load(ProfileFactory::Caches& all, int id,
                            std::initializer_list<ngid_t> domains) {
+  Config::refuseParentsStore();
   using Handle = typename Kind::Handle;
   auto& kind = all.*Kind::kCaches;
   ProfileCache<Handle>& cache = kind.template of<Handle>();

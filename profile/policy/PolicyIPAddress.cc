@@ -6,6 +6,7 @@
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/PolicyRecords.h"
+#include "platform/config/store/Fork.h"
 #include "profile/NullHandle.h"
 #include "profile/policy/InspectionSwitches.h"
 #include "profile/policy/PolicyIPAddressImpl.h"
@@ -57,6 +58,7 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
 
 PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& server) {
   if (client.isNull() || server.isNull()) return;
+  Config::refuseParentsStore();
   __qv_ip_policy record{};
   if (cfg_ip_policy_match(server.asIpAddr(), client.asIpAddr(), &record) != 0) return;
   adopt(fromRecord(record).release());

@@ -1,5 +1,6 @@
 #include "PolicyRecipient.h"
 
+#include "platform/config/store/Fork.h"
 #include "profile/NullHandle.h"
 #include "profile/policy/PolicyRecipientImpl.h"
 
@@ -10,18 +11,21 @@ PolicyRecipientMatch::~PolicyRecipientMatch() = default;
 PolicyRecipient::PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient,
                                  const PolicyIPAddress& ipPolicy) {
   if (recipient.isNull() || ipPolicy.isNull()) return;
+  Config::refuseParentsStore();
   adopt(PolicyRecipientImpl::create(sender, recipient, ipPolicy));
 }
 
 PolicyRecipient::PolicyRecipient(const EmailAddress& sender, const EmailAddress& recipient,
                                  bool noPolicy, bool lookupDirection) {
   if (recipient.isNull()) return;
+  Config::refuseParentsStore();
   adopt(noPolicy ? PolicyRecipientImpl::createNoPolicy(sender, recipient, lookupDirection)
                  : PolicyRecipientImpl::create(sender, recipient));
 }
 
 PolicyRecipient::PolicyRecipient(const EmailAddress& recipient, const PolicyRecipient& other) {
   if (recipient.isNull() || other.isNull()) return;
+  Config::refuseParentsStore();
   adopt(PolicyRecipientImpl::create(recipient, other));
 }
 

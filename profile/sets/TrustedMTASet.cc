@@ -6,6 +6,7 @@
 #include "platform/common/NoDestructor.h"
 #include "platform/common/ProcessWide.h"
 #include "platform/common/Synchronized.h"
+#include "platform/config/store/Fork.h"
 #include "profile/sets/TrustedMTATables.h"
 
 namespace Kestrav {
@@ -68,6 +69,7 @@ std::list<IPAddressMask> TrustedAddresses::list() const {
 TrustedMTASet::~TrustedMTASet() = default;
 
 TrustedMTASetRef TrustedMTASetRef::instance(bool) {
+  Config::refuseParentsStore();
   static NoDestructor<ProcessWide<TrustedMTASetRef>> sets;
   return sets->get([] { return TrustedMTASetRef(new TrustedMTASet); });
 }

@@ -130,8 +130,8 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
     for (AttachmentObserver* observer : state.observers) observer->attached(store);
   } catch (...) {
     state.set(former);
-    parentsStoreAttached = parents;
     for (AttachmentObserver* observer : state.observers) observer->detached();
+    parentsStoreAttached = parents;
     throw;
   }
 }
