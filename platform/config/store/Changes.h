@@ -1,4 +1,4 @@
-// What a ChangeSet holds: its changes in the order in which they were asked for.
+// The changes of a ChangeSet, in the order of its calls.
 #pragma once
 
 #include <string>

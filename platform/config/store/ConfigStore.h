@@ -1,13 +1,11 @@
-// The configuration store: one LMDB environment plus a small mapped status file, in one folder
+// The configuration store: one LMDB environment and a small mapped status file, in one folder
 // (0700, files 0600). Several processes open it; any number read, writers take turns.
 //
-// The rows: a row's key sorts by table, domain, position, id. Iteration is in table order, the
-// order in which the configuration lists the records. Change sets are atomic: readers see a
-// revision whole or not at all. Not to be used across fork: a child that calls into a store opened
-// by its parent gets an Exception.
+// Records are listed in table order, the order of the configuration. Change sets are atomic:
+// readers see a revision whole or not at all. A child after fork that uses a store which its parent
+// opened gets an Exception.
 //
-// Threads: every operation may be called from any thread; a Snapshot belongs to the thread that
-// took it.
+// Threads: any thread may call any operation; a Snapshot belongs to the thread that took it.
 #pragma once
 
 #include <atomic>
@@ -45,8 +43,8 @@ inline constexpr int kInUse = 28;  // an older schema that another process keeps
 inline constexpr int kInternal = 29;
 }  // namespace StoreError
 
-// A record taken out of the store: its fixed part with list pointers set, in memory of its own. The
-// bytes stay where they are when the object is moved.
+// A copy of a record: its fixed part with list pointers set, and its lists. The bytes keep their
+// address when the object is moved.
 class KESTRAV_API StoredRecord {
  public:
   StoredRecord() = default;
@@ -110,7 +108,7 @@ class KESTRAV_API Snapshot {
   std::unique_ptr<Pin> pin_;
 };
 
-// Differences to be committed as one revision, made one after the other. Not shared between
+// Changes to be committed as one revision, made in the order of the calls. Not shared between
 // threads.
 //
 // All functions throw Exception kBadRecord for a table that does not exist and for a table of the
@@ -133,9 +131,8 @@ class KESTRAV_API ChangeSet {
   void putBefore(G_CLI_GID gid, ngid_t domain, const void* record, std::uint32_t beforeId);
   // No difference when there is no such record.
   void erase(G_CLI_GID gid, ngid_t domain, std::uint32_t id);
-  // The table's records in this domain are to be exactly these ids in this order; ids not named are
-  // erased. The commit throws kBadRecord for an id that is named twice or that no record has by
-  // then.
+  // The table gets exactly these records in this order in the domain; others are erased. The commit
+  // throws kBadRecord for an id that is named twice or that no record has at this point.
   void order(G_CLI_GID gid, ngid_t domain, std::vector<std::uint32_t> ids);
   bool empty() const;
 
@@ -185,22 +182,21 @@ class StatusArea;
 class KESTRAV_API ConfigStore {
  public:
   struct Options {
-    // Make the folder and the files when they are missing.
+    // Makes the folder and the files when they are missing.
     bool create = true;
     // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
-    // until no other thread of this process holds a snapshot; the default is large enough for that
-    // not to happen. The thread that commits may hold one of the newest revision, which moves on
-    // with the store should another process commit at that moment. While it holds one of an older
-    // revision, or calls from within a walk, the map cannot grow and the commit fails at once.
+    // until no other thread of this process holds a snapshot; the default is large enough to avoid
+    // this. The thread that commits may hold a snapshot of the newest revision, which moves on when
+    // another process commits at that moment. While it holds one of an older revision, or calls
+    // from within a walk, the map cannot grow and the commit fails at once.
     std::size_t initialMapSize = 16ull << 30;
     std::size_t maximumMapSize = 64ull << 30;
-    // How long a resize waits for other threads' snapshots before the change is given up.
+    // How long a resize waits for other threads' snapshots before the commit fails.
     int resizePatienceMs = 5000;
-    // Threads reading at once, all processes together. The process that opens the store first
-    // decides for those that join it.
+    // Threads that read at once, in all processes. The process that opens the store first decides.
     unsigned readerSlots = 1022;
-    // The journal keeps at least so many entries, more while a live process still needs them, and
-    // never more than the second number.
+    // The journal keeps at least the first number of entries, more while a live process still needs
+    // them, and never more than the second number.
     std::size_t journalEntries = 100'000;
     std::size_t journalEntriesHard = 1'000'000;
   };
@@ -238,13 +234,13 @@ class KESTRAV_API ConfigStore {
   // What a process without a store sees.
   static Snapshot emptySnapshot();
 
-  // Commits the real differences only and returns the revision that holds them: the present one,
-  // unraised, when there are none. Wakes waiting processes. Throws Exception, and commits nothing,
-  // when the changes cannot be made: kFull also when the map has to grow and a snapshot, the
-  // calling thread's own or another's, does not let it (see Options::initialMapSize).
+  // Commits the real differences and returns the revision that has them: the present one when there
+  // are none. Wakes waiting processes. Throws Exception, and commits nothing, when the changes
+  // cannot be made: kFull also when a snapshot keeps the map from growing (see
+  // Options::initialMapSize).
   Revision commit(ChangeSet changes);
-  // The same, for changes that were worked out from what the store held at revision `basis`: empty,
-  // with nothing committed, when another writer has raised the revision since.
+  // The same, for changes that were derived from the store at revision `basis`. Empty, and nothing
+  // is committed, when the store has another revision by now.
   std::optional<Revision> commitAt(Revision basis, ChangeSet changes);
 
   // The newest committed revision, from the status area: no transaction.
@@ -266,8 +262,8 @@ class KESTRAV_API ConfigStore {
   // Empty when the journal does not hold the revision.
   std::optional<RevisionHead> head(Revision revision);
 
-  // This process's slot in the status area; the journal is kept for registered live processes.
-  // It counts as having applied the present revision. At most 31 bytes of the name are kept.
+  // Claims a slot in the status file; the journal is kept for registered live processes. This one
+  // counts as having applied the present revision. At most 31 bytes of the name are kept.
   void registerProcess(std::string_view name);
   void applied(Revision revision);  // published for others to see; nothing before registerProcess
   struct Process {

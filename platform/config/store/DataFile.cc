@@ -75,14 +75,14 @@ class Reader {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
       const Meta meta = newest();
       state.mapSize = meta.mapSize;
-      // Pages beyond the end are no harm as long as nothing refers to them: LMDB does not write
-      // pages that a transaction both took and gave back.
+      // Pages beyond the end may be missing when nothing refers to them: LMDB does not write pages
+      // that a transaction both allocated and freed.
       if (size() / pageSize_ > meta.lastPage || complete(meta)) return state;
       if (newest().transaction == meta.transaction) {
         foreign("it ends after " + std::to_string(size()) + " bytes, within its data");
       }
     }
-    return state;  // written faster than it can be read: it is alive
+    return state;  // other processes commit faster than this one reads, so the file is in use
   }
 
  private:

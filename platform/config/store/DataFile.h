@@ -1,5 +1,5 @@
-// A look at the LMDB data file before LMDB maps it: mapped, a truncated file would end the process
-// by a signal.
+// Checks the LMDB data file before LMDB maps it: access to a mapped file that is truncated ends the
+// process with a signal.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,12 @@
 namespace Kestrav::Config {
 
 struct DataFileState {
-  bool present = false;     // there, and not empty
-  std::size_t mapSize = 0;  // what the last writer had mapped
+  bool present = false;     // it exists and is not empty
+  std::size_t mapSize = 0;  // of the last writer
 };
 
-// Throws Exception kForeignFile when the file is no LMDB data file, or when a page in use lies
-// beyond its end. May be called while other processes write.
+// Throws Exception kForeignFile when the file is not an LMDB data file, or when a page in use lies
+// beyond its end. Other processes may write meanwhile.
 DataFileState inspectDataFile(const std::filesystem::path& path);
 
 }  // namespace Kestrav::Config

@@ -25,8 +25,7 @@ void check(int rc, const char* operation) {
   if (rc == MDB_SUCCESS) return;
   if (rc == MDB_MAP_FULL) throw MapFull{};
   std::string message = "Store: " + std::string(operation) + ": " + mdb_strerror(rc);
-  if (rc == EIO)
-    message += "; perhaps the disk is full";  // a write that was cut short says no more
+  if (rc == EIO) message += "; perhaps the disk is full";  // LMDB reports a short write as EIO
   switch (rc) {
     case ENOSPC:
     case EDQUOT:

@@ -1,6 +1,6 @@
 // The few LMDB operations that the store needs, over string views, with failures as exceptions.
 //
-// Views that come out of a transaction are valid until it ends or, in a write transaction, until
+// A view into a transaction is valid until the transaction ends or, in a write transaction, until
 // its next change.
 #pragma once
 
@@ -14,7 +14,7 @@ struct MDB_cursor;
 
 namespace Kestrav::Config {
 
-// The map is full: the commit is tried again with a larger one. Never leaves the store.
+// The map is full. Caught within the store, which tries again with a larger map.
 struct MapFull {};
 
 // Throws MapFull, or an Exception for any other code but 0.
@@ -51,12 +51,12 @@ class Cursor {
   Cursor(const Cursor&) = delete;
   Cursor& operator=(const Cursor&) = delete;
 
-  // Each moves and returns whether there is something; key() and value() are valid then.
+  // Each moves the cursor and returns false at the end; otherwise key() and value() are valid.
   bool seek(std::string_view key);  // the first key not below
   bool next();
   bool before(std::string_view key);  // the last key below
   bool first();
-  void eraseCurrent();  // next() then goes on behind it
+  void eraseCurrent();  // next() then moves to the entry after it
 
   std::string_view key() const { return key_; }
   std::string_view value() const { return value_; }

@@ -19,15 +19,14 @@ namespace Kestrav::Config {
 namespace {
 
 constexpr const char* kNames[LmdbEnv::kDbs] = {"rows", "ids", "meta", "journal"};
-constexpr int kAttempts =
-    20;  // how often a transaction follows resizes by others before it gives up
+constexpr int kAttempts = 20;  // to begin a transaction while other processes resize the map
 constexpr std::size_t kSmallestMap = 1u << 20;
 
 std::size_t wholePages(std::size_t size) {
   return (size + 4095) & ~std::size_t{4095};
 }
 
-// Whether the process could map that much more: a failed resize would leave it without any map.
+// Whether the process can map that much more. A resize that fails leaves it without a map.
 bool mappable(std::size_t size) {
   void* map = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (map == MAP_FAILED) return false;
@@ -145,13 +144,13 @@ void LmdbEnv::dropSlot(const std::shared_ptr<ReaderSlot>& slot) {
   mdb_txn_abort(std::exchange(slot->txn, nullptr));
 }
 
-// Either the reader sees that a resize is under way, or the resize sees the reader: both write
-// first and then read, in one total order.
+// The reader sees the resize, or the resize sees the reader: both write first and then read, in one
+// total order.
 void LmdbEnv::enter(ReaderSlot& slot) {
   for (;;) {
     int expected = ReaderSlot::kIdle;
     if (!slot.state.compare_exchange_strong(expected, ReaderSlot::kActive)) {
-      std::this_thread::yield();  // being reclaimed: a matter of microseconds
+      std::this_thread::yield();  // being reclaimed, which takes microseconds
       continue;
     }
     if (!resizing_.load()) return;
@@ -255,8 +254,8 @@ std::vector<std::shared_ptr<ReaderSlot>> LmdbEnv::ownReaders() const {
 }
 
 void LmdbEnv::resize(std::size_t size) {
-  // Nothing keeps the pages of a revision while its reader is away: only the newest one is still
-  // whole afterwards.
+  // While a transaction is reset, LMDB may reuse the pages of its revision, unless it is the newest
+  // one.
   const auto own = ownReaders();
   for (const auto& slot : own) {
     if (slot->walks > 0) throw noResize("the calling thread is walking through a table");
@@ -302,11 +301,11 @@ void LmdbEnv::resize(std::size_t size) {
                     StoreError::kFull);
   }
   check(rc, "resize");
-  for (const auto& slot : own) takeUpAgain(*slot);
+  for (const auto& slot : own) readRevisionAgain(*slot);
 }
 
-// Another process may have committed while the slot's reader was away.
-void LmdbEnv::takeUpAgain(ReaderSlot& slot) {
+// Another process may have committed while the transaction was reset.
+void LmdbEnv::readRevisionAgain(ReaderSlot& slot) {
   const auto revision = Kestrav::Config::get(slot.txn, dbs_[kMeta], Key('r'));
   slot.revision = revision ? fromBytes<Revision>(*revision) : 0;
   slot.transaction = 0;
@@ -344,7 +343,8 @@ std::size_t LmdbEnv::mapBytes() const {
 }
 
 unsigned LmdbEnv::readersInUse() const {
-  // One call for each line: a headline and a line for each reader, or a word that there are none.
+  // LMDB calls back for each line: a headline and one line for each reader, or a single line when
+  // there is none.
   unsigned lines = 0;
   mdb_reader_list(
       env_,

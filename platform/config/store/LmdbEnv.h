@@ -1,9 +1,8 @@
-// The LMDB environment of one store, opened once in this process, and the readers' places in it.
+// The LMDB environment of one store, opened once in this process, and its reader slots.
 //
-// A map is resized only while no transaction of this process runs. Reading threads therefore pass a
-// gate: the state of their own slot, which a resize waits for. The resizing thread cannot wait for
-// itself: what it reads is taken up again behind the resize. Thread-safe unless a function says
-// otherwise.
+// A map is resized only while no transaction of this process runs, so a resize waits until the
+// slots of all other threads are idle. The resizing thread's own read transactions are reset before
+// and renewed after it. Thread-safe unless a function says otherwise.
 #pragma once
 
 #include <atomic>
@@ -20,23 +19,24 @@
 
 namespace Kestrav::Config {
 
-// Of the calling thread, in this process; never used twice.
+// Identifies the calling thread; unique in this process.
 std::uint64_t threadNumber();
 
-// A place among the readers, used by one thread at a time. Its transaction is kept between uses,
-// which makes reading cheap; it is given back when the thread ends or when others need the place.
+// A place in LMDB's table of readers, used by one thread. Its transaction is kept between uses,
+// which makes reading cheap. It is released when the thread ends or when other threads need the
+// place.
 struct ReaderSlot {
   enum State : int { kIdle, kActive, kTaken };
   std::atomic<int> state{kIdle};
-  MDB_txn* txn = nullptr;  // touched only by whoever moved `state` away from kIdle
+  MDB_txn* txn = nullptr;  // used only by the thread that moved `state` away from kIdle
 
   const std::uint64_t thread = threadNumber();  // the only one that reads on it
 
   // The rest belongs to the slot's thread.
-  unsigned walks = 0;  // under way: their cursors stand in the map
+  unsigned walks = 0;  // running: their cursors point into the map
   unsigned depth = 0;
-  Revision revision = 0;          // that is being read, or was last
-  std::uint64_t transaction = 0;  // LMDB's number of that revision's transaction; 0 when not known
+  Revision revision = 0;          // read now, or read last
+  std::uint64_t transaction = 0;  // LMDB's number of that revision's transaction; 0: unknown
   bool threadGone = false;
   struct {
     Revision revision = 0;
@@ -51,7 +51,7 @@ class LmdbEnv {
   enum Db : unsigned { kRows, kIds, kMeta, kJournal };
   static constexpr unsigned kDbs = 4;
 
-  // Throws Exception. `mapSize` is what the last writer had.
+  // Throws Exception. `mapSize` is the last writer's.
   LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
           std::size_t mapSize);
   ~LmdbEnv();
@@ -70,14 +70,13 @@ class LmdbEnv {
   void beginRead(ReaderSlot& slot);
   void endRead(ReaderSlot& slot);
 
-  // Of the write transaction: taken before it begins and until it has ended. Also held while
-  // resizing.
+  // Held from before a write transaction begins until after it ends, and during a resize.
   std::mutex& writeMutex() { return writeMutex_; }
   // REQUIRES: writeMutex() held.
   MDB_txn* beginWrite();
   // Doubles the map. REQUIRES: writeMutex() held, no write transaction. Throws Exception kFull when
-  // it has its full size already, when other readers of this process do not let go of their
-  // snapshots, or when the calling thread holds one that cannot be taken up again.
+  // it has its full size already, when other threads of this process keep their snapshots for too
+  // long, or when the calling thread holds one that cannot be renewed.
   void grow();
 
   int clearDeadReaders();
@@ -97,7 +96,7 @@ class LmdbEnv {
   void followMapSize();
   void resize(std::size_t size);  // 0: what the newest transaction says. REQUIRES: writeMutex_ held
   std::vector<std::shared_ptr<ReaderSlot>> ownReaders() const;
-  void takeUpAgain(ReaderSlot& slot);
+  void readRevisionAgain(ReaderSlot& slot);
 
   MDB_env* env_ = nullptr;
   unsigned dbs_[kDbs] = {};

@@ -1,4 +1,4 @@
-// Reader slots of threads, and what is read when a thread begins to read.
+// Reader slots of threads, and the revision that a thread reads.
 
 #include <lmdb.h>
 
@@ -11,7 +11,7 @@
 namespace Kestrav::Config {
 namespace {
 
-// The slots that a thread has, one for each store it read. They go with the thread.
+// The slots of a thread, one for each store that it read. Released when the thread ends.
 struct ThreadSlots {
   struct Entry {
     std::uint64_t serial;
@@ -23,8 +23,7 @@ struct ThreadSlots {
   ~ThreadSlots();
 };
 
-// Readable after `threadSlots` is gone: other thread-local objects may still read or hold snapshots
-// then.
+// Outlives `threadSlots`: destructors of other thread-local objects may still read.
 thread_local bool threadSlotsGone = false;
 thread_local ThreadSlots threadSlots;
 
@@ -72,7 +71,7 @@ ReadTransaction::ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode)
     ++slot_->depth;
     return;
   }
-  // A look at the newest revision does not make the thread one that reads.
+  // kNewest leaves the thread without a slot when it has none.
   if (slot_ == nullptr || slot_->depth > 0) slot_ = temporarySlot(*core_);
   bool reading = false;
   try {
@@ -87,10 +86,9 @@ ReadTransaction::ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode)
   slot_->depth = 1;
 }
 
-// LMDB picks a transaction's number first and then copies the page that describes it. A thread that
-// is held up in between for two commits gets the state of a later transaction under the number of
-// the earlier one: whole and protected, but not what the number says. So the number counts only
-// while nothing newer is there.
+// LMDB reads the newest transaction's number first and then copies the page that describes it. When
+// two commits come in between, the thread gets a later state under the earlier number. The state is
+// whole and protected, but the number is wrong. So it is used only while there is no newer one.
 void ReadTransaction::readRevision() {
   const std::uint64_t transaction = mdb_txn_id(slot_->txn);
   const bool certain = core_->env->newestTransaction(*slot_) == transaction;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/common/Exception.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"
@@ -14,18 +14,15 @@ namespace {
 
 constexpr std::size_t kCachedIndexes = 4096;
 
-// Never destroyed, like everything that the event thread may still ask for while the process ends.
 const std::shared_ptr<const TableIndex>& emptyIndex() {
-  static const auto& index =
-      *new const std::shared_ptr<const TableIndex>(std::make_shared<TableOrder>());
-  return index;
+  static NoDestructor<std::shared_ptr<const TableIndex>> index(std::make_shared<TableOrder>());
+  return *index;
 }
 
 const std::shared_ptr<const TableIndex>& singleIndex() {
-  static const auto& index =
-      *new const std::shared_ptr<const TableIndex>(std::make_shared<TableOrder>(
-          std::vector<std::uint32_t>{0}, std::vector<std::uint64_t>{kFirstPosition}));
-  return index;
+  static NoDestructor<std::shared_ptr<const TableIndex>> index(std::make_shared<TableOrder>(
+      std::vector<std::uint32_t>{0}, std::vector<std::uint64_t>{kFirstPosition}));
+  return *index;
 }
 
 TableState stateOf(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain) {
@@ -73,11 +70,11 @@ std::shared_ptr<const TableIndex> findIndex(const ReadTransaction& reading, G_CL
       index = readIndex(reading, gid, domain, state.count);
       std::unique_lock lock(core.indexMutex);
       if (core.indexes.size() >= kCachedIndexes && !core.indexes.contains(key)) {
-        core.indexes.clear();  // those in use live on with their users
+        core.indexes.clear();  // snapshots keep those in use
       }
       auto& cached = core.indexes[key];
       if (cached.index != nullptr && cached.reordered == state.lastReordered) {
-        index = cached.index;  // another thread was as quick
+        index = cached.index;  // another thread read the same order meanwhile
       } else if (cached.reordered < state.lastReordered) {
         cached = {state.lastReordered, index};
       }
@@ -100,7 +97,7 @@ StoredRecord readSingle(const ReadTransaction* reading, const Table& table) {
   return record ? std::move(record) : RowCodec::defaults(table);
 }
 
-// While it lasts, the map stays where it is.
+// The map is not resized during a walk.
 class Walk {
  public:
   explicit Walk(ReaderSlot& slot) : slot_(slot) { ++slot_.walks; }

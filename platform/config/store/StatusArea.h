@@ -1,8 +1,7 @@
-// The shared, mapped status file beside the store: switches and flags that processes read without
-// asking the store. Its first bytes are the zone that nCfg_debug_zone points at, with fixed
-// offsets.
+// The zone at the start of the mapped status file: switches and flags that processes read without a
+// transaction. nCfg_debug_zone points at it; the offsets are fixed.
 //
-// All accesses are atomic on naturally aligned words (the reload byte: on its byte).
+// All accesses are atomic, on aligned words and on the reload byte.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +22,7 @@ inline constexpr std::uint32_t kAntispamDirty = 1u << 0;
 inline constexpr std::uint32_t kContentDirty = 1u << 1;
 }  // namespace Zone
 
-// Typed view of the zone at `zone`. In a new store content inspection is on and all else is off.
+// In a new zone content inspection is on and all else is off.
 class KESTRAV_API StatusArea {
  public:
   explicit StatusArea(char* zone) : zone_(zone) {}
@@ -33,7 +32,7 @@ class KESTRAV_API StatusArea {
   void contentInspection(bool on);
   std::uint32_t dirtyFlags() const;
   void setDirty(std::uint32_t bits);
-  // Clears the bits and returns those of them that were set.
+  // Returns those of the bits that were set.
   std::uint32_t clearDirty(std::uint32_t bits);
   bool disclaimerReload() const;
   void disclaimerReload(bool on);
@@ -42,7 +41,7 @@ class KESTRAV_API StatusArea {
   char* zone_;
 };
 
-// Sets what differs from zero in a new zone.
+// Sets the values that are not zero in a new zone.
 void initialiseZone(char* zone);
 
 // The zone of the attached store, or one private to the process while none is attached. Where

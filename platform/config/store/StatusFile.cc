@@ -27,12 +27,12 @@ constexpr std::size_t kSlots = 256;
 constexpr std::size_t kNameWords = 4;
 constexpr std::size_t kNameBytes = kNameWords * 8;  // one for the NUL
 
-// When the process began, in the kernel's ticks since boot: tells a process from a later one with
-// the same number. Nothing when there is no such process, or only its remains.
+// When the process started, in the kernel's ticks since boot: distinguishes it from a later process
+// with the same number. Empty when there is no such process, or only a zombie.
 std::optional<std::uint64_t> startTime(std::uint32_t pid) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
   std::string text((std::istreambuf_iterator<char>(file)), {});
-  const std::size_t name = text.rfind(')');  // the name before it may hold anything
+  const std::size_t name = text.rfind(')');  // the name before it may contain any character
   if (name == std::string::npos || name + 2 >= text.size()) return {};
   const char state = text[name + 2];
   if (state == 'Z' || state == 'X' || state == 'x') return {};
@@ -99,7 +99,7 @@ std::shared_ptr<StatusFile> StatusFile::open(const std::filesystem::path& path) 
                         std::to_string(kFileSize),
                     StoreError::kForeignFile);
   }
-  // Blocks are taken now: a full disk found later would be a signal instead of an error.
+  // Allocates the blocks: a disk that is full later would end the process with a signal.
   if (const int error = ::posix_fallocate(fd, 0, kFileSize); error != 0) {
     throw Exception("Cannot write " + path.string() + ": " + systemError(error),
                     StoreError::kCannotOpen);
@@ -112,8 +112,8 @@ std::shared_ptr<StatusFile> StatusFile::open(const std::filesystem::path& path) 
   file->map_ = map;
   Control& control = file->control();
   if (control.magic.load() == 0) {
-    // New, or left behind by a process that died in here. Anything else has bytes before the magic
-    // number.
+    // New, or left by a process that died in this function. Another program's file has other bytes
+    // here.
     const auto* bytes = static_cast<const char*>(map) + Zone::kSize;
     if (std::any_of(bytes + sizeof(Control), bytes + kControlSize, [](char c) { return c != 0; })) {
       throw Exception(path.string() + " is no status file of a store", StoreError::kForeignFile);
@@ -160,9 +160,8 @@ bool StatusFile::publish(Revision revision) {
   while (old < revision &&
          !c.revision.compare_exchange_weak(old, revision, std::memory_order_acq_rel)) {
   }
-  // Two writers may get here in either order: the word follows whatever the revision is by then. It
-  // is written again even by the one that came late, in case the other died before it got to the
-  // word.
+  // Two writers may get here in either order, so the word is set to the present revision. The later
+  // one writes it too, because the other one may have died before it did.
   for (;;) {
     const Revision now = c.revision.load(std::memory_order_acquire);
     c.word.store(static_cast<std::uint32_t>(now), std::memory_order_seq_cst);
@@ -197,7 +196,7 @@ bool StatusFile::alive(const Slot& slot) {
   const std::uint32_t pid = slot.pid.load(std::memory_order_acquire);
   const std::uint64_t started = slot.started.load(std::memory_order_acquire);
   if (pid == 0) return false;
-  if (started == 0) return ::kill(static_cast<pid_t>(pid), 0) == 0;  // its /proc could not be read
+  if (started == 0) return ::kill(static_cast<pid_t>(pid), 0) == 0;  // /proc was not readable
   return startTime(pid) == started;
 }
 
@@ -244,7 +243,7 @@ std::vector<ConfigStore::Process> StatusFile::processes() const {
     }
     text[kNameBytes - 1] = 0;
     const Revision applied = slot.applied.load(std::memory_order_acquire);
-    if (slot.pid.load(std::memory_order_acquire) != pid) continue;  // given to another meanwhile
+    if (slot.pid.load(std::memory_order_acquire) != pid) continue;  // another process has it now
     found.push_back({static_cast<int>(pid), text, applied});
   }
   return found;

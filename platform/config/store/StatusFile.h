@@ -1,8 +1,7 @@
-// The status file: the zone that readers see through StatusArea, and behind it the store's control
-// pages: the revision word on which processes wait, and one slot for each process that follows the
-// store.
+// The status file: the zone that readers see through StatusArea, followed by the control pages: the
+// revision word on which processes wait, and one slot for each process that follows the store.
 //
-// Shared between processes, mapped for as long as the object lives. Any thread may call anything.
+// Shared between processes, mapped for the life of the object. Any thread may call any function.
 // All accesses are atomic; claiming a slot additionally locks the file.
 #pragma once
 
@@ -23,14 +22,14 @@ namespace Kestrav::Config {
 
 class StatusFile {
  public:
-  // Opens the file or makes it. Throws Exception kForeignFile for a file that is something else, or
-  // truncated.
+  // Opens the file or makes it. Throws Exception kForeignFile for a truncated file and for one of
+  // another program.
   static std::shared_ptr<StatusFile> open(const std::filesystem::path& path);
   ~StatusFile();
   StatusFile(const StatusFile&) = delete;
   StatusFile& operator=(const StatusFile&) = delete;
 
-  // Excludes other processes and threads from opening the store and from claiming slots.
+  // While it is held, no other process or thread opens the store or claims a slot.
   class Lock {
    public:
     explicit Lock(StatusFile& file);
@@ -39,7 +38,7 @@ class StatusFile {
     Lock& operator=(const Lock&) = delete;
 
    private:
-    std::unique_lock<std::mutex> threads_;  // the file's lock does not tell threads apart
+    std::unique_lock<std::mutex> threads_;  // the file's lock does not exclude threads
     int fd_;
   };
 
@@ -48,7 +47,7 @@ class StatusFile {
   Revision revision() const;
   // Raises the revision, never lowers it, and wakes everyone who waits. True when it was lower.
   bool publish(Revision revision);
-  // Replaces `wrong` by `revision`, for a status file that belongs to a later state than the data.
+  // Replaces `wrong` by `revision`, for a status file that is ahead of the data.
   void correct(Revision wrong, Revision revision);
   // Ends the waits of all threads and processes.
   void wake();

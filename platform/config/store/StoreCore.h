@@ -1,5 +1,5 @@
-// What ConfigStore, its snapshots and its threads share. It lives until the last of them lets go;
-// snapshots may outlive the ConfigStore they came from.
+// The state that a ConfigStore shares with its snapshots, which may outlive it, and with its
+// threads.
 #pragma once
 
 #include <atomic>
@@ -33,7 +33,7 @@ struct StoreCore {
   const std::filesystem::path folder;
   const ConfigStore::Options options;
   const unsigned generation;
-  const std::uint64_t serial;  // of this object in this process; never used twice
+  const std::uint64_t serial;  // unique in this process
   std::shared_ptr<StatusFile> status;
   std::unique_ptr<LmdbEnv> env;
   StatusArea area{nullptr};
@@ -42,7 +42,7 @@ struct StoreCore {
   std::mutex registering;  // held while processSlot is exchanged
   std::atomic<int> processSlot{-1};
 
-  // The last transaction that was looked at for its revision.
+  // The newest transaction whose revision was read.
   std::mutex lastMutex;
   std::uint64_t lastTransaction = 0;  // guarded by lastMutex
   Revision lastRevision = 0;          // guarded by lastMutex
@@ -50,7 +50,7 @@ struct StoreCore {
   // Guarded by env->writeMutex().
   std::chrono::steady_clock::time_point readersChecked{};
 
-  // Orders of tables, newest only. Guarded by indexMutex.
+  // The newest order of each table. Guarded by indexMutex.
   struct CachedIndex {
     Revision reordered = 0;
     std::shared_ptr<const TableIndex> index;
@@ -59,9 +59,9 @@ struct StoreCore {
   std::map<std::pair<unsigned, ngid_t>, CachedIndex> indexes;
 };
 
-// Reads of one revision, for as long as the object lives. The thread's own slot, shared with what
-// else it reads meanwhile (kShared), or the newest revision whatever the thread has pinned
-// (kNewest).
+// Reads one revision for the life of the object. kShared: on the thread's own slot, at the revision
+// that the thread has pinned, or else pins now. kNewest: at the newest revision, even when the
+// thread has pinned an older one.
 class ReadTransaction {
  public:
   enum Mode { kShared, kNewest };
@@ -83,8 +83,8 @@ class ReadTransaction {
   std::shared_ptr<ReaderSlot> slot_;
 };
 
-// Publishes the store's revision when the status file lags behind, after a writer that died before
-// it could.
+// Publishes the store's revision in case its writer died between commit and publication. Returns
+// it.
 Revision refreshRevision(const std::shared_ptr<StoreCore>& core);
 
 }  // namespace Kestrav::Config

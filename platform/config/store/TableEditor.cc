@@ -90,7 +90,7 @@ void TableEditor::move(const Place& from, std::uint64_t to) {
 
 // ---- Finding room.
 
-// Positions are spread out again; readers see the same order.
+// Gives all rows new positions; readers see the same order.
 void TableEditor::renumber(const std::vector<Place>& inOrder) {
   rememberOrder();
   placesChanged_ = true;
@@ -158,7 +158,7 @@ void TableEditor::putBefore(std::uint32_t id, std::string_view bytes, std::uint3
     if (lastPlace()->id == id) return;
     touch(id, place);
     const std::uint64_t to = endPosition();
-    move(*find(id), to);  // making room may have moved it
+    move(*find(id), to);  // renumber() may have changed its position
     return;
   }
   const auto previous = placeBefore(*find(beforeId));
@@ -197,7 +197,7 @@ void TableEditor::order(const std::vector<std::uint32_t>& wanted) {
       if (!find(id)) refuse("the order names record " + std::to_string(id) + ", which is missing");
     }
   }
-  // In the wanted order, each with where it stands now.
+  // In the wanted order, each with its present place.
   std::vector<Place> target(wanted.size());
   std::vector<std::uint32_t> sequence(wanted.size());
   for (std::uint32_t i = 0; i < present.size(); ++i) {
@@ -219,7 +219,7 @@ void TableEditor::order(const std::vector<std::uint32_t>& wanted) {
     std::size_t end = i;
     while (end < target.size() && !stays[end]) ++end;
     const std::uint64_t count = end - i;
-    const std::uint64_t low = i > 0 ? target[i - 1].position : 0;  // a neighbour that stays
+    const std::uint64_t low = i > 0 ? target[i - 1].position : 0;  // its neighbour stays
     const std::uint64_t high =
         end < target.size() ? target[end].position : std::numeric_limits<std::uint64_t>::max();
     const std::uint64_t gap = std::min(kGap, (high - low) / (count + 1));
@@ -230,7 +230,7 @@ void TableEditor::order(const std::vector<std::uint32_t>& wanted) {
       renumber(target);
       return;
     }
-    // At the front they go right before what follows, elsewhere right behind what precedes.
+    // At the front they go right before the next record, elsewhere right after the previous one.
     std::uint64_t position = i > 0 || end == target.size() ? low : high - gap * (count + 1);
     for (; i < end; ++i) positions[i] = position += gap;
   }

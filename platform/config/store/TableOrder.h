@@ -1,4 +1,4 @@
-// The order of one table in one domain, with the positions at which its rows stand. Immutable.
+// The order of one table in one domain, with the positions of its rows. Immutable.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace Kestrav::Config {
 class TableOrder final : public TableIndex {
  public:
   TableOrder() = default;
-  // In table order.
+  // Both in table order.
   TableOrder(std::vector<std::uint32_t> ids, std::vector<std::uint64_t> positions);
 
   int size() const override { return static_cast<int>(ids_.size()); }
