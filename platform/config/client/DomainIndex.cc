@@ -14,14 +14,11 @@ constexpr std::size_t kUnit = 8;
 constexpr std::size_t kChunkUnits = (1u << 20) / kUnit;
 constexpr std::size_t kFirstSlots = 64;
 
-constexpr unsigned char lower(char letter) {
-  return static_cast<unsigned char>(letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter);
-}
-
 // FNV-1a over the name in lower case, its bits mixed once more for the low ones to be good.
 std::uint32_t hashOf(std::string_view name) {
   std::uint64_t hash = 0xcbf29ce484222325u;
-  for (const char letter : name) hash = (hash ^ lower(letter)) * 0x100000001b3u;
+  for (const char letter : name)
+    hash = (hash ^ static_cast<unsigned char>(asciiToLower(letter))) * 0x100000001b3u;
   hash ^= hash >> 32;
   hash *= 0x9e3779b97f4a7c15u;
   return static_cast<std::uint32_t>(hash >> 32);
