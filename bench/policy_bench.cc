@@ -13,7 +13,9 @@
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/match/RecipientTraits.h"
 #include "platform/config/store/ConfigStore.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
 
 namespace {
 
@@ -43,7 +45,7 @@ class Gateway {
     store_ = Config::ConfigStore::open(path);
     Config::ChangeSet changes;
     AntispamActionRecord(1).subject("[SPAM]").header("X-Spam", "yes").put(changes);
-    AntispamActionRecord(2).disposition(AntispamActionRecord::kDiscard).put(changes);
+    AntispamActionRecord(2).disposition(__aps_antispam_action::kDiscard).put(changes);
     for (int id = 1; id <= kProfiles; ++id) {
       AntispamRecord(static_cast<std::uint32_t>(id))
           .heuristic(1, 2, 3)

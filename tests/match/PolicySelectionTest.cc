@@ -11,9 +11,11 @@
 #include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/match/RecipientTraits.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/GroupRecords.h"
 #include "platform/config/records/OwnedRecord.h"
-#include "tests/support/Builders.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {

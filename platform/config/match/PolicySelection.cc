@@ -10,6 +10,7 @@
 #include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyLists.h"
 #include "platform/config/match/RecipientTraits.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {

@@ -2,6 +2,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {

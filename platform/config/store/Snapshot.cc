@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"
