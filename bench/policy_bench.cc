@@ -10,6 +10,7 @@
 
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
+#include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/match/RecipientTraits.h"
 #include "platform/config/store/ConfigStore.h"
@@ -23,10 +24,15 @@ using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 constexpr int kPolicies = 1000;
+constexpr int kIpPolicies = 10'000;
 constexpr int kProfiles = 100;
 
-// A store with 1,000 incoming policies of the system for 1,000 senders, 100 antispam profiles and a
-// few actions.
+std::string networkOf(int i) {
+  return "10." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".";
+}
+
+// A store with 1,000 incoming policies of the system for 1,000 senders, 10,000 IP policies of one
+// server, 100 antispam profiles and a few actions.
 class Gateway {
  public:
   static Gateway& instance() {
@@ -66,6 +72,9 @@ class Gateway {
           .recipient(AddressKind::kDomain, "example.com")
           .antispam(static_cast<std::uint32_t>(1 + i % kProfiles))
           .put(changes);
+    }
+    for (int i = 1; i <= kIpPolicies; ++i) {
+      IpPolicyRecord(i).client(networkOf(i) + "0/24").server("192.0.2.1").put(changes);
     }
     store_->commit(std::move(changes));
     Config::ConfigStore::attach(store_);
@@ -151,6 +160,23 @@ void BM_SelectionLinear(benchmark::State& state) {
 }
 BENCHMARK(BM_SelectionIndexed);
 BENCHMARK(BM_SelectionLinear);
+
+void BM_ConnectionSelection(benchmark::State& state) {
+  const Config::Snapshot snapshot = Gateway::instance().store().snapshot();
+  const Config::PolicyList<Config::ConnectionTraits> list(GID_IP_POLICY, 0, snapshot);
+  std::vector<Config::ConnectionTraits::Subject> subjects;
+  for (int i = 0; i < kIpPolicies; i += 7) {
+    subjects.push_back(
+        {.server = IPAddress("192.0.2.1"), .client = IPAddress(networkOf(i + 1) + "9")});
+  }
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto* winner = list.select(subjects[i++ % subjects.size()]);
+    if (winner == nullptr) state.SkipWithError("no policy");
+    benchmark::DoNotOptimize(winner);
+  }
+}
+BENCHMARK(BM_ConnectionSelection);
 
 void BM_BuildAntispamProfile(benchmark::State& state) {
   const Config::Snapshot snapshot = Gateway::instance().store().snapshot();
