@@ -24,7 +24,7 @@
 #include "ProfileFactory.h"
 #include "config/Event.h"
 #include "platform/config/store/ConfigStore.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
 
 namespace {
 

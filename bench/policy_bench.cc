@@ -10,10 +10,13 @@
 
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
+#include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/match/RecipientTraits.h"
 #include "platform/config/store/ConfigStore.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
 
 namespace {
 
@@ -21,10 +24,15 @@ using namespace Kestrav;
 using namespace Kestrav::Testing;
 
 constexpr int kPolicies = 1000;
+constexpr int kIpPolicies = 10'000;
 constexpr int kProfiles = 100;
 
-// A store with 1,000 incoming policies of the system for 1,000 senders, 100 antispam profiles and a
-// few actions.
+std::string networkOf(int i) {
+  return "10." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".";
+}
+
+// A store with 1,000 incoming policies of the system for 1,000 senders, 10,000 IP policies of one
+// server, 100 antispam profiles and a few actions.
 class Gateway {
  public:
   static Gateway& instance() {
@@ -43,7 +51,7 @@ class Gateway {
     store_ = Config::ConfigStore::open(path);
     Config::ChangeSet changes;
     AntispamActionRecord(1).subject("[SPAM]").header("X-Spam", "yes").put(changes);
-    AntispamActionRecord(2).disposition(AntispamActionRecord::kDiscard).put(changes);
+    AntispamActionRecord(2).disposition(__aps_antispam_action::kDiscard).put(changes);
     for (int id = 1; id <= kProfiles; ++id) {
       AntispamRecord(static_cast<std::uint32_t>(id))
           .heuristic(1, 2, 3)
@@ -64,6 +72,9 @@ class Gateway {
           .recipient(AddressKind::kDomain, "example.com")
           .antispam(static_cast<std::uint32_t>(1 + i % kProfiles))
           .put(changes);
+    }
+    for (int i = 1; i <= kIpPolicies; ++i) {
+      IpPolicyRecord(i).client(networkOf(i) + "0/24").server("192.0.2.1").put(changes);
     }
     store_->commit(std::move(changes));
     Config::ConfigStore::attach(store_);
@@ -149,6 +160,23 @@ void BM_SelectionLinear(benchmark::State& state) {
 }
 BENCHMARK(BM_SelectionIndexed);
 BENCHMARK(BM_SelectionLinear);
+
+void BM_ConnectionSelection(benchmark::State& state) {
+  const Config::Snapshot snapshot = Gateway::instance().store().snapshot();
+  const Config::PolicyList<Config::ConnectionTraits> list(GID_IP_POLICY, 0, snapshot);
+  std::vector<Config::ConnectionTraits::Subject> subjects;
+  for (int i = 0; i < kIpPolicies; i += 7) {
+    subjects.push_back(
+        {.server = IPAddress("192.0.2.1"), .client = IPAddress(networkOf(i + 1) + "9")});
+  }
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto* winner = list.select(subjects[i++ % subjects.size()]);
+    if (winner == nullptr) state.SkipWithError("no policy");
+    benchmark::DoNotOptimize(winner);
+  }
+}
+BENCHMARK(BM_ConnectionSelection);
 
 void BM_BuildAntispamProfile(benchmark::State& state) {
   const Config::Snapshot snapshot = Gateway::instance().store().snapshot();

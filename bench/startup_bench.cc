@@ -13,7 +13,9 @@
 
 #include "PolicyRecipient.h"
 #include "platform/config/store/ConfigStore.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
 
 namespace {
 

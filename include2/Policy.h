@@ -16,7 +16,7 @@
 #include "ProfileDLP.h"
 #include "VexaRefcounted.h"
 #include "platform/common/Export.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav {
 

@@ -15,7 +15,7 @@
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
 #include "platform/common/Export.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 struct __aps_as_wf_profile;
 struct __aps_dlp_profile;

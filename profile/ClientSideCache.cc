@@ -5,6 +5,11 @@
 
 #include "platform/common/NoDestructor.h"
 #include "platform/common/Synchronized.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 #include "platform/config/store/Fork.h"
 
 namespace Kestrav::CMF {
@@ -25,11 +30,16 @@ const RecordType& typeOf();
 KESTRAV_CLIENT_SIDE_CACHES(KESTRAV_TYPE_OF)
 #undef KESTRAV_TYPE_OF
 
+template <class Rec>
+std::shared_ptr<const Rec> copyOf(const Rec& record) {
+  const auto copy = std::make_shared<const OwnedRecord>(typeOf<Rec>(), &record);
+  return {copy, copy->template as<Rec>()};
+}
+
 }  // namespace
 
 template <class Rec>
-ApsSysClientSideCache<Rec>::ApsSysClientSideCache(const Rec& record)
-    : copy_(typeOf<Rec>(), &record) {}
+ApsSysClientSideCache<Rec>::ApsSysClientSideCache(const Rec& record) : record_(copyOf(record)) {}
 
 template <class Rec, unsigned int GID>
 struct RefApsSysClientSideCache<Rec, GID>::Current {

@@ -9,6 +9,7 @@
 #include "platform/common/Strings.h"
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "tools/Changes.h"
 #include "tools/JsonText.h"

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Action.h"
+#include "platform/config/records/Gid.h"
 #include "platform/parser/Rfc2047.h"
 #include "tools/ExplainProfile.h"
 

@@ -12,6 +12,7 @@
 #include "platform/common/IPAddress.h"
 #include "platform/config/match/PolicySelection.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/StatusArea.h"

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 
 namespace Kestrav::Tool {

@@ -8,6 +8,7 @@
 
 #include "config/ServerCache.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Text.h"
 #include "tools/JsonText.h"

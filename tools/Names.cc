@@ -2,6 +2,7 @@
 
 #include "platform/common/Strings.h"
 #include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "tools/Render.h"
 

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Text.h"
 #include "tools/ReadFiles.h"

@@ -12,6 +12,7 @@
 #include "platform/common/Exception.h"
 #include "platform/common/Export.h"
 #include "platform/config/client/cmf.h"
+#include "platform/config/records/Gid.h"
 
 struct __aps_systemquarantine_folders;
 

@@ -5,16 +5,22 @@
 // may call instance() at any time.
 #pragma once
 
+#include <memory>
+
 #include "VexaRefcounted.h"
 #include "config/CMF.h"
 #include "config/Event.h"
 #include "platform/common/Export.h"
 #include "platform/common/Mutex.h"
-#include "platform/config/records/AntispamRecords.h"
-#include "platform/config/records/OwnedRecord.h"
-#include "platform/config/records/SessionRecords.h"
-#include "platform/config/records/SystemRecords.h"
-#include "platform/config/records/WebFilterRecords.h"
+#include "platform/config/records/Gid.h"
+
+struct __aps_mailserver;
+struct __aps_sys_global;
+struct __aps_sys_antispam;
+struct __aps_vip_map;
+struct __aps_acl_ruleset;
+struct __vexa_bounce_profile;
+struct __aps_as_wf_profile;
 
 namespace Kestrav::CMF {
 
@@ -24,10 +30,10 @@ class KESTRAV_API ApsSysClientSideCache : public virtual RefImpl, public NonCopy
  public:
   explicit ApsSysClientSideCache(const Rec& record);
 
-  const Rec& record() const { return *copy_.template as<Rec>(); }
+  const Rec& record() const { return *record_; }
 
  private:
-  const Config::OwnedRecord copy_;
+  const std::shared_ptr<const Rec> record_;
 };
 
 template <class Rec, unsigned int GID>

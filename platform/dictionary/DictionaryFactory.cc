@@ -8,6 +8,7 @@
 #include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
 #include "platform/common/Synchronized.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
 

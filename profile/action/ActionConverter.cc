@@ -16,7 +16,7 @@ namespace Kestrav {
 
 namespace {
 
-// What tags say when the record leaves their text empty; shared by every kind of action.
+// Texts of tags whose record has none, for every kind of action.
 constexpr const char* kDefaultHeaderName = "X-KESTRAV-SPAM";
 constexpr const char* kDefaultSubjectTag = "[KESTRAV-SPAM]";
 
@@ -98,7 +98,7 @@ void addBlindCopy(const RecordReader& record, const ActionLayout& layout, Action
     action.bcc(recipients);
     out.add(action);
   } catch (const Exception&) {
-    // The rest of the action still holds. The line names nothing: the list is not for the log.
+    // The other actions of the record still apply. The list is not logged.
     Logger::instance(false).log(layout.blindCopyFailed, "%s", " ");
   }
 }
@@ -142,11 +142,11 @@ constexpr Step kAntispamSteps[] = {Step::kDisposition, Step::kAlternateHost, Ste
                                    Step::kArchive,     Step::kNotification,  Step::kHeader,
                                    Step::kSubject};
 constexpr ActionLayout::Disposition kAntispamDispositions[] = {
-    {1, ActionTypes::kDiscard},
-    {2, ActionTypes::kReject},
-    {4, ActionTypes::kPersonalQuarantine},
-    {8, ActionTypes::kSystemQuarantine},
-    {16, ActionTypes::kRewriteAddress},
+    {__aps_antispam_action::kDiscard, ActionTypes::kDiscard},
+    {__aps_antispam_action::kReject, ActionTypes::kReject},
+    {__aps_antispam_action::kPersonalQuarantine, ActionTypes::kPersonalQuarantine},
+    {__aps_antispam_action::kSystemQuarantine, ActionTypes::kSystemQuarantine},
+    {__aps_antispam_action::kRewriteRecipient, ActionTypes::kRewriteAddress},
 };
 
 }  // namespace

@@ -1,8 +1,7 @@
 // Turns action records into actions.
 //
-// The kinds of action records differ in where things stand, in which dispositions they know and in
-// the order of the actions they make; what the actions are is the same. Each kind describes its
-// record once, in an ActionLayout.
+// The kinds of action records differ in their offsets, their dispositions and the order of their
+// actions. An ActionLayout describes each kind; the conversion is the same for all.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +12,7 @@
 
 namespace Kestrav {
 
-// Where something stands, from the start of the record.
+// Offsets are from the start of the record.
 struct ActionFlag {
   std::uint32_t offset = 0;
   unsigned char mask = 0xFF;
@@ -24,7 +23,7 @@ struct ActionText {
 };
 
 struct ActionLayout {
-  // What can come of a record; `steps` gives the order.
+  // The actions that a record can give. `steps` gives their order.
   enum class Step : std::uint8_t {
     kDisposition,
     kAlternateHost,
@@ -34,8 +33,8 @@ struct ActionLayout {
     kHeader,
     kSubject,
   };
-  // What becomes of the message itself. The type says which further fields are read: the folder,
-  // the rewriting rule or the encryption profile (0 in the latter means no action).
+  // What is done with the message itself. Some types read a further field: the folder, the
+  // rewriting rule or the encryption profile (0: no action).
   struct Disposition {
     unsigned char kind;
     ActionType type;
@@ -73,15 +72,15 @@ struct ActionLayout {
   Text subjectTag = {};
 };
 
-// Appends what `record` asks for to `out`. REQUIRES: record is of the kind that `layout` describes.
-// Throws Exception for an address rewriting rule that does not compile.
+// Appends the record's actions to `out`. Throws Exception for an address rewriting rule that does
+// not compile. REQUIRES: `layout` describes the record.
 void convertAction(const void* record, const ActionLayout& layout, ActionContainer& out);
 
 // The layout of __aps_antispam_action.
 extern const ActionLayout kAntispamActionLayout;
 
-// The action record `id`: the domain's own, else the system's, else null. Valid until either table
-// is moved.
+// The action record `id` of the domain, else of the system, else null. Valid until either query
+// moves.
 template <class Rec, unsigned int GID>
 const Rec* findAction(CMF::TableQuery<Rec, GID>& domainActions,
                       CMF::TableQuery<Rec, GID>& systemActions, unsigned int id) {

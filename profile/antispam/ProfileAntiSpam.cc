@@ -15,68 +15,44 @@ using Impl = ProfileAntiSpamImpl;
 constexpr const char* kSource = "ProfileAntiSpam";
 }  // namespace
 
-bool ProfileAntiSpam::bayesian() const { return of<Impl>(*this, kSource, 40).has(Impl::kBayesian); }
-bool ProfileAntiSpam::norbexAntiSpam() const {
-  return of<Impl>(*this, kSource, 48).has(Impl::kNorbexAntiSpam);
-}
-bool ProfileAntiSpam::heuristic() const {
-  return of<Impl>(*this, kSource, 56).has(Impl::kHeuristic);
-}
-bool ProfileAntiSpam::rbl() const { return of<Impl>(*this, kSource, 64).has(Impl::kRbl); }
-bool ProfileAntiSpam::surbl() const { return of<Impl>(*this, kSource, 72).has(Impl::kSurbl); }
-bool ProfileAntiSpam::systemList() const {
-  return of<Impl>(*this, kSource, 80).has(Impl::kSystemList);
-}
-bool ProfileAntiSpam::userList() const { return of<Impl>(*this, kSource, 88).has(Impl::kUserList); }
-bool ProfileAntiSpam::deepHeader() const {
-  return of<Impl>(*this, kSource, 96).has(Impl::kDeepHeader);
-}
-bool ProfileAntiSpam::bannedWord() const {
-  return of<Impl>(*this, kSource, 104).has(Impl::kBannedWord);
-}
-bool ProfileAntiSpam::dictionary() const {
-  return of<Impl>(*this, kSource, 112).has(Impl::kDictionary);
-}
-bool ProfileAntiSpam::greyList() const {
-  return of<Impl>(*this, kSource, 120).has(Impl::kGreyList);
-}
+bool ProfileAntiSpam::bayesian() const { return of<Impl>(*this, kSource, 40).bayesian; }
+bool ProfileAntiSpam::norbexAntiSpam() const { return of<Impl>(*this, kSource, 48).norbexAntiSpam; }
+bool ProfileAntiSpam::heuristic() const { return of<Impl>(*this, kSource, 56).heuristic; }
+bool ProfileAntiSpam::rbl() const { return of<Impl>(*this, kSource, 64).rbl; }
+bool ProfileAntiSpam::surbl() const { return of<Impl>(*this, kSource, 72).surbl; }
+bool ProfileAntiSpam::systemList() const { return of<Impl>(*this, kSource, 80).systemList; }
+bool ProfileAntiSpam::userList() const { return of<Impl>(*this, kSource, 88).userList; }
+bool ProfileAntiSpam::deepHeader() const { return of<Impl>(*this, kSource, 96).deepHeader; }
+bool ProfileAntiSpam::bannedWord() const { return of<Impl>(*this, kSource, 104).bannedWord; }
+bool ProfileAntiSpam::dictionary() const { return of<Impl>(*this, kSource, 112).dictionary; }
+bool ProfileAntiSpam::greyList() const { return of<Impl>(*this, kSource, 120).greyList; }
 bool ProfileAntiSpam::bypassScanOnAuth() const {
-  return of<Impl>(*this, kSource, 128).has(Impl::kBypassScanOnAuth);
+  return of<Impl>(*this, kSource, 128).bypassScanOnAuth;
 }
 bool ProfileAntiSpam::quarantineReport() const {
-  return of<Impl>(*this, kSource, 136).has(Impl::kQuarantineReport);
+  return of<Impl>(*this, kSource, 136).quarantineReport;
 }
 bool ProfileAntiSpam::quarantineEmailRelease() const {
-  return of<Impl>(*this, kSource, 144).has(Impl::kQuarantineEmailRelease);
+  return of<Impl>(*this, kSource, 144).quarantineEmailRelease;
 }
 bool ProfileAntiSpam::quarantineWebRelease() const {
-  return of<Impl>(*this, kSource, 152).has(Impl::kQuarantineWebRelease);
+  return of<Impl>(*this, kSource, 152).quarantineWebRelease;
 }
 bool ProfileAntiSpam::quarantineWhitelistSender() const {
-  return of<Impl>(*this, kSource, 160).has(Impl::kQuarantineWhitelistSender);
+  return of<Impl>(*this, kSource, 160).quarantineWhitelistSender;
 }
-bool ProfileAntiSpam::imageSpam() const {
-  return of<Impl>(*this, kSource, 168).has(Impl::kImageSpam);
-}
-bool ProfileAntiSpam::whitelistWord() const {
-  return of<Impl>(*this, kSource, 176).has(Impl::kWhitelistWord);
-}
+bool ProfileAntiSpam::imageSpam() const { return of<Impl>(*this, kSource, 168).imageSpam; }
+bool ProfileAntiSpam::whitelistWord() const { return of<Impl>(*this, kSource, 176).whitelistWord; }
 bool ProfileAntiSpam::spfFailureSpam() const {
-  return of<Impl>(*this, kSource, 184).has(Impl::kSpfFailureSpam);
+  return of<Impl>(*this, kSource, 184).spfFailureSpam;
 }
 bool ProfileAntiSpam::newsLetterSuspicious() const {
-  return of<Impl>(*this, kSource, 192).has(Impl::kNewsLetterSuspicious);
+  return of<Impl>(*this, kSource, 192).newsLetterSuspicious;
 }
-bool ProfileAntiSpam::behavior() const {
-  return of<Impl>(*this, kSource, 200).has(Impl::kBehavior);
-}
-bool ProfileAntiSpam::spamOutBreak() const {
-  return of<Impl>(*this, kSource, 208).has(Impl::kSpamOutBreak);
-}
-bool ProfileAntiSpam::newsLetter() const {
-  return of<Impl>(*this, kSource, 216).has(Impl::kNewsLetter);
-}
-bool ProfileAntiSpam::dmarc() const { return of<Impl>(*this, kSource, 224).has(Impl::kDmarc); }
+bool ProfileAntiSpam::behavior() const { return of<Impl>(*this, kSource, 200).behavior; }
+bool ProfileAntiSpam::spamOutBreak() const { return of<Impl>(*this, kSource, 208).spamOutBreak; }
+bool ProfileAntiSpam::newsLetter() const { return of<Impl>(*this, kSource, 216).newsLetter; }
+bool ProfileAntiSpam::dmarc() const { return of<Impl>(*this, kSource, 224).dmarc; }
 const NorbexAntiSpamSettings& ProfileAntiSpam::norbexAntiSpamSettings() const {
   return of<Impl>(*this, kSource, 232).norbexSettings;
 }
@@ -110,7 +86,7 @@ std::uint32_t ProfileAntiSpam::maxScanSize() const {
 }
 std::uint32_t ProfileAntiSpam::imageScanLevel() const {
   const Impl& profile = of<Impl>(*this, kSource, 320);
-  return profile.has(Impl::kImageSpam) ? profile.imageScanLevel : 0;
+  return profile.imageSpam ? profile.imageScanLevel : 0;
 }
 bool ProfileAntiSpam::isOutgoing() const { return of<Impl>(*this, kSource, 328).isOutgoing; }
 std::uint32_t ProfileAntiSpam::quarantineAutoDeleteDays() const {

@@ -2,6 +2,8 @@
 
 #include "ProfileFactory.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/Bits.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
@@ -11,34 +13,10 @@ namespace Kestrav {
 
 namespace {
 
-// Bits of the record's flag bytes.
-namespace Scanner {
-constexpr unsigned char kHeuristic = 0x01;
-constexpr unsigned char kBayesian = 0x02;
-constexpr unsigned char kNorbex = 0x08;
-constexpr unsigned char kRbl = 0x10;
-constexpr unsigned char kSurbl = 0x20;
-constexpr unsigned char kBannedWords = 0x40;
-constexpr unsigned char kImageSpam = 0x80;
-}  // namespace Scanner
-namespace ScanOption {
-constexpr unsigned char kImageLevel1 = 0x01;
-constexpr unsigned char kBehavior = 0x02;
-constexpr unsigned char kSpamOutbreak = 0x04;
-}  // namespace ScanOption
-namespace SessionOption {
-constexpr unsigned char kGreyList = 0x80;
-}  // namespace SessionOption
-namespace ClassifierOption {
-constexpr unsigned char kBypassOnAuthentication = 0x01;
-constexpr unsigned char kBayesian1 = 0x08;
-constexpr unsigned char kBayesian2 = 0x10;
-constexpr unsigned char kSecondaryCheck = 0x20;
-constexpr unsigned char kDeepHeader = 0x40;
-constexpr unsigned char kExtendedCheck = 0x80;
-}  // namespace ClassifierOption
+using Bit = __aps_gw_as_profile::Bit;
+using Config::isSet;
 
-// What deep header analysis works with once it is on.
+// Settings of the deep header analysis.
 constexpr double kDefaultConfidence = 95.0;
 constexpr double kHighestConfidence = 100.0;
 constexpr double kDeepHeaderRatio = 0.5;
@@ -53,10 +31,6 @@ void appendServers(std::list<std::string>& out, std::uint64_t count, const aps_f
   }
 }
 
-// Where a word is looked for: nowhere in particular, unless an option says where.
-constexpr std::uint32_t kScopeSubject = 2;
-constexpr std::uint32_t kScopeBody = 5;
-
 Ref<DictionaryScannerImpl> wordScanner(const std::string& name, std::uint64_t count,
                                        const __aps_as_word_entry* words) {
   auto* scanner = new ProfileDictionaryScanner(name);
@@ -67,10 +41,10 @@ Ref<DictionaryScannerImpl> wordScanner(const std::string& name, std::uint64_t co
     if (text.empty()) continue;
     __vexa_dictionary_item item{};
     boundedCopy(item.text, text);
-    item.kind = 2;
+    item.kind = static_cast<std::uint16_t>(DictionaryPatternKind::kLiteral);
     item.score = 1;
-    if (words[i].in_subject != 0) item.scope = kScopeSubject;
-    if (words[i].in_body != 0) item.scope |= kScopeBody;
+    if (words[i].in_subject != 0) item.scope |= kDictionaryScopeSubject;
+    if (words[i].in_body != 0) item.scope |= kDictionaryScopeBodyText | kDictionaryScopeBodyHtml;
     item.enabled = 1;
     item.case_sensitive = 0;
     item.whole_words = 1;
@@ -97,8 +71,9 @@ ProfileAntiSpamImpl::ProfileAntiSpamImpl(ngid_t domain, int profileId,
   readNorbex(*record, actionTables);
   readHeuristicAndBehavior(*record, actionTables);
   readBlockLists(*record, actionTables);
-  if ((record->scan_options & ScanOption::kSpamOutbreak) != 0) flags |= kSpamOutBreak;
-  flags |= kSystemList | kUserList;
+  spamOutBreak = isSet(*record, Bit::kSpamOutbreak);
+  systemList = true;
+  userList = true;
   readDeepHeader(*record, actionTables);
   readWords(*record, actionTables);
   readDictionary(*record, actionTables);
@@ -126,33 +101,31 @@ void ProfileAntiSpamImpl::readDefaultAction(const __aps_gw_as_profile& record,
       findAction(actionTables.domain, actionTables.system, record.default_action);
   if (action == nullptr) return;
   convertAction(action, kAntispamActionLayout, actions);
-  if (action->quarantine_report != 0) flags |= kQuarantineReport;
-  if (action->release_by_email != 0) flags |= kQuarantineEmailRelease;
-  if (action->release_by_web != 0) flags |= kQuarantineWebRelease;
-  if (action->whitelist_on_release != 0) flags |= kQuarantineWhitelistSender;
+  quarantineReport = action->quarantine_report != 0;
+  quarantineEmailRelease = action->release_by_email != 0;
+  quarantineWebRelease = action->release_by_web != 0;
+  quarantineWhitelistSender = action->whitelist_on_release != 0;
   quarantineAutoDeleteDays = action->quarantine_days;
 }
 
 void ProfileAntiSpamImpl::readBayesian(const __aps_gw_as_profile& record, Actions actionTables) {
-  if ((record.scanners & Scanner::kBayesian) == 0) return;
-  flags |= kBayesian;
-  bayesianSettings.option1 = (record.classifier_options & ClassifierOption::kBayesian1) != 0;
-  bayesianSettings.option2 = (record.classifier_options & ClassifierOption::kBayesian2) != 0;
+  if (!isSet(record, Bit::kBayesian)) return;
+  bayesian = true;
+  bayesianSettings.option1 = isSet(record, Bit::kBayesianOption1);
+  bayesianSettings.option2 = isSet(record, Bit::kBayesianOption2);
   action_adapter(CLASSIFIER_BAYESIAN, record.bayesian_action, actionTables);
   messageParseType |= ProfileAntiSpam::kParseForClassifiers;
   if (bayesianSettings.option2) messageParseType |= ProfileAntiSpam::kParseBayesianOption2;
 }
 
 void ProfileAntiSpamImpl::readNorbex(const __aps_gw_as_profile& record, Actions actionTables) {
-  norbexSettings.secondaryCheck =
-      (record.classifier_options & ClassifierOption::kSecondaryCheck) != 0;
-  if ((record.scanners & Scanner::kNorbex) == 0) return;
+  norbexSettings.secondaryCheck = isSet(record, Bit::kCloudSecondaryCheck);
+  if (!isSet(record, Bit::kCloud)) return;
 
-  flags |= kNorbexAntiSpam;
+  norbexAntiSpam = true;
   action_adapter(CLASSIFIER_NORBEX_ANTISPAM, record.cloud_action, actionTables);
 
-  norbexSettings.extendedCheck =
-      (record.classifier_options & ClassifierOption::kExtendedCheck) != 0;
+  norbexSettings.extendedCheck = isSet(record, Bit::kCloudExtendedCheck);
   if (norbexSettings.extendedCheck) {
     action_adapter(CLASSIFIER_NORBEX_OPTION, record.cloud_extended_action, actionTables);
     fallBackToNorbex(CLASSIFIER_NORBEX_OPTION);
@@ -170,30 +143,30 @@ void ProfileAntiSpamImpl::readNorbex(const __aps_gw_as_profile& record, Actions 
 
 void ProfileAntiSpamImpl::readHeuristicAndBehavior(const __aps_gw_as_profile& record,
                                                    Actions actionTables) {
-  if ((record.scanners & Scanner::kHeuristic) != 0) {
-    flags |= kHeuristic;
+  if (isSet(record, Bit::kHeuristic)) {
+    heuristic = true;
     heuristicSettings.first = record.heuristic_first;
     heuristicSettings.second = record.heuristic_second;
     heuristicSettings.third = record.heuristic_third;
     action_adapter(CLASSIFIER_HEURISTIC, record.heuristic_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseHeuristic;
   }
-  if ((record.scan_options & ScanOption::kBehavior) != 0) {
-    flags |= kBehavior;
+  if (isSet(record, Bit::kBehavior)) {
+    behavior = true;
     action_adapter(CLASSIFIER_BEHAVIOR, record.behavior_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseBehavior;
   }
 }
 
 void ProfileAntiSpamImpl::readBlockLists(const __aps_gw_as_profile& record, Actions actionTables) {
-  if ((record.scanners & Scanner::kRbl) != 0) {
-    flags |= kRbl;
+  if (isSet(record, Bit::kRbl)) {
+    rbl = true;
     appendServers(rblServers, record.rbl_server_count, record.rbl_servers);
     action_adapter(CLASSIFIER_RBL, record.rbl_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseRbl;
   }
-  if ((record.scanners & Scanner::kSurbl) != 0) {
-    flags |= kSurbl;
+  if (isSet(record, Bit::kSurbl)) {
+    surbl = true;
     appendServers(surblServers, record.surbl_server_count, record.surbl_servers);
     action_adapter(CLASSIFIER_SURBL, record.surbl_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseSurbl;
@@ -201,12 +174,12 @@ void ProfileAntiSpamImpl::readBlockLists(const __aps_gw_as_profile& record, Acti
 }
 
 void ProfileAntiSpamImpl::readDeepHeader(const __aps_gw_as_profile& record, Actions actionTables) {
-  if ((record.classifier_options & ClassifierOption::kDeepHeader) == 0) return;
-  flags |= kDeepHeader;
+  if (!isSet(record, Bit::kDeepHeader)) return;
+  deepHeader = true;
 
   const CMF::ObjectQuery<__aps_fasmilter, GID_DEEP_HEADER> query;
   if (const __aps_fasmilter* settings = query.update()) {
-    // A value that is no number passes both comparisons, and is kept.
+    // NaN fails both comparisons and is kept.
     deepHeaderSettings.confidence = static_cast<double>(settings->confidence);
     if (deepHeaderSettings.confidence <= 0 || deepHeaderSettings.confidence > kHighestConfidence) {
       deepHeaderSettings.confidence = kDefaultConfidence;
@@ -224,11 +197,11 @@ void ProfileAntiSpamImpl::readDeepHeader(const __aps_gw_as_profile& record, Acti
 }
 
 void ProfileAntiSpamImpl::readWords(const __aps_gw_as_profile& record, Actions actionTables) {
-  if ((record.scanners & Scanner::kBannedWords) != 0 && record.banned_word_count != 0) {
+  if (isSet(record, Bit::kBannedWords) && record.banned_word_count != 0) {
     bannedWordScanner =
         wordScanner(name + "-bannedwords", record.banned_word_count, record.banned_words);
     messageParseType |= ProfileAntiSpam::kParseWords;
-    flags |= kBannedWord;
+    bannedWord = true;
     action_adapter(CLASSIFIER_BANNED_WORD, record.banned_words_action, actionTables);
   }
   // White words clear a message; there is nothing to do for them.
@@ -236,14 +209,14 @@ void ProfileAntiSpamImpl::readWords(const __aps_gw_as_profile& record, Actions a
     whiteWordScanner =
         wordScanner(name + "-whitewords", record.white_word_count, record.white_words);
     messageParseType |= ProfileAntiSpam::kParseWords;
-    flags |= kWhitelistWord;
+    whitelistWord = true;
   }
 }
 
 void ProfileAntiSpamImpl::readDictionary(const __aps_gw_as_profile& record, Actions actionTables) {
   if (record.dictionary_scan == 0) return;
   messageParseType |= ProfileAntiSpam::kParseWords;
-  flags |= kDictionary;
+  dictionary = true;
   minScore = record.dictionary_min_score;
   const std::string dictionaryName(boundedText(record.dictionary));
   DictionaryFactory& factory = DictionaryFactory::instance();
@@ -255,32 +228,30 @@ void ProfileAntiSpamImpl::readDictionary(const __aps_gw_as_profile& record, Acti
 void ProfileAntiSpamImpl::readRemainingClassifiers(const __aps_gw_as_profile& record,
                                                    Actions actionTables) {
   if (record.spf_failure_is_spam != 0) {
-    flags |= kSpfFailureSpam;
+    spfFailureSpam = true;
     action_adapter(CLASSIFIER_SPF_FAILURE, record.spf_action, actionTables);
   }
-  if ((record.session_options & SessionOption::kGreyList) != 0) flags |= kGreyList;
-  if ((record.classifier_options & ClassifierOption::kBypassOnAuthentication) != 0) {
-    flags |= kBypassScanOnAuth;
-  }
-  if ((record.scanners & Scanner::kImageSpam) != 0) {
-    flags |= kImageSpam;
-    imageScanLevel = (record.scan_options & ScanOption::kImageLevel1) != 0 ? 1 : 2;
+  greyList = isSet(record, Bit::kGreylist);
+  bypassScanOnAuth = isSet(record, Bit::kBypassOnAuthentication);
+  if (isSet(record, Bit::kImageSpam)) {
+    imageSpam = true;
+    imageScanLevel = isSet(record, Bit::kFastImageScan) ? 1 : 2;
     action_adapter(CLASSIFIER_IMAGE_SPAM, record.image_spam_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseImages;
   }
   if (record.suspicious_newsletter != 0) {
-    flags |= kNewsLetterSuspicious;
+    newsLetterSuspicious = true;
     action_adapter(CLASSIFIER_NEWSLETTER_SUSPICIOUS, record.suspicious_newsletter_action,
                    actionTables);
     messageParseType |= ProfileAntiSpam::kParseForClassifiers;
   }
   if (record.newsletter != 0) {
-    flags |= kNewsLetter;
+    newsLetter = true;
     action_adapter(CLASSIFIER_NEWSLETTER, record.newsletter_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseForClassifiers;
   }
   if (record.dmarc != 0) {
-    flags |= kDmarc;
+    dmarc = true;
     action_adapter(CLASSIFIER_DMARC, record.dmarc_action, actionTables);
     messageParseType |= ProfileAntiSpam::kParseForClassifiers;
   }

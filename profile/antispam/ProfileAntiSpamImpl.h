@@ -1,4 +1,5 @@
-// The implementation behind ProfileAntiSpam: everything is computed by the constructor.
+// The implementation of ProfileAntiSpam. The constructor computes everything; nothing changes
+// later.
 #pragma once
 
 #include <cstdint>
@@ -8,48 +9,43 @@
 
 #include "ProfileAntiSpam.h"
 #include "config/CMF.h"
-#include "platform/config/records/AntispamRecords.h"
 #include "profile/ProfileImpl.h"
+
+struct __aps_antispam_action;
+struct __aps_gw_as_profile;
 
 namespace Kestrav {
 
 class ProfileAntiSpamImpl : public ProfileImpl {
  public:
-  // Bits of flags.
-  enum Flag : std::uint64_t {
-    kBayesian = 1u << 0,
-    kNorbexAntiSpam = 1u << 1,
-    kHeuristic = 1u << 2,
-    kRbl = 1u << 3,
-    kSurbl = 1u << 4,
-    kSystemList = 1u << 5,
-    kUserList = 1u << 6,
-    kDeepHeader = 1u << 7,
-    kBannedWord = 1u << 8,
-    kDictionary = 1u << 9,
-    kGreyList = 1u << 10,
-    kBypassScanOnAuth = 1u << 11,
-    kQuarantineReport = 1u << 12,
-    kQuarantineEmailRelease = 1u << 13,
-    kQuarantineWebRelease = 1u << 14,
-    kQuarantineWhitelistSender = 1u << 15,
-    kImageSpam = 1u << 16,
-    kWhitelistWord = 1u << 17,
-    kSpfFailureSpam = 1u << 18,
-    kNewsLetterSuspicious = 1u << 19,
-    kBehavior = 1u << 20,
-    kSpamOutBreak = 1u << 21,
-    kNewsLetter = 1u << 22,
-    kDmarc = 1u << 23,
-  };
-
   ProfileAntiSpamImpl(ngid_t domain, int profileId, const __aps_gw_as_profile* record);
   ~ProfileAntiSpamImpl() override;
 
-  bool has(Flag flag) const { return (flags & flag) != 0; }
-
   // The actions of the default action are ProfileImpl::actions.
-  std::uint64_t flags = 0;
+  bool bayesian = false;
+  bool norbexAntiSpam = false;
+  bool heuristic = false;
+  bool rbl = false;
+  bool surbl = false;
+  bool systemList = false;
+  bool userList = false;
+  bool deepHeader = false;
+  bool bannedWord = false;
+  bool dictionary = false;
+  bool greyList = false;
+  bool bypassScanOnAuth = false;
+  bool quarantineReport = false;
+  bool quarantineEmailRelease = false;
+  bool quarantineWebRelease = false;
+  bool quarantineWhitelistSender = false;
+  bool imageSpam = false;
+  bool whitelistWord = false;
+  bool spfFailureSpam = false;
+  bool newsLetterSuspicious = false;
+  bool behavior = false;
+  bool spamOutBreak = false;
+  bool newsLetter = false;
+  bool dmarc = false;
   NorbexAntiSpamSettings norbexSettings;
   HeuristicSettings heuristicSettings;
   BayesianSettings bayesianSettings;
@@ -75,7 +71,7 @@ class ProfileAntiSpamImpl : public ProfileImpl {
     ActionTable& domain;
   };
 
-  // Each reads one part of the record; called in this order.
+  // Each reads one part of the record; the constructor calls them in this order.
   void readDefaultAction(const __aps_gw_as_profile& record, Actions actionTables);
   void readBayesian(const __aps_gw_as_profile& record, Actions actionTables);
   void readNorbex(const __aps_gw_as_profile& record, Actions actionTables);
@@ -87,14 +83,14 @@ class ProfileAntiSpamImpl : public ProfileImpl {
   void readRemainingClassifiers(const __aps_gw_as_profile& record, Actions actionTables);
   void readLimits(const __aps_gw_as_profile& record);
 
-  // Adds what the action record `actionId` asks for to the classifier's actions; nothing when there
-  // is no such record, in which case the classifier gets no entry either.
+  // Adds the actions of the record `actionId` to those of the classifier. Without such a record the
+  // classifier gets no entry.
   void action_adapter(ClassifierType classifier, unsigned actionId, ActionTable& systemActions,
                       ActionTable& domainActions);
   void action_adapter(ClassifierType classifier, unsigned actionId, Actions actionTables) {
     action_adapter(classifier, actionId, actionTables.system, actionTables.domain);
   }
-  // Gives `classifier` the cloud service's actions when it has none of its own.
+  // Copies the cloud service's actions to `classifier` when it has no entry.
   void fallBackToNorbex(ClassifierType classifier);
 };
 

@@ -6,6 +6,7 @@
 
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
+#include "platform/config/records/Gid.h"
 #include "profile/NullHandle.h"
 #include "profile/antispam/ProfileWebFilterImpl.h"
 

@@ -7,13 +7,16 @@
 #include "ProfileFactory.h"
 #include "config/Event.h"
 #include "platform/common/Export.h"
+#include "platform/config/records/Gid.h"
 
 struct __aps_acl_ruleset;
 struct __aps_antispam_action;
+struct __aps_as_wf_profile;
 struct __aps_cmsg_type;
 struct __aps_content_action;
 struct __aps_fasmilter;
 struct __aps_ip_mask_string;
+struct __aps_mailserver;
 struct __aps_vip_map;
 struct __vexa_bounce_profile;
 struct __vexa_dictionary;

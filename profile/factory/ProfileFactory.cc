@@ -14,6 +14,7 @@
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"

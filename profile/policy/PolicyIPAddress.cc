@@ -5,6 +5,7 @@
 #include "ProfileFactory.h"
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
+#include "platform/config/records/Bits.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/store/Fork.h"
 #include "profile/NullHandle.h"
@@ -17,11 +18,6 @@ namespace {
 
 using Impl = PolicyIPAddressImpl;
 constexpr const char* kSource = "PolicyIPAddress";
-
-// Bits of __qv_ip_policy::flags.
-constexpr unsigned char kExclusive = 0x1;
-constexpr unsigned char kAuthFlag1 = 0x2;
-constexpr unsigned char kAuthFlag2 = 0x4;
 
 // IP policies and their profiles belong to the system.
 constexpr ngid_t kSystemDomain = 0;
@@ -41,7 +37,7 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
   id = record.id;
   ngid = record.ngid;
   name = boundedText(record.name);
-  exclusive = (record.flags & kExclusive) != 0;
+  exclusive = Config::isSet(record, __qv_ip_policy::kExclusive);
 
   // While inspection is off, the session profiles stay null too.
   if (contentInspectionOn()) {
@@ -50,8 +46,8 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
         factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), kSystemDomain);
   }
 
-  access.authFlag1 = (record.flags & kAuthFlag1) != 0;
-  access.authFlag2 = (record.flags & kAuthFlag2) != 0;
+  access.authFlag1 = Config::isSet(record, __qv_ip_policy::kAuthFlag1);
+  access.authFlag2 = Config::isSet(record, __qv_ip_policy::kAuthFlag2);
   access.authFlag3 = record.auth_flag_3 != 0;
   access.authValue = record.auth_value;
 }

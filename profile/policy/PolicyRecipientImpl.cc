@@ -13,6 +13,7 @@
 #include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
+#include "platform/config/records/Bits.h"
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/store/ConfigStore.h"
@@ -21,9 +22,6 @@
 namespace Kestrav {
 
 namespace {
-
-// Of __vexa_recipient_policy::auth_flags.
-constexpr unsigned char kAuthFlag1 = 0x4;
 
 constexpr ngid_t kSystemDomain = 0;
 
@@ -52,7 +50,7 @@ bool fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& re
 }
 
 void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& record) {
-  access.authFlag1 = (record.auth_flags & kAuthFlag1) != 0;
+  access.authFlag1 = Config::isSet(record, __vexa_recipient_policy::kAuthFlag1);
   access.authFlag2 = record.auth_flag_2 != 0;
   access.authFlag3 = record.auth_flag_3 != 0;
   access.authValue = record.auth_value;

@@ -10,6 +10,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "platform/config/records/AntispamRecords.h"
+#include "platform/config/records/OwnedRecord.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 #include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {

@@ -8,6 +8,7 @@
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
+#include "platform/config/records/SystemRecords.h"
 #include "tests/client/Listening.h"
 
 namespace Kestrav::CMF {

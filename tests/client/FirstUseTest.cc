@@ -7,6 +7,7 @@
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
+#include "platform/config/records/SystemRecords.h"
 #include "tests/client/StoreFixture.h"
 
 namespace Kestrav::CMF {

@@ -17,6 +17,7 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/config/records/Gid.h"
 #include "tests/client/Listening.h"
 
 namespace {

@@ -13,6 +13,8 @@
 #include "config/Event.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/records/Tables.h"

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/common/LogCodes.h"
+#include "platform/config/records/Gid.h"
 #include "tests/dictionary/DictionaryItems.h"
 #include "tests/support/StoreFixture.h"
 

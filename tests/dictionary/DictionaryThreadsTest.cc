@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/config/records/Gid.h"
 #include "platform/dictionary/DictionaryFactory.h"
 #include "tests/dictionary/DictionaryItems.h"
 #include "tests/support/StoreFixture.h"

@@ -65,16 +65,16 @@ TEST(AddressRule, MatchesWhatItsKindSays) {
   }
 }
 
-// What makes the index right: a rule that matches is always found by one of its keys.
+// The index relies on this: a matching address shows one of the rule's keys.
 TEST(AddressRule, AnAddressThatMatchesShowsAKeyOfTheRule) {
   int filed = 0;
   for (const Case& c : cases()) {
     const AddressRule rule(c.kind, c.text, c.members);
-    if (!c.matches || rule.selectivity() == AddressRule::Selectivity::kNone) continue;
+    const auto keys = rule.keys('r');
+    if (!c.matches || keys.empty()) continue;
     SCOPED_TRACE(c.text + " on " + c.address);
     std::vector<CandidateIndex::Key> shown;
     AddressSubject(c.address).keys('r', shown);
-    const auto keys = rule.keys('r');
     EXPECT_TRUE(std::any_of(keys.begin(), keys.end(), [&](auto key) {
       return std::find(shown.begin(), shown.end(), key) != shown.end();
     }));
@@ -83,17 +83,25 @@ TEST(AddressRule, AnAddressThatMatchesShowsAKeyOfTheRule) {
   EXPECT_GT(filed, 10);
 }
 
-TEST(AddressRule, IsFiledByTheWidestOfItsTerms) {
-  using Selectivity = AddressRule::Selectivity;
-  EXPECT_EQ(AddressRule(AddressKind::kAddress, "a@b", {}).selectivity(), Selectivity::kAddress);
-  EXPECT_EQ(AddressRule(AddressKind::kWildcard, "*@b", {}).selectivity(), Selectivity::kDomain);
-  EXPECT_EQ(AddressRule(AddressKind::kWildcard, "*@*.b", {}).selectivity(),
-            Selectivity::kSubdomains);
-  EXPECT_EQ(AddressRule(AddressKind::kGroup, "", {"a@b", "*@*.b"}).selectivity(),
-            Selectivity::kSubdomains);
-  EXPECT_EQ(AddressRule(AddressKind::kGroup, "", {"a@b", "a*@b"}).selectivity(),
-            Selectivity::kNone);
-  EXPECT_EQ(AddressRule(AddressKind::kAny, "", {}).selectivity(), Selectivity::kNone);
+TEST(AddressRule, HasKeysOnlyWhenTheyCoverAllThatItMatches) {
+  const struct {
+    AddressKind kind;
+    const char* text;
+    std::vector<std::string> members;
+    std::size_t keys;
+  } cases[] = {
+      {AddressKind::kAddress, "a@b", {}, 1},
+      {AddressKind::kWildcard, "*@b", {}, 1},
+      {AddressKind::kWildcard, "*@*.b", {}, 1},
+      {AddressKind::kWildcard, "a*@b", {}, 0},
+      {AddressKind::kGroup, "", {"a@b", "*@*.b"}, 2},
+      {AddressKind::kGroup, "", {"a@b", "a*@b"}, 0},
+      {AddressKind::kAny, "", {}, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(static_cast<int>(c.kind)) + " " + c.text);
+    EXPECT_EQ(AddressRule(c.kind, c.text, c.members).keys('r').size(), c.keys);
+  }
 }
 
 TEST(AddressRule, RefusesWhatDoesNotCompile) {

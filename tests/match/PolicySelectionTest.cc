@@ -11,9 +11,9 @@
 #include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/match/RecipientTraits.h"
-#include "platform/config/records/GroupRecords.h"
-#include "platform/config/records/OwnedRecord.h"
-#include "tests/support/Builders.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/GroupRecords.h"
+#include "tests/support/PolicyRecords.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
@@ -110,28 +110,16 @@ TEST_F(PolicySelection, ANullAddressMatchesNothing) {
 }
 
 TEST_F(PolicySelection, GroupsAreFollowedWhenTheyChange) {
-  OwnedRecord group(kEmailGroupType);
-  group.as<__vexa_email_address_group>()->id = 5;
-  const Field* members = nullptr;
-  for (const Field& field : kEmailGroupType.fields) {
-    if (field.kind == Kind::kList) members = &field;
-  }
-  ASSERT_NE(members, nullptr);
-  boundedCopy(static_cast<aps_email_address_t*>(group.append(*members))->text, "*@one.example");
+  EmailGroupRecord group(5);
+  group.member("*@one.example");
   OutgoingPolicyRecord policy(1);
   policy->recipient_kind = static_cast<unsigned char>(AddressKind::kGroup);
   policy->recipient_group = 5;
-  ChangeSet changes;
-  changes.put(GID_EMAIL_ADDRESS_GROUP, 0, group.data());
-  policy.put(changes);
-  commit(std::move(changes));
+  commit(group, policy);
   EXPECT_EQ(outgoing("a@b", "x@one.example"), 1);
   EXPECT_EQ(outgoing("a@b", "x@two.example"), 0);
 
-  boundedCopy(static_cast<aps_email_address_t*>(group.append(*members))->text, "*@two.example");
-  ChangeSet more;
-  more.put(GID_EMAIL_ADDRESS_GROUP, 0, group.data());
-  commit(std::move(more));
+  commit(group.member("*@two.example"));
   EXPECT_EQ(outgoing("a@b", "x@two.example"), 1);
 }
 
@@ -183,7 +171,7 @@ TEST_F(PolicySelection, ATextWithoutAnEndInARecordIsReadToItsField) {
   EXPECT_EQ(outgoing("a@b.example", ("c@" + std::string(257, 'x')).c_str()), 1);
 }
 
-// More keys than the index takes: names of more labels than any mail address has.
+// The address shows more keys than the index accepts.
 TEST_F(PolicySelection, AnAddressOfVeryManyLabelsIsStillMatched) {
   std::string recipient = "x@";
   for (int i = 0; i < 400; ++i) recipient += "a.";
@@ -191,7 +179,7 @@ TEST_F(PolicySelection, AnAddressOfVeryManyLabelsIsStillMatched) {
   EXPECT_EQ(outgoing("y@evil.example", (recipient + "example").c_str()), 1);
 }
 
-// The index against the plain scan of the same list.
+// The index must agree with a scan of the same list.
 TEST_F(PolicySelection, TheIndexAgreesWithTheLinearScanOnRandomRecipientPolicies) {
   std::mt19937 random(7);
   const auto pick = [&](std::initializer_list<const char*> from) {
@@ -286,6 +274,92 @@ TEST_F(PolicySelection, TheIndexAgreesWithTheLinearScanOnRandomIpPolicies) {
       ASSERT_EQ(list.select(subject), list.selectLinear(subject))
           << subject.client.asString() << " to " << subject.server.asString();
     }
+  }
+}
+
+// Traits that count how many policies a query looks at.
+template <class Traits>
+struct Counting : Traits {
+  static inline int lookedAt = 0;
+  class Rules : public Traits::Rules {
+   public:
+    using Traits::Rules::Rules;
+    Outcome outcome(const typename Traits::Subject& subject) const {
+      ++lookedAt;
+      return Traits::Rules::outcome(subject);
+    }
+  };
+};
+
+// The policies that a query of the table looks at when no policy matches.
+template <class Traits>
+int lookedAt(ConfigStore& store, G_CLI_GID gid, const typename Traits::Subject& subject) {
+  const Snapshot snapshot = store.snapshot();
+  const PolicyList<Counting<Traits>> list(gid, 0, snapshot);
+  Counting<Traits>::lookedAt = 0;
+  EXPECT_EQ(list.select(subject), nullptr);
+  return Counting<Traits>::lookedAt;
+}
+
+constexpr int kManyPolicies = 200;
+
+TEST_F(PolicySelection, RecipientPoliciesAreFiledByTheSideThatFewerPoliciesShare) {
+  for (const bool sharedSender : {false, true}) {
+    SCOPED_TRACE(sharedSender ? "one sender" : "one recipient");
+    ChangeSet changes;
+    for (int id = 1; id <= kManyPolicies; ++id) {
+      const std::string own = "u" + std::to_string(id) + ".example";
+      OutgoingPolicyRecord policy(id);
+      // The shared side is the narrower one.
+      policy.sender(sharedSender ? AddressKind::kAddress : AddressKind::kDomainWithSubdomains,
+                    sharedSender ? "s@shared.example" : own);
+      policy.recipient(sharedSender ? AddressKind::kDomainWithSubdomains : AddressKind::kAddress,
+                       sharedSender ? own : "s@shared.example");
+      policy.put(changes);
+    }
+    store().commit(std::move(changes));
+    const AddressSubject shared("s@shared.example");
+    const AddressSubject none("x@none.example");
+    const RecipientTraits::Subject subject = sharedSender ? RecipientTraits::Subject{shared, none}
+                                                          : RecipientTraits::Subject{none, shared};
+    EXPECT_EQ(lookedAt<RecipientTraits>(store(), GID_OUTGOING_POLICY, subject), 0);
+  }
+}
+
+TEST_F(PolicySelection, IpPoliciesAreFiledByTheSideThatFewerPoliciesShare) {
+  for (const bool sharedClient : {false, true}) {
+    SCOPED_TRACE(sharedClient ? "one client" : "one server");
+    ChangeSet changes;
+    for (int id = 1; id <= kManyPolicies; ++id) {
+      const std::string own = "10." + std::to_string(id) + ".0.0/16";
+      IpPolicyRecord policy(id);
+      // The shared side has the longer prefix.
+      policy.client(sharedClient ? "192.0.2.1" : own);
+      policy.server(sharedClient ? own : "192.0.2.1");
+      policy.put(changes);
+    }
+    store().commit(std::move(changes));
+    const IPAddress shared("192.0.2.1");
+    const IPAddress none("10.250.0.1");
+    const ConnectionTraits::Subject subject{.server = sharedClient ? none : shared,
+                                            .client = sharedClient ? shared : none};
+    EXPECT_EQ(lookedAt<ConnectionTraits>(store(), GID_IP_POLICY, subject), 0);
+  }
+}
+
+TEST(RarerSide, IsTheOneWithFewerKeysWhenBothAreAsRareAndTheFirstWhenTheyAreEqual) {
+  const RarerSide::Keys keys[] = {
+      {{{1, 2, 3}, {4}}},  // the second has fewer keys
+      {{{5}, {6}}},        // equal
+      {{{7}, {}}},         // the second has no key
+      {{{}, {8}}},        {{{}, {}}},
+  };
+  RarerSide rarer;
+  for (const auto& policy : keys) rarer.count(policy);
+  const std::size_t expected[] = {1, 0, 0, 1, 0};
+  for (std::size_t i = 0; i < std::size(keys); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(rarer.of(keys[i]), expected[i]);
   }
 }
 

@@ -8,8 +8,13 @@
 #include "TrustedMTASet.h"
 #include "config/ServerCache.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/PolicyRecords.h"
+#include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/SystemRecords.h"
 #include "tests/processes/Answers.h"
 #include "tests/support/Addresses.h"
 

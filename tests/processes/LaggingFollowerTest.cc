@@ -3,8 +3,10 @@
 #include <array>
 #include <set>
 
+#include "platform/config/records/Field.h"
 #include "tests/processes/SetsFixture.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/QuarantineRecords.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -5,7 +5,13 @@
 #include "platform/config/records/GroupRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/Tables.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DictionaryRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/SystemRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 namespace Kestrav::Testing {
 namespace {

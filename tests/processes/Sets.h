@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/store/ConfigStore.h"
 

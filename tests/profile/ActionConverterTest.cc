@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "platform/config/records/SharedRecords.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
 
 namespace Kestrav {
 namespace {
@@ -97,7 +97,7 @@ TEST(ActionConverter, ReadsATextWithoutAnEndUpToItsField) {
 TEST(ActionConverter, AppendsToWhatIsThere) {
   ActionContainer container;
   container.add(Action(ActionTypes::kNotify));
-  convertAction(AntispamActionRecord().disposition(AntispamActionRecord::kReject).data(),
+  convertAction(AntispamActionRecord().disposition(__aps_antispam_action::kReject).data(),
                 kAntispamActionLayout, container);
   EXPECT_THAT(typesOf(container), ElementsAre(ActionTypes::kNotify, ActionTypes::kReject));
 }

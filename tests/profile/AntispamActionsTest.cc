@@ -13,6 +13,7 @@
 #include "tests/profile/AntispamProfile.h"
 #include "tests/profile/Gateway.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/AntispamRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

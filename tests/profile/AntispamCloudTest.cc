@@ -4,6 +4,8 @@
 
 #include "tests/profile/AntispamProfile.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -25,7 +27,7 @@ std::uint32_t action(std::uint32_t label) {
 // The service is on. Its actions are labelled 7, 49 and 58.
 AntispamRecord cloudRecord() {
   return AntispamRecord(freshId())
-      .norbex()
+      .cloud()
       .action(CLASSIFIER_NORBEX_ANTISPAM, action(7))
       .action(CLASSIFIER_NORBEX_OPTION, action(49))
       .action(CLASSIFIER_NORBEX_URI_CATEGORY, action(58))
@@ -44,7 +46,7 @@ TEST(AntispamCloud, ServiceAloneHasOnlyItsOwnAction) {
 
 TEST(AntispamCloud, ChecksHaveTheirOwnActions) {
   const ProfileAntiSpam profile =
-      profileOf(cloudRecord().norbexExtendedCheck().uriCategoryCheck(kNoRecord));
+      profileOf(cloudRecord().cloudExtendedCheck().uriCategoryCheck(kNoRecord));
   EXPECT_THAT(ownActions(profile), ElementsAre(Pair(7, 7), Pair(49, 49), Pair(58, 58)));
   EXPECT_TRUE(profile.norbexAntiSpamSettings().extendedCheck);
   EXPECT_TRUE(profile.norbexAntiSpamSettings().uriCategoryCheck);
@@ -53,7 +55,7 @@ TEST(AntispamCloud, ChecksHaveTheirOwnActions) {
 
 TEST(AntispamCloud, ChecksWithoutAnActionTakeTheServices) {
   const ProfileAntiSpam profile = profileOf(cloudRecord()
-                                                .norbexExtendedCheck()
+                                                .cloudExtendedCheck()
                                                 .uriCategoryCheck(kNoRecord)
                                                 .action(CLASSIFIER_NORBEX_OPTION, kNoRecord)
                                                 .action(CLASSIFIER_NORBEX_URI_CATEGORY, 0));
@@ -64,7 +66,7 @@ TEST(AntispamCloud, ChecksWithoutAnActionTakeTheServices) {
 
 TEST(AntispamCloud, ChecksOfAServiceWithoutAnActionTakeTheDefault) {
   const ProfileAntiSpam profile = profileOf(cloudRecord()
-                                                .norbexExtendedCheck()
+                                                .cloudExtendedCheck()
                                                 .uriCategoryCheck(kNoRecord)
                                                 .action(CLASSIFIER_NORBEX_ANTISPAM, kNoRecord)
                                                 .action(CLASSIFIER_NORBEX_OPTION, kNoRecord)
@@ -75,7 +77,7 @@ TEST(AntispamCloud, ChecksOfAServiceWithoutAnActionTakeTheDefault) {
 
 TEST(AntispamCloud, EachCheckFallsBackByItself) {
   const ProfileAntiSpam extended =
-      profileOf(cloudRecord().norbexExtendedCheck().action(CLASSIFIER_NORBEX_OPTION, kNoRecord));
+      profileOf(cloudRecord().cloudExtendedCheck().action(CLASSIFIER_NORBEX_OPTION, kNoRecord));
   EXPECT_THAT(ownActions(extended), ElementsAre(Pair(7, 7), Pair(49, 7)));
   const ProfileAntiSpam uri = profileOf(
       cloudRecord().uriCategoryCheck(kNoRecord).action(CLASSIFIER_NORBEX_URI_CATEGORY, kNoRecord));
@@ -86,7 +88,7 @@ TEST(AntispamCloud, ServiceThatIsOffHasNoActionsAndNoChecksButTheSecondary) {
   const std::uint32_t webFilter = freshId();
   put(WebFilterRecord(webFilter));
   const ProfileAntiSpam profile = profileOf(
-      cloudRecord().norbex(false).norbexExtendedCheck().norbexSecondaryCheck().uriCategoryCheck(
+      cloudRecord().cloud(false).cloudExtendedCheck().cloudSecondaryCheck().uriCategoryCheck(
           webFilter));
   EXPECT_THAT(ownActions(profile), IsEmpty());
   EXPECT_FALSE(profile.norbexAntiSpamSettings().extendedCheck);
@@ -98,7 +100,7 @@ TEST(AntispamCloud, ServiceThatIsOffHasNoActionsAndNoChecksButTheSecondary) {
 
 TEST(AntispamCloud, SecondaryCheckIsTakenOverWithTheServiceOnToo) {
   EXPECT_TRUE(
-      profileOf(cloudRecord().norbexSecondaryCheck()).norbexAntiSpamSettings().secondaryCheck);
+      profileOf(cloudRecord().cloudSecondaryCheck()).norbexAntiSpamSettings().secondaryCheck);
 }
 
 TEST(AntispamCloud, WebFilterBelongsToTheUriCategoryCheck) {

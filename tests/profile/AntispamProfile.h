@@ -8,7 +8,7 @@
 #include <string>
 
 #include "ProfileAntiSpam.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
 
 namespace Kestrav::Testing {
 

@@ -6,6 +6,8 @@
 
 #include "tests/profile/AntispamProfile.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DictionaryRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "platform/config/records/SessionRecords.h"
 #include "profile/factory/FactoryHandlers.h"
 
 using namespace Kestrav::CMF::Event;

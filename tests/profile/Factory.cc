@@ -1,6 +1,8 @@
 #include "tests/profile/Factory.h"
 
 #include "tests/profile/Gateway.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/SystemRecords.h"
 
 namespace Kestrav::Testing {
 namespace {

@@ -19,6 +19,9 @@
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -178,7 +181,7 @@ TEST_F(FactoryLocks, LoadsHoldTheLockOfTheirKindForUpgrade) {
 
 TEST_F(FactoryLocks, WebFilterLoadsHoldTheSessionsLock) {
   const std::uint32_t id = freshId();
-  put(WebFilterRecord(id).categories({1}), AntispamRecord(id).norbex().uriCategoryCheck(id));
+  put(WebFilterRecord(id).categories({1}), AntispamRecord(id).cloud().uriCategoryCheck(id));
   const EventsHeld noEvents;
   std::map<unsigned int, Held> held;
   const Before<&nCfg_query> look([&](unsigned int gid) { held[gid] = heldNow(); });

@@ -14,6 +14,10 @@
 #include "platform/config/client/cmf.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/SystemRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -11,6 +11,10 @@
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Together.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/SystemRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -68,7 +72,7 @@ TEST(FactoryThreads, NothingOldIsServedOnceAChangeIsApplied) {
   std::atomic<int> applied{0};
   const auto putRound = [&](int round) {
     const std::string name = std::to_string(round);
-    put(AntispamRecord(id).name(name).norbex().uriCategoryCheck(id).rbl({"bl.example"}),
+    put(AntispamRecord(id).name(name).cloud().uriCategoryCheck(id).rbl({"bl.example"}),
         WebFilterRecord(id).name(name), QuarantineFolderRecord(id, name));
     applied = round;
   };
@@ -92,7 +96,7 @@ TEST(FactoryThreads, NothingOldIsServedOnceAChangeIsApplied) {
 TEST(FactoryThreads, StaleMarksAndClearsDuringLoads) {
   const std::uint32_t id = freshId();
   factory();
-  put(AntispamRecord(id).norbex().uriCategoryCheck(id), WebFilterRecord(id));
+  put(AntispamRecord(id).cloud().uriCategoryCheck(id), WebFilterRecord(id));
   factory().updateDeferPeriod(&MailServerRecord().deferredPeriod(1, 0, 1, 0).record());
   readWhile(
       [&] {

@@ -10,9 +10,12 @@
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
+#include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/records/SessionRecords.h"
+#include "platform/config/records/WebFilterRecords.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

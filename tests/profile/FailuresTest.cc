@@ -18,6 +18,9 @@
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/PolicyRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -108,7 +111,7 @@ TEST(ProfileFailure, OfADictionaryOrACategoryReachesTheCallerAndNothingIsCached)
   const std::uint32_t id = freshId();
   factory();
   put(WebFilterRecord(id).categories({1}),
-      AntispamRecord(id).norbex().uriCategoryCheck(id).dictionary("no such dictionary"));
+      AntispamRecord(id).cloud().uriCategoryCheck(id).dictionary("no such dictionary"));
   const LogCapture log;
   {
     const Before<&nCfg_query> failing([](unsigned int gid) {

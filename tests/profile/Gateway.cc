@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tests/support/StoreFixture.h"
+#include "tests/support/SystemRecords.h"
 
 namespace Kestrav::Testing {
 namespace {

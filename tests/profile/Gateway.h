@@ -10,7 +10,6 @@
 
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/StatusArea.h"
-#include "tests/support/Builders.h"
 #include "tests/support/Events.h"
 #include "tests/support/LogCapture.h"
 

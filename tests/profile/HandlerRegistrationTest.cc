@@ -13,6 +13,7 @@
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"
+#include "tests/support/AntispamRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -13,6 +13,11 @@
 #include "tests/profile/AnyRecord.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DictionaryRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/SystemRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -267,7 +272,7 @@ TEST(WebFilterChange, ReachesTheAntispamProfileThatUsesIt) {
   const std::uint32_t profile = freshId();
   factory();
   put(WebCategoryRecord(category, 17), WebFilterRecord(filter),
-      AntispamRecord(profile).norbex().uriCategoryCheck(filter));
+      AntispamRecord(profile).cloud().uriCategoryCheck(filter));
   const auto isSpam = [&] { return antispam(profile).profileWebFilter().isSpam(17); };
   ASSERT_FALSE(isSpam());
   put(WebFilterRecord(filter).categories({category}));

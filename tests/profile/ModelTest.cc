@@ -23,6 +23,11 @@
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -314,7 +319,7 @@ class Writer {
         .name(std::to_string(version))
         .defaultAction(actionId(n))
         .deepHeader()
-        .norbex()
+        .cloud()
         .uriCategoryCheck(webFilterId(n % kWebFilters))
         .put(changes, where);
   }

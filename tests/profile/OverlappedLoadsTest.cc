@@ -10,6 +10,8 @@
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -118,7 +120,7 @@ TEST_F(OverlappedLoad, AntispamProfileOlderThanAChangeOfItsWebFilterIsNotServed)
   const std::uint32_t filter = freshId();
   const std::uint32_t id = freshId();
   put(WebFilterRecord(filter).name("old").categories({1}),
-      AntispamRecord(id).norbex().uriCategoryCheck(filter));
+      AntispamRecord(id).cloud().uriCategoryCheck(filter));
   const auto filterName = [&] { return antispam(id).profileWebFilter().name(); };
   const DuringWebFilterLoad load(
       [&] { putUnapplied(WebFilterRecord(filter).name("new").categories({1})); });

@@ -4,6 +4,9 @@
 #include "config/CMF.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -11,7 +14,7 @@ using namespace Kestrav::Testing;
 TEST(PinnedRevision, LeavesNothingOldInTheCaches) {
   const std::uint32_t id = freshId();
   const auto putNamed = [id](const std::string& name) {
-    put(AntispamRecord(id).name(name).norbex().uriCategoryCheck(id), WebFilterRecord(id).name(name),
+    put(AntispamRecord(id).name(name).cloud().uriCategoryCheck(id), WebFilterRecord(id).name(name),
         QuarantineFolderRecord(id, name));
   };
   factory();

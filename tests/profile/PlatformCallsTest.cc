@@ -13,6 +13,9 @@
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -11,6 +11,9 @@
 #include "platform/config/client/cmf.h"
 #include "tests/profile/Gateway.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;
@@ -62,7 +65,9 @@ TEST_F(PolicyOfConnection, CarriesWhatItsRecordSays) {
   put(IpPolicyRecord(static_cast<std::int32_t>(id))
           .client(client)
           .antispam(spam)
-          .flags(7)
+          .exclusive()
+          .authFlag1()
+          .authFlag2()
           .authFlag3()
           .authValue(0x89ABCDEF));
   const PolicyIPAddress policy = connection(client);
@@ -106,7 +111,8 @@ TEST_F(PolicyOfConnection, MatchesClientAndServerSeparately) {
 TEST_F(PolicyOfConnection, EachFlagHasItsOwnBit) {
   for (int flags = 0; flags < 256; ++flags) {
     SCOPED_TRACE(flags);
-    IpPolicyRecord record = IpPolicyRecord(1).flags(static_cast<unsigned char>(flags));
+    IpPolicyRecord record(1);
+    record->flags = static_cast<unsigned char>(flags);
     const PolicyIPAddress policy(record.record());
     EXPECT_EQ(policy.exclusive(), (flags & 1) != 0);
     EXPECT_EQ(policy.authenticationAndAccess().authFlag1, (flags & 2) != 0);
@@ -132,7 +138,7 @@ TEST_F(PolicyOfConnection, EachNumberComesFromItsPlace) {
 TEST_F(PolicyOfConnection, WithoutContentInspectionHasNoProfiles) {
   const std::uint32_t spam = putAntispam("not inspected");
   IpPolicyRecord record(77);
-  record.antispam(spam).flags(3).authFlag3().authValue(5).ngid(6);
+  record.antispam(spam).exclusive().authFlag1().authFlag3().authValue(5).ngid(6);
   contentInspection(false);
   const PolicyIPAddress policy(record.record());
   EXPECT_TRUE(policy.antispamProfile().isNull());
@@ -361,7 +367,7 @@ TEST_F(PolicyOfRecipient, OfAFurtherRecipientKeepsSenderAndDirection) {
 TEST_F(PolicyOfRecipient, OfAConnectionGoesByTheRecipientsDomain) {
   const std::string name = freshDomain();
   put(ProtectedDomainRecord(freshId(), name));
-  IpPolicyRecord record = IpPolicyRecord(9).antispam(putAntispam("connection's")).flags(2).ngid(4);
+  IpPolicyRecord record = IpPolicyRecord(9).antispam(putAntispam("connection's")).authFlag1().ngid(4);
   const PolicyIPAddress ip(record.record());
   const PolicyRecipient incoming(kSender, address("user@" + name), ip);
   EXPECT_EQ(incoming.direction(), 1);
@@ -374,7 +380,7 @@ TEST_F(PolicyOfRecipient, OfAConnectionGoesByTheRecipientsDomain) {
 }
 
 TEST_F(PolicyOfRecipient, OfAConnectionWithoutContentInspectionHasNoProfiles) {
-  IpPolicyRecord record = IpPolicyRecord(9).antispam(putAntispam("connection's")).flags(2);
+  IpPolicyRecord record = IpPolicyRecord(9).antispam(putAntispam("connection's")).authFlag1();
   const PolicyIPAddress ip(record.record());
   ASSERT_FALSE(ip.antispamProfile().isNull());
   contentInspection(false);

@@ -18,6 +18,7 @@
 #include "profile/policy/PolicyIPAddressImpl.h"
 #include "profile/policy/PolicyImpl.h"
 #include "profile/policy/PolicyRecipientImpl.h"
+#include "tests/support/PolicyRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -5,7 +5,7 @@
 
 #include "ActionContainer.h"
 #include "config/CMF.h"
-#include "tests/support/Builders.h"
+#include "tests/support/AntispamRecords.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/common/Buffer.h"
-#include "tests/support/Builders.h"
+#include "tests/support/QuarantineRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -6,6 +6,7 @@
 
 #include "profile/antispam/ProfileWebFilterImpl.h"
 #include "tests/profile/Gateway.h"
+#include "tests/support/WebFilterRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

@@ -11,6 +11,8 @@
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Together.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/PolicyRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

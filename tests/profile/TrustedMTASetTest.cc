@@ -7,6 +7,7 @@
 
 #include "Factory.h"
 #include "Gateway.h"
+#include "tests/support/AntispamRecords.h"
 
 using namespace Kestrav;
 using namespace Kestrav::Testing;

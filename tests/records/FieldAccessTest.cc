@@ -1,4 +1,4 @@
-// Single fields: limits, signs, bits, texts without an end, counts that lie.
+// Single fields: limits, signs, bits, texts without an end, wrong counts.
 #include "platform/config/records/FieldAccess.h"
 
 #include <gtest/gtest.h>

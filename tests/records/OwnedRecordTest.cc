@@ -34,6 +34,13 @@ TEST(OwnedRecord, KeepsTheEntriesOfItsLists) {
   EXPECT_STREQ(record->members[99].text, "user99@example.com");
 }
 
+TEST(OwnedRecord, AppendsToTheListAtAnOffset) {
+  OwnedRecord group(kEmailGroupType);
+  EXPECT_NE(group.appendAt(offsetof(__vexa_email_address_group, member_count)), nullptr);
+  EXPECT_EQ(group.as<__vexa_email_address_group>()->member_count, 1u);
+  EXPECT_EQ(group.appendAt(offsetof(__vexa_email_address_group, name)), nullptr);
+}
+
 TEST(OwnedRecord, CopiesAreIndependentAndMovesKeepPointers) {
   OwnedRecord group(kEmailGroupType);
   add(group, "a@example.com");

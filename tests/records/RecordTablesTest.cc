@@ -1,4 +1,4 @@
-// The tables of fields: complete, consistent, and every field settable and readable.
+// The field tables are complete and consistent, and every field can be set and read.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/Tables.h"
 
@@ -65,7 +66,7 @@ TEST(RecordTables, NumbersAndKeysAreUnique) {
   EXPECT_EQ(findTableByKey("antispam-profile"), nullptr);
 }
 
-// The numbers stand in stores and journals, the type names in what other programs are built from.
+// Stores and journals hold the numbers; other programs are built with the type names.
 TEST(RecordTables, NumbersHoldTheirTypes) {
   const struct {
     unsigned int gid;
@@ -212,7 +213,7 @@ TEST(RecordTables, EveryFieldCanBeSetAndRead) {
           break;
       }
     }
-    // Read back after everything is set: no field may have disturbed another.
+    // Read back after everything is set: no field may change another.
     for (const Field& field : type->fields) {
       SCOPED_TRACE(std::string(type->name) + "." + std::string(field.name));
       switch (field.kind) {

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "StoreRecords.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/Checksum.h"
 #include "platform/config/store/RowCodec.h"

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "StoreRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/store/StatusArea.h"
 #include "tests/support/StoreFixture.h"
 

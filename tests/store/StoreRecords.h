@@ -13,6 +13,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/store/ConfigStore.h"

@@ -7,6 +7,7 @@
 
 #include "StoreRecords.h"
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/GroupRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/Tables.h"

@@ -1,4 +1,4 @@
-// What loading a text changes in a store, and what it leaves alone.
+// What loading a text changes in a store, and what it keeps.
 #include <map>
 #include <set>
 
@@ -7,6 +7,8 @@
 #include "platform/config/records/ContentRecords.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/records/SessionRecords.h"
@@ -132,13 +134,13 @@ TEST_F(Differences, ADomainsConfigurationHasItsOwnNumber) {
   const StoredRecord staff = snapshot.at(GID_INCOMING_POLICY, number, 0);
   ASSERT_TRUE(staff);
   EXPECT_EQ(staff.as<__vexa_recipient_policy>()->ngid, number);
-  // Its own profile is found first, the system's where it has none.
+  // The domain's profile comes before the system's of that name.
   EXPECT_EQ(staff.as<__vexa_recipient_policy>()->antispam_profile,
             ids<__aps_gw_as_profile>(GID_ANTISPAM_PROFILE, number).at("strict"));
   const StoredRecord everyone = snapshot.at(GID_INCOMING_POLICY, number, 1);
   EXPECT_EQ(everyone.as<__vexa_recipient_policy>()->antispam_profile,
             ids<__aps_gw_as_profile>(GID_ANTISPAM_PROFILE, 0).at("tagging"));
-  // An alias is written as the domain that it stands for.
+  // An alias is stored in the spelling of the domain that it names.
   const StoredRecord alias = snapshot.at(GID_PROTECTED_DOMAIN, 0, 1);
   EXPECT_STREQ(alias.as<__aps_gw_server>()->alias_of, "example.com");
 }
@@ -229,7 +231,7 @@ TEST_F(Differences, GivenNumbersAreKept) {
   auto found = ids<__aps_gw_as_profile>(GID_ANTISPAM_PROFILE);
   EXPECT_EQ(found.at("a"), 7u);
   EXPECT_EQ(found.at("b"), 8u);
-  // A number that is claimed by another record is given up, and references follow.
+  // A record loses a number that the text gives to another one, and references follow.
   load(
       "antispam-profiles: [{name: c, id: 7}, {name: a}, b]\n"
       "ip-policies: [{name: p, antispam: a}]\n");
@@ -273,7 +275,7 @@ TEST_F(Differences, AConfigurationKeepsItsNumberAsLongAsItsDomainKeepsItsName) {
       "{}}\n");
   EXPECT_EQ(numberOf("b.example"), b);
   EXPECT_GT(numberOf("c.example"), b);
-  // A number that the text gives to another domain is given up.
+  // A domain loses a number that the text gives to another one.
   load("domains:\n  - {name: c.example, configuration: {}, configuration-domain: " +
        std::to_string(b) + "}\n  - {name: b.example, configuration: {}}\n");
   EXPECT_EQ(numberOf("c.example"), b);

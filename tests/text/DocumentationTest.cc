@@ -1,4 +1,4 @@
-// The reference page and the schema, which are made from the field tables.
+// The reference page and the schema, generated from the field tables.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Text.h"
 

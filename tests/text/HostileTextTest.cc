@@ -1,4 +1,4 @@
-// Texts that are made to hurt.
+// Hostile texts.
 #include "TextFixture.h"
 
 using namespace Kestrav::Config::Text;

@@ -48,9 +48,9 @@ TEST(Mistakes, AreToldWithPlaceAndRemedy) {
       {"list instead of a value", "system:\n  host-name: [a]\n",
        "gateway.yaml:2:14: 'host-name' is no single value; a text\n"},
       {"value instead of a list", "antispam-profiles:\n  - name: a\n    rbl-servers: bl.example\n",
-       "gateway.yaml:3:18: 'rbl-servers' is no list; a list, each entry behind '- '\n"},
+       "gateway.yaml:3:18: 'rbl-servers' is no list; a list, each entry after '- '\n"},
       {"map instead of a list", "antispam-profiles:\n  name: a\n",
-       "gateway.yaml:2:3: 'antispam-profiles' is no list; a list, each entry behind '- '\n"},
+       "gateway.yaml:2:3: 'antispam-profiles' is no list; a list, each entry after '- '\n"},
       {"list instead of settings", "system:\n  - host-name: a\n",
        "gateway.yaml:2:3: a list or a single value for the system settings; a map of 'key: value' "
        "lines\n"},

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 
 using namespace Kestrav::Config;

@@ -1,4 +1,4 @@
-// A store in a folder of its own, and texts loaded into it.
+// A temporary store, and texts loaded into it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ inline std::string dataFile(const std::string& name) {
   return content.str();
 }
 
-// All messages, one a line.
+// All messages, one per line.
 inline std::string mistakesOf(const std::vector<Source>& sources) {
   std::vector<Problem> problems;
   const auto configuration = read(std::span<const Source>(sources), problems);

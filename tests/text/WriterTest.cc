@@ -1,10 +1,11 @@
-// The text that is written of a store: readable, stable, and the same store when it is read.
+// The text written from a store: readable, stable, and loading it restores the store.
 #include <cstring>
 
 #include "TextFixture.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/records/Tables.h"
 

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/RowCodec.h"
 

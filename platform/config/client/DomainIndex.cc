@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "platform/common/Strings.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/RowCodec.h"
 

@@ -18,7 +18,7 @@
 
 #include "VexaRefcounted.h"
 #include "platform/common/Export.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav::Config {
 struct JournalEntry;

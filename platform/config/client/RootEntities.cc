@@ -8,6 +8,7 @@
 #include "platform/common/NoDestructor.h"
 #include "platform/config/client/StoreAccess.h"
 #include "platform/config/client/cmf.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/Attachment.h"
 

@@ -8,6 +8,8 @@
 #include "platform/config/client/Event.h"
 #include "platform/config/client/EventLoop.h"
 #include "platform/config/client/StoreAccess.h"
+#include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/Fork.h"

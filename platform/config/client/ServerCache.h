@@ -11,8 +11,9 @@
 
 #include "VexaRefcounted.h"
 #include "platform/common/Export.h"
-#include "platform/config/records/DomainRecords.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
+
+struct __aps_gw_server;
 
 namespace Kestrav::CMF {
 

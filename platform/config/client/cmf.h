@@ -7,7 +7,7 @@
 
 #include "platform/common/Export.h"
 #include "platform/common/IpTypes.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 struct __qv_ip_policy;
 struct __vexa_recipient_policy;

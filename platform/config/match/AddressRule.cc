@@ -21,7 +21,7 @@ bool isDomainOrBelow(std::string_view domain, std::string_view parent) {
   return domain.size() == parent.size() || domain[domain.size() - parent.size() - 1] == '.';
 }
 
-// A text without wildcards, in ASCII, where folding case is the same for a key as for a pattern.
+// ASCII without wildcards. Only in ASCII do keys and patterns fold case alike.
 bool isPlain(std::string_view text) {
   return text.find_first_of("*?[]\\@") == text.npos &&
          std::all_of(text.begin(), text.end(),
@@ -76,7 +76,7 @@ AddressRule::AddressRule(AddressKind kind, std::string_view text,
         addTerm(stringToLower(member));
       }
       group_ = std::move(group);
-      // One member that no key tells spoils the keys of all.
+      // A member without a key may match an address that shows none of the other keys.
       if (terms_.size() != members.size()) terms_.clear();
       break;
     }
@@ -84,14 +84,9 @@ AddressRule::AddressRule(AddressKind kind, std::string_view text,
       throw Exception("unknown kind of address rule " + std::to_string(static_cast<int>(kind)),
                       Exception::kWrongEntity);
   }
-  if (terms_.empty()) return;
-  selectivity_ = Selectivity::kAddress;
-  for (const Term& term : terms_) {
-    selectivity_ = std::max(selectivity_, static_cast<Selectivity>(term.tag));
-  }
 }
 
-// Files a wildcard under a key where its form allows that.
+// Adds a term for a wildcard whose form allows it.
 void AddressRule::addTerm(std::string_view pattern) {
   constexpr std::string_view kInDomain = "*@";
   constexpr std::string_view kBelowDomain = "*@*.";

@@ -1,8 +1,8 @@
-// One side of a recipient policy: which senders, or which recipients, it is for.
+// One side of a recipient policy: the senders, or the recipients, that it applies to.
 //
-// A wildcard is over the whole address, a regular expression is searched for in it, a group's
-// members are wildcards of which any may match. Nothing regards letter case. Immutable once made;
-// any number of threads may match with it.
+// A wildcard must match the whole address; a regular expression is searched for in it; a group's
+// members are wildcards, any of which may match. Letter case does not count. Immutable; any number
+// of threads may match with it.
 #pragma once
 
 #include <cstdint>
@@ -18,9 +18,8 @@
 
 namespace Kestrav::Config {
 
-// An address as rules look at it. Without regard to letter case; the domain is what follows the
-// last
-// '@'. The null sender is the empty text: "any" and a wildcard "*" match it, a domain does not.
+// An address in the form that rules compare: in lower case, its domain after the last '@'. The null
+// sender is the empty text: "any" and the wildcard "*" match it, a domain does not.
 class AddressSubject {
  public:
   explicit AddressSubject(std::string_view address);
@@ -28,8 +27,8 @@ class AddressSubject {
   const std::string& address() const { return address_; }
   std::string_view domain() const { return std::string_view(address_).substr(domainAt_); }
 
-  // Appends every key that a rule for this address may be filed under. `side` keeps senders and
-  // recipients apart.
+  // Appends every key by which a rule for this address may be filed. `side` separates senders from
+  // recipients.
   void keys(char side, std::vector<CandidateIndex::Key>& keys) const;
 
  private:
@@ -39,16 +38,13 @@ class AddressSubject {
 
 class AddressRule {
  public:
-  // Throws Exception when the pattern does not compile or the kind is unknown. `members` are a
-  // group's.
+  // Throws Exception when the pattern does not compile or the kind is unknown. `members` are those
+  // of a group.
   AddressRule(AddressKind kind, std::string_view text, const std::vector<std::string>& members);
 
   bool matches(const AddressSubject& subject) const;
 
-  // How well keys tell this rule from others: the lower, the fewer addresses show its keys.
-  enum class Selectivity { kAddress, kDomain, kSubdomains, kNone };
-  Selectivity selectivity() const { return selectivity_; }
-  // The keys of which every matching address shows one. REQUIRES: selectivity() is not kNone.
+  // Every matching address shows one of these keys. Empty for a rule that no key describes.
   std::vector<CandidateIndex::Key> keys(char side) const;
 
  private:
@@ -62,8 +58,7 @@ class AddressRule {
   std::string text_;  // lower case; of kinds address and domain
   StringPattern pattern_;
   std::unique_ptr<const PatternContainer> group_;  // of kind group
-  std::vector<Term> terms_;
-  Selectivity selectivity_ = Selectivity::kNone;
+  std::vector<Term> terms_;                        // what keys are made of
 };
 
 }  // namespace Kestrav::Config

@@ -1,10 +1,10 @@
 // Which rules of an ordered list may match, found by exact keys.
 //
-// A rule is filed under every key that something it matches must show (an address, a domain, a
-// network), or under no key when it cannot be told by one. A query names the keys that it shows;
-// the index then offers the filed rules in list order, each once, and every one that could match is
-// among them. The caller decides which really do. Immutable after seal(); any number of threads may
-// ask.
+// A rule is filed under keys (an address, a domain, a network) such that everything it matches
+// shows one of them, or under no key when there are none. A query names the keys that it shows. The
+// index then offers the rules in list order, each once: those filed under one of the keys and those
+// under no key. The caller decides which of them match. Immutable after seal(); any number of
+// threads may query it.
 #pragma once
 
 #include <algorithm>
@@ -19,10 +19,10 @@ namespace Kestrav::Config {
 
 class CandidateIndex {
  public:
-  using Key = std::uint64_t;  // a hash: two things with one key cost time, never a wrong answer
+  using Key = std::uint64_t;  // a hash; a collision costs time and never gives a wrong answer
   using Ordinal = std::uint32_t;
   static constexpr Ordinal kNone = 0xffffffff;
-  // The keys of two addresses of 127 labels, and more than any IP address has.
+  // Enough for two e-mail addresses of 127 labels, or two IP addresses.
   static constexpr std::size_t kMostKeys = 320;
 
   // REQUIRES: ordinals are added in ascending order.
@@ -69,11 +69,11 @@ class CandidateIndex {
 
   std::vector<std::pair<Key, Ordinal>> filed_;  // until sealed
   std::vector<Ordinal> always_;
-  std::vector<Ordinal> ordinals_;  // the runs of all keys, one behind the other
+  std::vector<Ordinal> ordinals_;  // the runs of all keys, one after the other
   std::vector<Slot> slots_;        // open addressing, a power of two
 };
 
-// FNV-1a with a tag in front, so that a domain and an address of the same text have different keys.
+// FNV-1a with a leading tag, so that a domain and an address of the same text have different keys.
 constexpr CandidateIndex::Key candidateKey(char tag, std::span<const char> text) {
   std::uint64_t hash = 14695981039346656037ull;
   hash = (hash ^ static_cast<unsigned char>(tag)) * 1099511628211ull;

@@ -5,6 +5,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
@@ -45,18 +46,19 @@ ConnectionTraits::Rules::Rules(const Record& record, Groups& groups)
     : client_(makeRule(record.client_kind, record.client, record.client_group, groups)),
       server_(makeRule(record.server_kind, record.server, record.server_group, groups)) {}
 
-void ConnectionTraits::Filing::file(const Rules& rules, CandidateIndex::Ordinal ordinal,
-                                    CandidateIndex& index) {
-  const bool byServer = rules.server_.selectivity() > rules.client_.selectivity();
-  const NetworkRule& rule = byServer ? rules.server_ : rules.client_;
-  if (rule.selectivity() == 0) {
-    index.addUnderNoKey(ordinal);
+RarerSide::Keys ConnectionTraits::Rules::keys() const {
+  return {client_.keys(kClient), server_.keys(kServer)};
+}
+
+void ConnectionTraits::Probes::add(const Rules& rules, std::size_t side) {
+  if (side == 0) {
+    rules.client_.addLengths(clients_);
   } else {
-    rule.file(byServer ? kServer : kClient, ordinal, index, byServer ? servers_ : clients_);
+    rules.server_.addLengths(servers_);
   }
 }
 
-std::vector<CandidateIndex::Key> ConnectionTraits::Filing::keys(const Subject& subject) const {
+std::vector<CandidateIndex::Key> ConnectionTraits::Probes::keys(const Subject& subject) const {
   std::vector<CandidateIndex::Key> keys;
   keys.reserve(32);
   clients_.keys(kClient, subject.client, keys);

@@ -1,4 +1,4 @@
-// How IP policies are compiled and filed; see PolicyList.h.
+// How IP policies are compiled and found; see PolicyList.h.
 #pragma once
 
 #include <unordered_map>
@@ -8,6 +8,7 @@
 #include "platform/common/IPAddressMask.h"
 #include "platform/config/match/NetworkRule.h"
 #include "platform/config/match/PolicySelection.h"
+#include "platform/config/match/RarerSide.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/store/ConfigStore.h"
 
@@ -21,7 +22,7 @@ struct ConnectionTraits {
     IPAddress client;
   };
 
-  // The address groups of the system, each read once, when a policy names one.
+  // The address groups of the system. Each is read once, when a policy names it.
   class Groups {
    public:
     explicit Groups(const Snapshot& snapshot) : snapshot_(snapshot) {}
@@ -42,18 +43,18 @@ struct ConnectionTraits {
       return Outcome::kWon;
     }
 
+    RarerSide::Keys keys() const;  // the client's first
+
    private:
     friend struct ConnectionTraits;
     NetworkRule client_;
     NetworkRule server_;
   };
 
-  // Filed by whichever side is the smaller network, by the client when they are equal.
-  class Filing {
+  // A query shows the networks of both addresses, of the lengths by which policies are filed.
+  class Probes {
    public:
-    void count(const Rules&) {}  // the size of a network tells enough
-    void done() {}
-    void file(const Rules& rules, CandidateIndex::Ordinal ordinal, CandidateIndex& index);
+    void add(const Rules& rules, std::size_t side);
     std::vector<CandidateIndex::Key> keys(const Subject& subject) const;
 
    private:

@@ -9,7 +9,7 @@ namespace {
 __extension__ using Number = unsigned __int128;
 
 constexpr int kBits = 128;
-// A mask of more networks than this is not filed: it would fill the index and tell little.
+// A mask of more networks has no keys: it would fill the index and rule out few addresses.
 constexpr std::size_t kMostNetworks = 16'384;
 
 Number numberOf(const IPAddress::Bytes& bytes) {
@@ -29,7 +29,7 @@ Number lowestBits(int count) {
   return count >= kBits ? ~Number{0} : (Number{1} << count) - 1;
 }
 
-// IPv4 addresses are held behind 96 fixed bits.
+// IPv4 addresses follow 96 fixed bits.
 int headOf(IPAddress::Family family) {
   return family == IPAddress::Family::kV4 ? 96 : 0;
 }
@@ -59,7 +59,6 @@ void NetworkLengths::keys(char side, const IPAddress& address,
 
 NetworkRule::NetworkRule(IPAddressMask mask) : any_(mask.isAny()), mask_(std::move(mask)) {
   if (any_) return;
-  selectivity_ = kBits;
   for (const IPAddressMask::Range& range : mask_.ranges()) {
     const int head = headOf(range.family);
     Number low = numberOf(range.low);
@@ -72,21 +71,26 @@ NetworkRule::NetworkRule(IPAddressMask mask) : any_(mask.isAny()), mask_(std::mo
         ++size;
       const int length = kBits - size;
       networks_.push_back({range.family, bytesOf(low), length - head});
-      selectivity_ = std::min(selectivity_, length - head == 0 ? 0 : length);
       if ((low | lowestBits(size)) >= high) break;
       low = (low | lowestBits(size)) + 1;
     }
   }
-  if (networks_.empty() || networks_.size() > kMostNetworks) selectivity_ = 0;
-  if (selectivity_ == 0) networks_ = {};
+  const bool holdsFamily = std::any_of(networks_.begin(), networks_.end(),
+                                       [](const Network& network) { return network.length == 0; });
+  if (holdsFamily || networks_.size() > kMostNetworks) networks_ = {};
 }
 
-void NetworkRule::file(char side, CandidateIndex::Ordinal ordinal, CandidateIndex& index,
-                       NetworkLengths& lengths) const {
+std::vector<CandidateIndex::Key> NetworkRule::keys(char side) const {
+  std::vector<CandidateIndex::Key> keys;
+  keys.reserve(networks_.size());
   for (const Network& network : networks_) {
-    lengths.add(network.family, network.length);
-    index.add(keyOf(side, network.family, network.length, network.bytes), ordinal);
+    keys.push_back(keyOf(side, network.family, network.length, network.bytes));
   }
+  return keys;
+}
+
+void NetworkRule::addLengths(NetworkLengths& lengths) const {
+  for (const Network& network : networks_) lengths.add(network.family, network.length);
 }
 
 }  // namespace Kestrav::Config

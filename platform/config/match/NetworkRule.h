@@ -1,6 +1,6 @@
-// One side of an IP policy: which clients, or which servers, it is for.
+// One side of an IP policy: the clients, or the servers, that it applies to.
 //
-// Immutable once made; any number of threads may match with it.
+// Immutable; any number of threads may match with it.
 #pragma once
 
 #include <array>
@@ -12,13 +12,13 @@
 
 namespace Kestrav::Config {
 
-// The prefix lengths under which rules are filed, one set a side: what a query must probe.
+// The prefix lengths by which rules of one side are filed. A query probes these.
 class NetworkLengths {
  public:
   void add(IPAddress::Family family, int length) {
     of(family)[static_cast<std::size_t>(length)] = true;
   }
-  // Appends the keys of every network around the address that some rule may be filed under.
+  // Appends the keys of the networks of these lengths that hold the address.
   void keys(char side, const IPAddress& address, std::vector<CandidateIndex::Key>& keys) const;
 
  private:
@@ -35,12 +35,10 @@ class NetworkRule {
 
   bool matches(const IPAddress& address) const { return any_ || mask_.matches(address); }
 
-  // Length of the shortest network that the mask is made of, counted as an IPv6 prefix; 0 when the
-  // rule cannot be filed.
-  int selectivity() const { return selectivity_; }
-  // Files the rule. REQUIRES: selectivity() is not 0.
-  void file(char side, CandidateIndex::Ordinal ordinal, CandidateIndex& index,
-            NetworkLengths& lengths) const;
+  // Every matching address shows one of these keys when the query probes the lengths. Empty for a
+  // rule of all addresses, of none or of too many networks.
+  std::vector<CandidateIndex::Key> keys(char side) const;
+  void addLengths(NetworkLengths& lengths) const;
 
  private:
   struct Network {
@@ -52,8 +50,7 @@ class NetworkRule {
 
   bool any_ = true;
   IPAddressMask mask_;
-  std::vector<Network> networks_;
-  int selectivity_ = 0;
+  std::vector<Network> networks_;  // which the mask consists of; empty when there are no keys
 };
 
 }  // namespace Kestrav::Config

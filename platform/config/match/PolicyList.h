@@ -1,18 +1,16 @@
 // An ordered list of policies of one table and domain at one revision, compiled for selection.
 //
-// Immutable; any number of threads may select. Traits give the record type, the two rules of a
-// policy and how they are filed:
+// Immutable; any number of threads may select. Traits give:
 //
-//   using Record, Subject;
-//   Rules                                  the compiled rules; constructor (Record, const Groups&)
-//   throws
-//                                          Exception when they do not compile
-//   Outcome Rules::outcome(Subject)        kWon when both match, else the first side that does not
-//   struct Filing                          how rules are found
-//     count(Rules)                         of each policy, before the first is filed
-//     done()                               after the last was filed
-//     file(Rules, ordinal, CandidateIndex&)
-//     keys(Subject) -> std::vector<Key>
+//   using Record, Subject
+//   class Groups         reads the groups that policies name; constructor (Snapshot)
+//   class Rules          both sides of a policy; its constructor (Record, Groups&) throws Exception
+//                        when they do not compile
+//     outcome(Subject)   kWon when both sides match, else the first side that does not
+//     keys()             of both sides, see RarerSide
+//   class Probes         which keys a query shows
+//     add(Rules, side)   for each policy that is filed by keys of this side
+//     keys(Subject)
 #pragma once
 
 #include <memory>
@@ -26,6 +24,7 @@
 #include "platform/common/Strings.h"
 #include "platform/config/match/CandidateIndex.h"
 #include "platform/config/match/PolicySelection.h"
+#include "platform/config/match/RarerSide.h"
 #include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config {
@@ -42,19 +41,19 @@ class PolicyList {
       add(*stored.as<Record>(), domain, groups);
       return true;
     });
+    RarerSide rarer;
     for (const Policy& policy : policies_) {
-      if (canWin(policy)) filing_.count(*policy.rules);
+      if (canWin(policy)) rarer.count(policy.rules->keys());
     }
     for (CandidateIndex::Ordinal i = 0; i < policies_.size(); ++i) {
-      if (canWin(policies_[i])) filing_.file(*policies_[i].rules, i, index_);
+      if (canWin(policies_[i])) file(i, rarer);
     }
-    filing_.done();
     index_.seal();
   }
 
   // The winner's record, null when no policy matches.
   const Record* select(const Subject& subject) const {
-    const std::vector<CandidateIndex::Key> keys = filing_.keys(subject);
+    const std::vector<CandidateIndex::Key> keys = probes_.keys(subject);
     if (keys.size() > CandidateIndex::kMostKeys) return selectLinear(subject);
     const CandidateIndex::Ordinal winner = index_.first(keys, [&](CandidateIndex::Ordinal ordinal) {
       return outcome(policies_[ordinal], subject) == Outcome::kWon;
@@ -62,7 +61,7 @@ class PolicyList {
     return winner == CandidateIndex::kNone ? nullptr : &policies_[winner].record;
   }
 
-  // The same by looking at every policy in turn, and telling what became of each when asked.
+  // The same by a scan of every policy. With `considered`, appends the outcome of each.
   const Record* selectLinear(const Subject& subject,
                              std::vector<Considered>* considered = nullptr) const {
     const Record* winner = nullptr;
@@ -85,7 +84,7 @@ class PolicyList {
   struct Policy {
     Record record;
     ngid_t domain;
-    std::optional<typename Traits::Rules> rules;  // none: they do not compile
+    std::optional<typename Traits::Rules> rules;  // none when they do not compile
   };
 
   static bool canWin(const Policy& policy) { return policy.record.enabled && policy.rules; }
@@ -103,12 +102,23 @@ class PolicyList {
     } catch (const Exception& error) {
       Logger::instance(false).log(LogCode::kPolicyRecordSkipped, "%d\x01%s", policy.record.id,
                                   error.asString().c_str());
-      return;
     }
   }
 
+  void file(CandidateIndex::Ordinal ordinal, const RarerSide& rarer) {
+    const typename Traits::Rules& rules = *policies_[ordinal].rules;
+    const RarerSide::Keys keys = rules.keys();
+    const std::size_t side = rarer.of(keys);
+    if (keys[side].empty()) {
+      index_.addUnderNoKey(ordinal);
+      return;
+    }
+    for (const CandidateIndex::Key key : keys[side]) index_.add(key, ordinal);
+    probes_.add(rules, side);
+  }
+
   std::vector<Policy> policies_;
-  typename Traits::Filing filing_;
+  typename Traits::Probes probes_;
   CandidateIndex index_;
 };
 

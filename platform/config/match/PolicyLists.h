@@ -1,8 +1,8 @@
-// The compiled policy lists of one table, one a configuration domain, made when first asked for and
-// dropped when the table or the groups that it names change.
+// The compiled policy lists of one table, one for each configuration domain. A list is compiled on
+// first use and dropped when the table or a group changes.
 //
-// Any thread may ask; the event thread drops. A list made from a revision older than the one being
-// delivered answers the question it was made for and is not kept.
+// Any thread may call of(); the event thread drops. A list of a revision older than the one being
+// delivered is used once and not kept.
 #pragma once
 
 #include <cstdint>

@@ -10,6 +10,7 @@
 #include "platform/config/match/ConnectionTraits.h"
 #include "platform/config/match/PolicyLists.h"
 #include "platform/config/match/RecipientTraits.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
@@ -31,7 +32,7 @@ class PolicyChanged : public HandlerTemplate<Rec, GID> {
   Lists& lists_;
 };
 
-// Groups are the system's, and any list may name one.
+// Groups belong to the system, and a policy of any domain may name one.
 template <class Rec, unsigned int GID, class... Lists>
 class GroupChanged : public HandlerTemplate<Rec, GID> {
  public:
@@ -47,13 +48,13 @@ class GroupChanged : public HandlerTemplate<Rec, GID> {
 using ConnectionLists = PolicyLists<ConnectionTraits>;
 using RecipientLists = PolicyLists<RecipientTraits>;
 
-// Lives as long as the process: handlers refer to it.
+// Handlers refer to it until the process ends.
 struct AllLists {
   ConnectionLists connections{GID_IP_POLICY};
   RecipientLists incoming{GID_INCOMING_POLICY};
   RecipientLists outgoing{GID_OUTGOING_POLICY};
 
-  // Handlers first: a change that comes while the first list is made drops it.
+  // Handlers are registered before the first list is made, so that no change is missed.
   AllLists() {
     add(new PolicyChanged<__qv_ip_policy, GID_IP_POLICY, ConnectionLists>(connections));
     add(new PolicyChanged<__vexa_recipient_policy, GID_INCOMING_POLICY, RecipientLists>(incoming));
@@ -120,7 +121,7 @@ int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* reco
     serverAddress = Kestrav::IPAddress(server);
     clientAddress = Kestrav::IPAddress(client);
   } catch (const Kestrav::Exception&) {
-    return -1;  // no address, no policy
+    return -1;  // null or malformed
   }
   return Kestrav::Config::selectIpPolicy(serverAddress, clientAddress, record) ? 0 : -1;
 }

@@ -2,8 +2,8 @@
 //
 // Policies are an ordered list; the first enabled one that matches wins. Incoming policies belong
 // to a protected domain's configuration domain, tried first, or to the system; IP policies and
-// outgoing policies to the system. An index compiled from one revision answers; it is dropped when
-// its tables change and compiled anew by the next question. Any thread may ask.
+// outgoing policies to the system. The answer comes from an index of one revision. It is dropped
+// when its tables change, and the next call compiles a new one. Any thread may call.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@
 
 #include "platform/common/Export.h"
 #include "platform/common/IPAddress.h"
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 struct __qv_ip_policy;
 struct __vexa_recipient_policy;
 
 namespace Kestrav::Config {
 
-// What became of one policy of the list.
+// Why a policy was or was not chosen.
 enum class Outcome : std::uint8_t {
   kWon,
   kDisabled,
@@ -29,7 +29,7 @@ enum class Outcome : std::uint8_t {
   kServer,
   kSender,
   kRecipient,
-  kNotReached,  // stands behind the winner
+  kNotReached,  // an earlier policy was chosen
 };
 
 struct KESTRAV_API Considered {
@@ -39,9 +39,8 @@ struct KESTRAV_API Considered {
   Outcome outcome;
 };
 
-// The questions of cfg_ip_policy_match, cfg_get_incoming_policy and cfg_get_outgoing_policy. With
-// `considered`, every policy of the list is looked at in order and told there with its outcome; the
-// answer is the same. `sender` may be null.
+// Answer as cfg_ip_policy_match, cfg_get_incoming_policy and cfg_get_outgoing_policy. With
+// `considered`, append every policy of the list in order with its outcome. `sender` may be null.
 KESTRAV_API bool selectIpPolicy(const IPAddress& server, const IPAddress& client,
                                 __qv_ip_policy* record,
                                 std::vector<Considered>* considered = nullptr);

@@ -2,6 +2,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 
 namespace Kestrav::Config {
@@ -40,39 +41,11 @@ RecipientTraits::Rules::Rules(const Record& record, Groups& groups)
       recipient_(
           makeRule(record.recipient_kind, record.recipient, record.recipient_group, groups)) {}
 
-void RecipientTraits::Filing::count(const Rules& rules) {
-  const auto countKeys = [&](const AddressRule& rule, char side) {
-    if (rule.selectivity() == AddressRule::Selectivity::kNone) return;
-    for (const CandidateIndex::Key key : rule.keys(side)) ++policies_[key];
-  };
-  countKeys(rules.sender_, kSender);
-  countKeys(rules.recipient_, kRecipient);
+RarerSide::Keys RecipientTraits::Rules::keys() const {
+  return {recipient_.keys(kRecipient), sender_.keys(kSender)};
 }
 
-std::size_t RecipientTraits::Filing::cost(const AddressRule& rule, char side) const {
-  if (rule.selectivity() == AddressRule::Selectivity::kNone) return static_cast<std::size_t>(-1);
-  std::size_t most = 0;
-  for (const CandidateIndex::Key key : rule.keys(side)) {
-    const auto known = policies_.find(key);
-    if (known != policies_.end()) most = std::max(most, known->second);
-  }
-  return most;
-}
-
-void RecipientTraits::Filing::file(const Rules& rules, CandidateIndex::Ordinal ordinal,
-                                   CandidateIndex& index) {
-  const bool bySender = cost(rules.sender_, kSender) < cost(rules.recipient_, kRecipient);
-  const AddressRule& rule = bySender ? rules.sender_ : rules.recipient_;
-  if (rule.selectivity() == AddressRule::Selectivity::kNone) {
-    index.addUnderNoKey(ordinal);
-    return;
-  }
-  for (const CandidateIndex::Key key : rule.keys(bySender ? kSender : kRecipient)) {
-    index.add(key, ordinal);
-  }
-}
-
-std::vector<CandidateIndex::Key> RecipientTraits::Filing::keys(const Subject& subject) const {
+std::vector<CandidateIndex::Key> RecipientTraits::Probes::keys(const Subject& subject) const {
   std::vector<CandidateIndex::Key> keys;
   keys.reserve(16);
   subject.recipient.keys(kRecipient, keys);

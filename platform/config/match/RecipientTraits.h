@@ -1,13 +1,13 @@
-// How recipient policies are compiled and filed; see PolicyList.h.
+// How recipient policies are compiled and found; see PolicyList.h.
 #pragma once
 
-#include <algorithm>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/config/match/AddressRule.h"
 #include "platform/config/match/PolicySelection.h"
+#include "platform/config/match/RarerSide.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/store/ConfigStore.h"
 
@@ -21,7 +21,7 @@ struct RecipientTraits {
     AddressSubject recipient;
   };
 
-  // The address groups of the system, each read once, when a policy names one.
+  // The address groups of the system. Each is read once, when a policy names it.
   class Groups {
    public:
     explicit Groups(const Snapshot& snapshot) : snapshot_(snapshot) {}
@@ -42,26 +42,17 @@ struct RecipientTraits {
       return Outcome::kWon;
     }
 
+    RarerSide::Keys keys() const;  // the recipient's first
+
    private:
-    friend struct RecipientTraits;
     AddressRule sender_;
     AddressRule recipient_;
   };
 
-  // Filed by whichever side shares its keys with fewer policies, by the recipient when they are
-  // equal.
-  class Filing {
-   public:
-    void count(const Rules& rules);
-    void done() { policies_ = {}; }
-    void file(const Rules& rules, CandidateIndex::Ordinal ordinal, CandidateIndex& index);
+  // A query always shows the keys of both addresses.
+  struct Probes {
+    void add(const Rules&, std::size_t) {}
     std::vector<CandidateIndex::Key> keys(const Subject& subject) const;
-
-   private:
-    // How many policies must be looked at by who shows a key of the rule.
-    std::size_t cost(const AddressRule& rule, char side) const;
-
-    std::unordered_map<CandidateIndex::Key, std::size_t> policies_;  // by key, until done
   };
 };
 

@@ -1,12 +1,12 @@
-// Antispam: profiles, their word and server entries, actions, deep header analysis, the
-// gateway's own accounts, trusted relays.
+// Antispam profiles and actions, the settings of the deep header analysis, the gateway's mailboxes,
+// trusted relays.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/SharedRecords.h"
 
 // A banned or white word of an antispam profile.
@@ -22,18 +22,33 @@ static_assert(offsetof(__aps_as_word_entry, text) == 0);
 static_assert(offsetof(__aps_as_word_entry, in_body) == 258);
 static_assert(offsetof(__aps_as_word_entry, in_subject) == 259);
 
-// Which spam classifiers run on a message, with which settings, and what each verdict leads to.
+// Which spam classifiers run on a message, their settings, and the action of each verdict.
 struct __aps_gw_as_profile {
-  char name[256];    // 0
-  std::uint32_t id;  // 256
-  // Bits: 0 heuristic, 1 bayesian, 3 cloud, 4 rbl, 5 surbl, 6 banned-words, 7 image-spam.
-  unsigned char scanners;  // 260
-  // Bits: 0 fast-image-scan, 1 behavior, 2 spam-outbreak.
-  unsigned char scan_options;  // 261
-  // Bits: 7 greylist.
-  unsigned char session_options;  // 262
-  // Bits: 0 bypass-on-authentication, 3 bayesian-option-1, 4 bayesian-option-2, 5 cloud-
-  // secondary-check, 6 deep-header, 7 cloud-extended-check.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kHeuristic = 260 * 8 + 0,
+    kBayesian = 260 * 8 + 1,
+    kCloud = 260 * 8 + 3,
+    kRbl = 260 * 8 + 4,
+    kSurbl = 260 * 8 + 5,
+    kBannedWords = 260 * 8 + 6,
+    kImageSpam = 260 * 8 + 7,
+    kFastImageScan = 261 * 8 + 0,
+    kBehavior = 261 * 8 + 1,
+    kSpamOutbreak = 261 * 8 + 2,
+    kGreylist = 262 * 8 + 7,
+    kBypassOnAuthentication = 263 * 8 + 0,
+    kBayesianOption1 = 263 * 8 + 3,
+    kBayesianOption2 = 263 * 8 + 4,
+    kCloudSecondaryCheck = 263 * 8 + 5,
+    kDeepHeader = 263 * 8 + 6,
+    kCloudExtendedCheck = 263 * 8 + 7,
+  };
+
+  char name[256];                              // 0
+  std::uint32_t id;                            // 256
+  unsigned char scanners;                      // 260
+  unsigned char scan_options;                  // 261
+  unsigned char session_options;               // 262
   unsigned char classifier_options;            // 263
   unsigned char uri_category_check;            // 264
   unsigned char dictionary_scan;               // 265
@@ -139,6 +154,15 @@ static_assert(offsetof(__aps_gw_as_profile, web_filter) == 704);
 
 // What is done with a message that a spam classifier marked.
 struct __aps_antispam_action {
+  enum Disposition : unsigned char {  // what is done with the message itself
+    kNone = 0,
+    kDiscard = 1,
+    kReject = 2,
+    kPersonalQuarantine = 4,
+    kSystemQuarantine = 8,
+    kRewriteRecipient = 16,
+  };
+
   char name[32];                                      // 0
   std::uint32_t id;                                   // 32
   unsigned char disposition;                          // 36
@@ -205,7 +229,7 @@ static_assert(sizeof(__aps_fasmilter) == 8);
 static_assert(offsetof(__aps_fasmilter, level) == 0);
 static_assert(offsetof(__aps_fasmilter, confidence) == 4);
 
-// The gateway's own mailboxes for quarantine control and Bayesian training.
+// The gateway's mailboxes for quarantine control and Bayesian training.
 struct __aps_sys_antispam {
   unsigned char reserved_0[20];   // 0
   char quarantine_control_1[36];  // 20
@@ -226,7 +250,7 @@ static_assert(offsetof(__aps_sys_antispam, bayesian_control_3) == 164);
 static_assert(offsetof(__aps_sys_antispam, bayesian_control_2) == 200);
 static_assert(offsetof(__aps_sys_antispam, bayesian_control_1) == 236);
 
-// An address, or a mask of addresses, of trusted mail transfer agents.
+// An address or mask of trusted mail transfer agents.
 struct __aps_ip_mask_string {
   char text[128];    // 0
   std::uint32_t id;  // 128

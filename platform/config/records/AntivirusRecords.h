@@ -5,14 +5,20 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/SharedRecords.h"
 
-// Which virus scan kinds run on a message, and what each verdict leads to.
+// Which virus scans run on a message, and the action of each verdict.
 struct __aps_gw_av_profile {
-  char name[256];    // 0
-  std::uint32_t id;  // 256
-  // Bits: 1 scan-kind-0, 2 scan-kind-2, 3 scan-kinds-5-to-8, 4 scan-kind-4.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kScanKind0 = 260 * 8 + 1,
+    kScanKind2 = 260 * 8 + 2,
+    kScanKinds5To8 = 260 * 8 + 3,
+    kScanKind4 = 260 * 8 + 4,
+  };
+
+  char name[256];                 // 0
+  std::uint32_t id;               // 256
   unsigned char scanners;         // 260
   unsigned char reserved_261[3];  // 261
   unsigned char scan_kind_1;      // 264
@@ -46,6 +52,17 @@ static_assert(offsetof(__aps_gw_av_profile, action_8) == 300);
 
 // What is done with a message that a virus scan marked.
 struct aps_antivirus_action {
+  enum Disposition : unsigned char {  // what is done with the message itself
+    kNone = 0,
+    kDiscard = 1,
+    kReject = 2,
+    kRewriteRecipient = 4,
+    kRepackage = 8,
+    kRepackageWithNotice = 16,
+    kReplace = 32,
+    kSystemQuarantine = 64,
+  };
+
   char name[36];                                      // 0
   std::uint32_t id;                                   // 36
   unsigned char disposition;                          // 40

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/SharedRecords.h"
 
 // A file pattern named by an attachment filter.
@@ -35,6 +35,12 @@ static_assert(offsetof(__aps_attachment_filter, action) == 144);
 
 // A dictionary scan of messages, and what is done on a match.
 struct __aps_content_monitor {
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kScanHeaders = 528 * 8 + 0,
+    kScanBody = 528 * 8 + 1,
+    kScanAttachments = 528 * 8 + 2,
+  };
+
   std::uint32_t reserved_0;       // 0
   unsigned char enabled;          // 4
   char dictionary[256];           // 5
@@ -43,7 +49,6 @@ struct __aps_content_monitor {
   unsigned char reserved_518[2];  // 518
   std::int32_t min_score;         // 520
   std::uint32_t action;           // 524
-  // Bits: 0 scan-headers, 1 scan-body, 2 scan-attachments.
   unsigned char scan_area;        // 528
   unsigned char reserved_529[3];  // 529
 };
@@ -59,16 +64,27 @@ static_assert(offsetof(__aps_content_monitor, scan_area) == 528);
 
 // How a message's structure and attachments are treated.
 struct __aps_gw_content_profile {
-  char name[256];                  // 0
-  std::uint32_t id;                // 256
-  unsigned char reserved_260[12];  // 260
-  unsigned char outgoing;          // 272
-  unsigned char reserved_273[7];   // 273
-  // Bits: 0 archive-checks, 1 embedded-checks, 2 block-without-attachment, 3 block-partial, 4
-  // scan-attachments, 5 defer-large-messages, 6 limit-attachments, 7 bypass-on-authentication,
-  // 8 remove-hidden-html.
-  std::uint32_t options;  // 280
-  // Bits: 0 block-uncompress-failure, 1 block-protected-archive, 2 block-deep-recursion.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kArchiveChecks = 280 * 8 + 0,
+    kEmbeddedChecks = 280 * 8 + 1,
+    kBlockWithoutAttachment = 280 * 8 + 2,
+    kBlockPartial = 280 * 8 + 3,
+    kScanAttachments = 280 * 8 + 4,
+    kDeferLargeMessages = 280 * 8 + 5,
+    kLimitAttachments = 280 * 8 + 6,
+    kBypassOnAuthentication = 280 * 8 + 7,
+    kRemoveHiddenHtml = 280 * 8 + 8,
+    kBlockUncompressFailure = 284 * 8 + 0,
+    kBlockProtectedArchive = 284 * 8 + 1,
+    kBlockDeepRecursion = 284 * 8 + 2,
+  };
+
+  char name[256];                                     // 0
+  std::uint32_t id;                                   // 256
+  unsigned char reserved_260[12];                     // 260
+  unsigned char outgoing;                             // 272
+  unsigned char reserved_273[7];                      // 273
+  std::uint32_t options;                              // 280
   std::uint32_t archive_options;                      // 284
   std::uint32_t embedded_options;                     // 288
   std::uint32_t max_attachments;                      // 292
@@ -101,11 +117,26 @@ static_assert(offsetof(__aps_gw_content_profile, content_monitors) == 424);
 
 // What is done with a message that a content or data loss prevention profile marked.
 struct __aps_content_action {
-  char name[32];              // 0
-  std::uint32_t id;           // 32
-  unsigned char disposition;  // 36
-  unsigned char reserved_37;  // 37
-  // Bits: 0 insert-header, 1 tag-subject.
+  enum Disposition : unsigned char {  // what is done with the message itself
+    kNone = 0,
+    kDiscard = 1,
+    kReject = 2,
+    kPersonalQuarantine = 4,
+    kSystemQuarantine = 8,
+    kRewriteRecipient = 16,
+    kReplace = 32,
+    kEncrypt = 64,
+    kDefer = 128,
+  };
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kInsertHeader = 38 * 8 + 0,
+    kTagSubject = 38 * 8 + 1,
+  };
+
+  char name[32];                                      // 0
+  std::uint32_t id;                                   // 32
+  unsigned char disposition;                          // 36
+  unsigned char reserved_37;                          // 37
   unsigned char tags;                                 // 38
   unsigned char reserved_39;                          // 39
   cfg_as_email_address_modification_ rewrite_local;   // 40

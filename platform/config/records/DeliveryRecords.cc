@@ -31,18 +31,18 @@ constexpr Choice kEncryptionFailureActions[] = {
 namespace of_vexa_encryption_profile {
 using Record = ::__vexa_encryption_profile;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name by which actions refer to the profile."),
-    words("protocol", AT(protocol), kEncryptionProtocols).says("Protocol."),
+    text("name", AT(name)).required().help("Name by which actions refer to the profile."),
+    words("protocol", AT(protocol), kEncryptionProtocols).help("Protocol."),
     number("encryption-algorithm", AT(encryption_algorithm))
-        .says("Number of the encryption algorithm."),
-    number("value", AT(value_44)).says("Value that is carried along."),
-    number("action", AT(action)).says("Number of the action."),
+        .help("Number of the encryption algorithm."),
+    number("value", AT(value_44)).help("Value that is carried along."),
+    number("action", AT(action)).help("Number of the action."),
     words("action-on-fail", AT(action_on_fail), kEncryptionFailureActions)
-        .says("What is done when encryption fails."),
+        .help("What is done when encryption fails."),
     words("ibe-message-distribution", AT(ibe_message_distribution), kMessageDistributions)
-        .says("How an identity-based encrypted message reaches its recipient."),
+        .help("How an identity-based encrypted message reaches its recipient."),
     number("ibe-max-push-size", AT(ibe_max_push_size))
-        .says("Largest identity-based encrypted message that is pushed."),
+        .help("Largest identity-based encrypted message that is pushed."),
     ownId("id", AT(id)),
 };
 }  // namespace of_vexa_encryption_profile
@@ -54,7 +54,7 @@ static_assert(coversEveryByte(kEncryptionProfileType) && isWellFormed(kEncryptio
 namespace of_aps_notice_recipient {
 using Record = ::__aps_notice_recipient;
 constexpr Field kFields[] = {
-    text("address", AT(address)).writtenAs("email").says("E-mail address."),
+    text("address", AT(address)).syntax("email").help("E-mail address."),
 };
 }  // namespace of_aps_notice_recipient
 constexpr RecordType kNoticeRecipientType{
@@ -64,19 +64,19 @@ static_assert(coversEveryByte(kNoticeRecipientType) && isWellFormed(kNoticeRecip
 namespace of_aps_profile_notification {
 using Record = ::__aps_profile_notification;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name by which actions refer to the profile."),
-    boolean("attach-original", AT(attach_original_message)).says("Attach the original message."),
+    text("name", AT(name)).required().help("Name by which actions refer to the profile."),
+    boolean("attach-original", AT(attach_original_message)).help("Attach the original message."),
     reserved("reserved-41", AT(reserved_41)),
     ownId("id", AT(id)),
     array("other-recipients", offsetof(Record, other_recipient_count),
           8 + sizeof(Record::other_recipients), &kNoticeRecipientType, 5)
-        .says("Further recipients; used when the target others is on."),
+        .help("Further recipients; used when the target others is on."),
     textReference("template", AT(template_name), GID_CUSTOM_MESSAGE)
-        .says("Message template of the notice."),
-    signedNumber("subtype", AT(subtype)).says("Number of the kind of notice."),
-    bit("notify-sender", AT(targets), 0).says("Notify the sender."),
-    bit("notify-recipient", AT(targets), 1).says("Notify the recipient."),
-    bit("notify-others", AT(targets), 2).says("Notify the further recipients."),
+        .help("Message template of the notice."),
+    signedNumber("subtype", AT(subtype)).help("Number of the kind of notice."),
+    bit("notify-sender", AT(targets), Record::kNotifySender).help("Notify the sender."),
+    bit("notify-recipient", AT(targets), Record::kNotifyRecipient).help("Notify the recipient."),
+    bit("notify-others", AT(targets), Record::kNotifyOthers).help("Notify the further recipients."),
 };
 }  // namespace of_aps_profile_notification
 constexpr RecordType kNotificationProfileType{"__aps_profile_notification",
@@ -87,12 +87,12 @@ static_assert(coversEveryByte(kNotificationProfileType) && isWellFormed(kNotific
 namespace of_aps_cmsg_type {
 using Record = ::__aps_cmsg_type;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the template."),
+    text("name", AT(name)).required().help("Name of the template."),
     ownId("id", AT(id)),
-    number("type", AT(type)).says("Number of the kind of message."),
-    text("subject", AT(subject)).writtenAs("header-value").says("Subject of the message."),
-    text("text", AT(text)).says("Body in plain text."),
-    text("html", AT(html)).says("Body in HTML."),
+    number("type", AT(type)).help("Number of the kind of message."),
+    text("subject", AT(subject)).syntax("header-value").help("Subject of the message."),
+    text("text", AT(text)).help("Body in plain text."),
+    text("html", AT(html)).help("Body in HTML."),
 };
 }  // namespace of_aps_cmsg_type
 constexpr RecordType kCustomMessageType{"__aps_cmsg_type", sizeof(::__aps_cmsg_type),
@@ -103,20 +103,19 @@ namespace of_vexa_certificate_binding {
 using Record = ::__vexa_certificate_binding;
 constexpr Field kFields[] = {
     ownId("id", AT(id)),
-    text("owner", AT(owner))
-        .needed()
-        .writtenAs("pattern")
-        .says("Pattern of the owners' addresses."),
-    words("key-type", AT(key_type), kKeyTypes).says("Type of the key."),
-    bit("encryption", AT(key_usage), 0).byDefault(1).says("The key pair encrypts and decrypts."),
-    bit("signing", AT(key_usage), 1).byDefault(1).says("The key pair signs."),
-    text("name", AT(name)).needed().says("Name of the binding."),
+    text("owner", AT(owner)).required().syntax("pattern").help("Pattern of the owners' addresses."),
+    words("key-type", AT(key_type), kKeyTypes).help("Type of the key."),
+    bit("encryption", AT(key_usage), Record::kEncryption)
+        .defaultsTo(1)
+        .help("The key pair encrypts and decrypts."),
+    bit("signing", AT(key_usage), Record::kSigning).defaultsTo(1).help("The key pair signs."),
+    text("name", AT(name)).required().help("Name of the binding."),
     text("private-key", AT(private_key))
-        .keptSecret()
-        .says("Private key, or the absolute path of a file that holds it."),
-    text("certificate", AT(certificate)).says("Certificate."),
-    text("pass-phrase", AT(pass_phrase)).keptSecret().says("Pass phrase of the private key."),
-    words("status", AT(status), kBindingStatuses).says("Outcome of the latest verification."),
+        .secret()
+        .help("Private key, or the absolute path of a file that holds it."),
+    text("certificate", AT(certificate)).help("Certificate."),
+    text("pass-phrase", AT(pass_phrase)).secret().help("Pass phrase of the private key."),
+    words("status", AT(status), kBindingStatuses).help("Outcome of the latest verification."),
 };
 }  // namespace of_vexa_certificate_binding
 constexpr RecordType kCertificateBindingType{"__vexa_certificate_binding",
@@ -127,9 +126,9 @@ static_assert(coversEveryByte(kCertificateBindingType) && isWellFormed(kCertific
 namespace of_aps_attachment_signature {
 using Record = ::__aps_attachment_signature;
 constexpr Field kFields[] = {
-    number("type", AT(type)).says("Number of the hash type."),
-    text("hash", AT(hash)).needed().says("Hash in hexadecimal."),
-    text("comment", AT(comment)).says("What the attachment is."),
+    number("type", AT(type)).help("Number of the hash type."),
+    text("hash", AT(hash)).required().help("Hash in hexadecimal."),
+    text("comment", AT(comment)).help("What the attachment is."),
     ownId("id", AT(id)),
 };
 }  // namespace of_aps_attachment_signature

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 // How a message is encrypted, and what is done when that fails.
 struct __vexa_encryption_profile {
@@ -42,6 +42,12 @@ static_assert(offsetof(__aps_notice_recipient, address) == 0);
 
 // A notice e-mail that is sent when an action fires.
 struct __aps_profile_notification {
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kNotifySender = 1384 * 8 + 0,
+    kNotifyRecipient = 1384 * 8 + 1,
+    kNotifyOthers = 1384 * 8 + 2,
+  };
+
   char name[40];                          // 0
   unsigned char attach_original_message;  // 40
   unsigned char reserved_41[3];           // 41
@@ -51,8 +57,7 @@ struct __aps_profile_notification {
   char other_recipients[5][257];          // 56
   char template_name[39];                 // 1341
   std::int32_t subtype;                   // 1380
-  // Bits: 0 notify-sender, 1 notify-recipient, 2 notify-others.
-  std::uint32_t targets;  // 1384
+  std::uint32_t targets;                  // 1384
 };
 typedef struct __aps_profile_notification aps_profile_notification;
 static_assert(sizeof(__aps_profile_notification) == 1388);
@@ -85,10 +90,14 @@ static_assert(offsetof(__aps_cmsg_type, html) == 3376);
 
 // Ties an e-mail address pattern to a key pair and certificate.
 struct __vexa_certificate_binding {
-  std::int32_t id;         // 0
-  char owner[260];         // 4
-  std::uint32_t key_type;  // 264
-  // Bits: 0 encryption, 1 signing.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kEncryption = 268 * 8 + 0,
+    kSigning = 268 * 8 + 1,
+  };
+
+  std::int32_t id;          // 0
+  char owner[260];          // 4
+  std::uint32_t key_type;   // 264
   std::uint32_t key_usage;  // 268
   char name[256];           // 272
   char private_key[10240];  // 528

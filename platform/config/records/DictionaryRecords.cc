@@ -14,7 +14,7 @@ constexpr Choice kDictionaryPatternKinds[] = {
 namespace of_vexa_dictionary {
 using Record = ::__vexa_dictionary;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the dictionary."),
+    text("name", AT(name)).required().help("Name of the dictionary."),
     ownId("id", AT(id)),
 };
 }  // namespace of_vexa_dictionary
@@ -25,26 +25,30 @@ static_assert(coversEveryByte(kDictionaryType) && isWellFormed(kDictionaryType))
 namespace of_vexa_dictionary_item {
 using Record = ::__vexa_dictionary_item;
 constexpr Field kFields[] = {
-    text("pattern", AT(text)).needed().says("Word, phrase or pattern to look for."),
+    text("pattern", AT(text)).required().help("Word, phrase or pattern to look for."),
     words("kind", AT(kind), kDictionaryPatternKinds)
-        .byDefault(2)
-        .says("How the pattern is written."),
-    number("score", AT(score)).byDefault(1).within(0, 65535).says("Score of each match."),
-    bit("body-text", AT(scope), 0).byDefault(1).says("Look for it in plain text bodies."),
-    bit("subject", AT(scope), 1).byDefault(1).says("Look for it in the subject."),
-    bit("body-html", AT(scope), 2).byDefault(1).says("Look for it in HTML bodies."),
-    boolean("enabled", AT(enabled)).byDefault(1).says("The item takes part in scans."),
-    boolean("case-sensitive", AT(case_sensitive)).says("Upper and lower case differ."),
+        .defaultsTo(2)
+        .help("How the pattern is written."),
+    number("score", AT(score)).defaultsTo(1).range(0, 65535).help("Score of each match."),
+    bit("body-text", AT(scope), Record::kBodyText)
+        .defaultsTo(1)
+        .help("Look for it in plain text bodies."),
+    bit("subject", AT(scope), Record::kSubject).defaultsTo(1).help("Look for it in the subject."),
+    bit("body-html", AT(scope), Record::kBodyHtml)
+        .defaultsTo(1)
+        .help("Look for it in HTML bodies."),
+    boolean("enabled", AT(enabled)).defaultsTo(1).help("The item takes part in scans."),
+    boolean("case-sensitive", AT(case_sensitive)).help("Upper and lower case differ."),
     boolean("whole-words", AT(whole_words))
-        .byDefault(1)
-        .says("A match may not be part of a longer word."),
+        .defaultsTo(1)
+        .help("A match may not be part of a longer word."),
     number("max-count", AT(max_count))
-        .within(0, 255)
-        .says("Matches that count towards the score; 0: all."),
+        .range(0, 255)
+        .help("Matches that count towards the score; 0: all."),
     ownId("id", AT(id)),
     reference("dictionary", AT(dictionary_id), GID_DICTIONARY)
-        .needed()
-        .says("Dictionary that holds the item."),
+        .required()
+        .help("Dictionary that holds the item."),
 };
 }  // namespace of_vexa_dictionary_item
 constexpr RecordType kDictionaryItemType{"__vexa_dictionary_item", sizeof(::__vexa_dictionary_item),
@@ -54,7 +58,7 @@ static_assert(coversEveryByte(kDictionaryItemType) && isWellFormed(kDictionaryIt
 namespace of_vexa_dictionary_group {
 using Record = ::__vexa_dictionary_group;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the dictionary group."),
+    text("name", AT(name)).required().help("Name of the dictionary group."),
     ownId("id", AT(id)),
 };
 }  // namespace of_vexa_dictionary_group
@@ -67,8 +71,8 @@ namespace of_vexa_dictionary_group_item {
 using Record = ::__vexa_dictionary_group_item;
 constexpr Field kFields[] = {
     ownId("id", AT(id)),
-    reference("group", AT(group_id), GID_DICTIONARY_GROUP).needed().says("The group."),
-    reference("dictionary", AT(dictionary_id), GID_DICTIONARY).needed().says("The dictionary."),
+    reference("group", AT(group_id), GID_DICTIONARY_GROUP).required().help("The group."),
+    reference("dictionary", AT(dictionary_id), GID_DICTIONARY).required().help("The dictionary."),
 };
 }  // namespace of_vexa_dictionary_group_item
 constexpr RecordType kDictionaryGroupItemType{"__vexa_dictionary_group_item",

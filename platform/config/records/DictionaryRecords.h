@@ -5,13 +5,10 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
-// How a dictionary item's pattern is written: __vexa_dictionary_item::kind.
+#include "platform/config/records/Forward.h"
+
+// The syntax of a dictionary item's pattern: __vexa_dictionary_item::kind.
 enum class DictionaryPatternKind : unsigned short { kRegex = 1, kLiteral = 2, kWildcard = 3 };
-// Where a dictionary item is looked for: bits of __vexa_dictionary_item::scope.
-inline constexpr unsigned kDictionaryScopeBodyText = 1;
-inline constexpr unsigned kDictionaryScopeSubject = 2;
-inline constexpr unsigned kDictionaryScopeBodyHtml = 4;
 
 // A named set of words and patterns.
 struct __vexa_dictionary {
@@ -25,10 +22,15 @@ static_assert(offsetof(__vexa_dictionary, id) == 256);
 
 // One word or pattern of a dictionary.
 struct __vexa_dictionary_item {
-  char text[256];       // 0
-  std::uint16_t kind;   // 256
-  std::uint16_t score;  // 258
-  // Bits: 0 body-text, 1 subject, 2 body-html.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kBodyText = 260 * 8 + 0,
+    kSubject = 260 * 8 + 1,
+    kBodyHtml = 260 * 8 + 2,
+  };
+
+  char text[256];                // 0
+  std::uint16_t kind;            // 256
+  std::uint16_t score;           // 258
   std::uint32_t scope;           // 260
   unsigned char enabled;         // 264
   unsigned char case_sensitive;  // 265
@@ -49,6 +51,11 @@ static_assert(offsetof(__vexa_dictionary_item, whole_words) == 266);
 static_assert(offsetof(__vexa_dictionary_item, max_count) == 267);
 static_assert(offsetof(__vexa_dictionary_item, id) == 268);
 static_assert(offsetof(__vexa_dictionary_item, dictionary_id) == 272);
+
+// Where a dictionary item is looked for: masks of __vexa_dictionary_item::scope.
+inline constexpr unsigned kDictionaryScopeBodyText = 1u << __vexa_dictionary_item::kBodyText % 32;
+inline constexpr unsigned kDictionaryScopeSubject = 1u << __vexa_dictionary_item::kSubject % 32;
+inline constexpr unsigned kDictionaryScopeBodyHtml = 1u << __vexa_dictionary_item::kBodyHtml % 32;
 
 // A named set of dictionaries.
 struct __vexa_dictionary_group {

@@ -14,29 +14,25 @@ constexpr Choice kDisclaimerModes[] = {
 namespace of_aps_mail_disclaimer {
 using Record = ::__aps_mail_disclaimer;
 constexpr Field kFields[] = {
-    boolean("first-header-enabled", AT(first_header_enabled)).says("Use the first header."),
-    boolean("first-text-enabled", AT(first_text_enabled)).says("Use the first texts."),
-    text("first-text", AT(first_text)).says("First disclaimer in plain text."),
-    text("first-html", AT(first_html)).says("First disclaimer in HTML."),
-    number("first-option", AT(first_option)).says("Option of the first disclaimer; on for 1 only."),
-    boolean("second-header-enabled", AT(second_header_enabled)).says("Use the second header."),
-    boolean("second-text-enabled", AT(second_text_enabled)).says("Use the second texts."),
-    text("second-text", AT(second_text)).says("Second disclaimer in plain text."),
-    text("second-html", AT(second_html)).says("Second disclaimer in HTML."),
+    boolean("first-header-enabled", AT(first_header_enabled)).help("Use the first header."),
+    boolean("first-text-enabled", AT(first_text_enabled)).help("Use the first texts."),
+    text("first-text", AT(first_text)).help("First disclaimer in plain text."),
+    text("first-html", AT(first_html)).help("First disclaimer in HTML."),
+    number("first-option", AT(first_option)).help("Option of the first disclaimer; on for 1 only."),
+    boolean("second-header-enabled", AT(second_header_enabled)).help("Use the second header."),
+    boolean("second-text-enabled", AT(second_text_enabled)).help("Use the second texts."),
+    text("second-text", AT(second_text)).help("Second disclaimer in plain text."),
+    text("second-html", AT(second_html)).help("Second disclaimer in HTML."),
     number("second-option", AT(second_option))
-        .says("Option of the second disclaimer; on for 1 only."),
+        .help("Option of the second disclaimer; on for 1 only."),
     boolean("exclusions-enabled", AT(exclusions_enabled))
-        .says("Apply the list of exclusions; counts in the gateway's own disclaimer only."),
-    text("first-name", AT(first_name)).writtenAs("header-name").says("Name of the first header."),
-    text("first-value", AT(first_value))
-        .writtenAs("header-value")
-        .says("Value of the first header."),
-    text("second-name", AT(second_name))
-        .writtenAs("header-name")
-        .says("Name of the second header."),
+        .help("Apply the list of exclusions; counts in the gateway's own disclaimer only."),
+    text("first-name", AT(first_name)).syntax("header-name").help("Name of the first header."),
+    text("first-value", AT(first_value)).syntax("header-value").help("Value of the first header."),
+    text("second-name", AT(second_name)).syntax("header-name").help("Name of the second header."),
     text("second-value", AT(second_value))
-        .writtenAs("header-value")
-        .says("Value of the second header."),
+        .syntax("header-value")
+        .help("Value of the second header."),
     reserved("reserved-12577", AT(reserved_12577)),
 };
 }  // namespace of_aps_mail_disclaimer
@@ -47,18 +43,18 @@ static_assert(coversEveryByte(kDisclaimerType) && isWellFormed(kDisclaimerType))
 namespace of_aps_gw_server {
 using Record = ::__aps_gw_server;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().writtenAs("domain").says("The domain."),
+    text("name", AT(name)).required().syntax("domain").help("The domain."),
     ownId("id", AT(id)),
     textReference("alias-of", AT(alias_of), GID_PROTECTED_DOMAIN)
-        .says("The protected domain of which this one is an alias."),
+        .help("The protected domain of which this one is an alias."),
     reserved("reserved-516", AT(reserved_516)),
     words("disclaimer-mode", AT(disclaimer_mode), kDisclaimerModes)
-        .byDefault(1)
-        .says("Whose disclaimer the domain's messages get."),
-    embedded("disclaimer", AT(disclaimer), &kDisclaimerType).says("The domain's own disclaimer."),
+        .defaultsTo(1)
+        .help("Whose disclaimer the domain's messages get."),
+    embedded("disclaimer", AT(disclaimer), &kDisclaimerType).help("The domain's own disclaimer."),
     reserved("reserved-15324", AT(reserved_15324)),
     configurationDomain("configuration-domain", AT(configuration_domain))
-        .says("Number of the domain's own configuration."),
+        .help("Number of the domain's own configuration."),
 };
 }  // namespace of_aps_gw_server
 constexpr RecordType kProtectedDomainType{"__aps_gw_server", sizeof(::__aps_gw_server),
@@ -70,11 +66,11 @@ using Record = ::__aps_mail_disclaimer_exclude;
 constexpr Field kFields[] = {
     ownId("id", AT(id)),
     reserved("reserved-4", AT(reserved_4)),
-    text("sender", AT(sender)).byDefault("*").writtenAs("pattern").says("Pattern of senders."),
+    text("sender", AT(sender)).defaultsTo("*").syntax("pattern").help("Pattern of senders."),
     text("recipient", AT(recipient))
-        .byDefault("*")
-        .writtenAs("pattern")
-        .says("Pattern of recipients."),
+        .defaultsTo("*")
+        .syntax("pattern")
+        .help("Pattern of recipients."),
 };
 }  // namespace of_aps_mail_disclaimer_exclude
 constexpr RecordType kDisclaimerExclusionType{"__aps_mail_disclaimer_exclude",

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
-// Disclaimers added to messages: the gateway's, or a protected domain's own.
+// Disclaimers added to messages: of the gateway or of a protected domain.
 struct __aps_mail_disclaimer {
   std::uint32_t first_header_enabled;   // 0
   std::uint32_t first_text_enabled;     // 4

@@ -1,7 +1,7 @@
-// What a record's bytes mean, told once.
+// The meaning of a record's bytes, described once.
 //
 // Every record type has one constexpr table of fields. The text reader and writer, the schema, the
-// generated documentation, `vexactl` and the secrets mask all read that table and nothing else; a
+// generated documentation, `vexactl` and the secrets mask all read that table and nothing else. A
 // compile-time check proves that it covers every byte of the struct.
 #pragma once
 
@@ -11,11 +11,9 @@
 #include <span>
 #include <string_view>
 
-#include "platform/config/records/Gid.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav::Config {
-
-struct RecordType;
 
 enum class Kind : std::uint8_t {
   kReserved,  // no meaning; always zero
@@ -29,12 +27,12 @@ enum class Kind : std::uint8_t {
   kReference,      // 32-bit id of a record of table `target`, 0 for none; written by name
   kTextReference,  // char[size]: the name of a record of table `target`, empty for none
   kId,             // the record's own 32-bit id
-  kDomain,  // 32-bit configuration domain id the record belongs to; filled in when it is loaded
+  kDomain,         // 32-bit configuration domain id of the record; loading fills it in
   kConfigurationDomain,  // 32-bit configuration domain that a protected domain owns, 0 for none
   kAddressMask,          // ip_mask_t, 24 bytes; written as text
   kStruct,               // an embedded record of type `element`
   kList,   // 64-bit count at `offset`, pointer to `element`s at `offset + 8`; size is 16
-  kArray,  // 64-bit count at `offset`, up to `capacity` `element`s inline from `offset + 8` on
+  kArray,  // 64-bit count at `offset`, up to `capacity` inline `element`s from `offset + 8`
 };
 
 // A word of the text form for a stored value.
@@ -58,21 +56,20 @@ struct Field {
   G_CLI_GID target = {};                         // kReference, kTextReference
   std::span<const G_CLI_GID> alternatives = {};  // further tables a kTextReference may name
   const RecordType* element = nullptr;           // kStruct, kList, kArray
-  std::uint32_t capacity =
-      0;  // kArray; for kList the most entries that are accepted, 0: any number
+  // kArray; of a kList the most entries that are accepted, 0: any number
+  std::uint32_t capacity = 0;
   std::string_view unit = {};    // for people: "KiB", "days", "minutes"
   std::string_view help = {};    // one line: what it does
-  std::string_view syntax = {};  // what a text must be: "pattern", "regex", "email", "email-list",
-                                 // "ip-mask", "host", "domain", "local-part"
-  bool secret = false;           // masked unless asked for
+  std::string_view syntax = {};  // what a text must be, see text/Syntax.h
+  bool secret = false;           // masked by default
   bool required = false;         // the text form must give it
   bool wordsOnly = false;        // kEnum: a number that has no word is refused
-  std::string_view part =
-      {};  // the criterion of the record whose part it is; not written by itself
+  // Name of the criterion that writes this field; empty for a field written by itself.
+  std::string_view part = {};
 };
 
-// Whom a record applies to, in one value of the text form ("any", "@example.com",
-// "group:partners"), kept in several fields: how it is given, its text or mask, its group.
+// One value of the text form ("any", "@example.com", "group:partners") that is stored in several
+// fields: the form, the text or mask, the group.
 struct Criterion {
   enum FormOf : std::uint8_t {
     kAny,                   // any
@@ -87,7 +84,7 @@ struct Criterion {
   };
   struct Form {
     FormOf form;
-    std::uint32_t value;  // of the field that says how it is given
+    std::uint32_t value;  // of the field `kind`
   };
   std::string_view name;
   // Names of the fields; empty for none.
@@ -106,7 +103,7 @@ struct RecordType {
   std::span<const Criterion> criteria = {};
 };
 
-// How a table is kept and written.
+// How many records a table holds, and in which domains.
 enum class Scope : std::uint8_t {
   kSystemSingle,  // one record, in domain 0, always present (defaults when never written)
   kSystemList,    // ordered records in domain 0
@@ -119,30 +116,27 @@ struct Table {
   std::string_view singular;  // for people: "antispam profile"
   const RecordType* type;
   Scope scope;
-  std::uint32_t idOffset;    // of the record's 32-bit id; meaningless for kSystemSingle
+  std::uint32_t idOffset;    // of the record's 32-bit id; unused for kSystemSingle
   std::uint32_t nameOffset;  // of the record's name or other unique text; kNoName when it has none
   std::string_view help;
-  // Of a table whose records the text form writes inside those of another one.
+  // For a table whose records the text form writes inside those of another table:
   G_CLI_GID owner = {};              // the other table; 0 for none
   std::string_view ownerField = {};  // this record's reference to its owner
   std::string_view keyInOwner = {};  // in the text form of the owner
 };
 inline constexpr std::uint32_t kNoName = 0xffffffff;
 
-// All tables that the store knows, in the order in which they are written. Declared in Tables.h.
-
-// True when the fields cover every byte of the record, none outside it, and no byte twice except by
-// bits.
+// True when the fields cover every byte of the record once, except for bits, which share bytes.
 constexpr bool coversEveryByte(const RecordType& type) {
   std::uint32_t next = 0;
-  std::uint32_t bitsFrom = 0;  // start of the run of bits being read
+  std::uint32_t bitsFrom = 0;  // start of the current run of bits
   bool inBits = false;
   for (const Field& field : type.fields) {
     const std::uint32_t size =
         field.kind == Kind::kArray ? field.size : (field.kind == Kind::kList ? 16u : field.size);
     if (size == 0 || field.offset + size > type.size) return false;
     if (field.kind == Kind::kBit) {
-      if (inBits && field.offset == bitsFrom) continue;  // a further bit of the same word
+      if (inBits && field.offset == bitsFrom) continue;  // another bit of the same word
       if (field.offset != next) return false;
       bitsFrom = field.offset;
       inBits = true;

@@ -18,7 +18,7 @@ std::byte* at(const Field& field, void* record) {
   return static_cast<std::byte*>(record) + field.offset;
 }
 
-// Little-endian, as the records are.
+// Records are little-endian.
 std::uint64_t load(const std::byte* from, std::uint32_t size) {
   std::uint64_t value = 0;
   std::memcpy(&value, from, size <= sizeof value ? size : sizeof value);
@@ -140,7 +140,7 @@ Entries readEntries(const Field& field, const void* record) {
   entries.count = load(at(field, record), 8);
   if (field.kind == Kind::kArray) {
     entries.first = at(field, record) + 8;
-    // The upper half of the count may belong to a 32-bit count's reserved neighbour.
+    // An array with a 32-bit count has reserved bytes in the upper half.
     if (entries.count > field.capacity) entries.count = field.capacity;
   } else {
     std::memcpy(&entries.first, at(field, record) + 8, sizeof entries.first);

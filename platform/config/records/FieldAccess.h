@@ -1,7 +1,7 @@
-// Reading and writing the fields of records by their description.
+// Reads and writes the fields of records by their description.
 //
-// Records are plain memory; nothing here keeps a pointer into one. Reading tolerates whatever bytes
-// a record holds: texts without an end, counts beyond a list's capacity.
+// Records are plain memory; nothing here keeps a pointer into one. Any bytes can be read: texts
+// without an end, counts beyond a list's capacity.
 #pragma once
 
 #include <cstddef>
@@ -18,9 +18,9 @@ namespace Kestrav::Config {
 KESTRAV_API const Field* findField(const RecordType& type, std::string_view name);
 KESTRAV_API const Criterion* findCriterion(const RecordType& type, std::string_view name);
 
-// Numbers: every kind but texts, floats, masks, structures and lists; a bit is 0 or 1.
+// For every kind except texts, floats, masks, structures and lists; a bit is 0 or 1.
 KESTRAV_API std::int64_t readNumber(const Field& field, const void* record);
-// False, with nothing written, when the field cannot hold the value; its range does not count.
+// False, with nothing written, when the field cannot hold the value. Does not check the range.
 KESTRAV_API bool writeNumber(const Field& field, void* record, std::int64_t value);
 
 KESTRAV_API double readReal(const Field& field, const void* record);
@@ -28,13 +28,13 @@ KESTRAV_API void writeReal(const Field& field, void* record, double value);
 
 // Texts and references by text. The view lives as long as the record.
 KESTRAV_API std::string_view readText(const Field& field, const void* record);
-// False, with nothing written, when the text is too long or holds a NUL. Bytes behind the text
+// False, with nothing written, when the text is too long or holds a NUL. Bytes after the text
 // become zero.
 KESTRAV_API bool writeText(const Field& field, void* record, std::string_view value);
 
-// Masks as text: "any", an address, a prefix or a range; empty for a null or unreadable one.
+// A mask as text: "any", an address, a prefix or a range; empty for a null or invalid one.
 KESTRAV_API std::string readMask(const Field& field, const void* record);
-// False, with nothing written, when the text is no mask or one that does not fit.
+// False, with nothing written, when the text is no mask or does not fit.
 KESTRAV_API bool writeMask(const Field& field, void* record, std::string_view value);
 
 // The entries of a list or an array.
@@ -63,8 +63,7 @@ KESTRAV_API bool sameRecord(const RecordType& type, const void* a, const void* b
 // True when the field holds its default.
 KESTRAV_API bool holdsDefault(const RecordType& type, const Field& field, const void* record);
 
-// One value for people, on one line: texts quoted, words for numbers where there are some,
-// references as
+// One value for people, on one line: texts quoted, numbers as words if they have one, references as
 // "#7", lists by the number of their entries. Secrets are masked.
 KESTRAV_API std::string describeField(const Field& field, const void* record);
 

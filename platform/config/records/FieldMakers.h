@@ -1,86 +1,80 @@
-// How the records' field tables are written: one maker per kind of field, refined by what is said
-// after it.
+// Writes the records' field tables: a function for each kind of field, refined by further calls.
 //
-//   text("name", AT(name)).needed().says("Name by which policies refer to the profile."),
+//   text("name", AT(name)).required().help("Name by which policies refer to the profile."),
 //
-// Only for the sources that hold the tables. AT expects the record's type under the name Record.
+// Only for the sources that hold the tables. AT expects an alias Record of the record's type.
 #pragma once
 
 #include <cstddef>
 
 #include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 
 #define AT(member) offsetof(Record, member), sizeof(Record::member)
 
 namespace Kestrav::Config::FieldMakers {
 
-inline constexpr std::int64_t kAnyMaximum = -1;  // the greatest that the field holds
+inline constexpr std::int64_t kAnyMaximum = -1;  // the greatest value that the field can hold
 
-struct FieldMaker : Field {
-  constexpr FieldMaker says(std::string_view line) const {
-    FieldMaker made = *this;
-    made.help = line;
-    return made;
+// Each call sets the member of Field that has its name.
+struct FieldMaker {
+  Field field;
+
+  constexpr operator Field() const { return field; }
+
+  constexpr FieldMaker& help(std::string_view line) {
+    field.help = line;
+    return *this;
   }
-  constexpr FieldMaker needed() const {
-    FieldMaker made = *this;
-    made.required = true;
-    return made;
+  constexpr FieldMaker& required() {
+    field.required = true;
+    return *this;
   }
-  constexpr FieldMaker keptSecret() const {
-    FieldMaker made = *this;
-    made.secret = true;
-    return made;
+  constexpr FieldMaker& secret() {
+    field.secret = true;
+    return *this;
   }
-  constexpr FieldMaker onlyByWord() const {
-    FieldMaker made = *this;
-    made.wordsOnly = true;
-    return made;
+  constexpr FieldMaker& wordsOnly() {
+    field.wordsOnly = true;
+    return *this;
   }
-  constexpr FieldMaker byDefault(int value) const {
-    FieldMaker made = *this;
-    made.defaultValue = value;
-    return made;
+  constexpr FieldMaker& defaultsTo(int value) {
+    field.defaultValue = value;
+    return *this;
   }
-  constexpr FieldMaker byDefault(double value) const {
-    FieldMaker made = *this;
-    made.defaultFloat = value;
-    return made;
+  constexpr FieldMaker& defaultsTo(double value) {
+    field.defaultFloat = value;
+    return *this;
   }
-  constexpr FieldMaker byDefault(const char* value) const {
-    FieldMaker made = *this;
-    made.defaultText = value;
-    return made;
+  constexpr FieldMaker& defaultsTo(const char* value) {
+    field.defaultText = value;
+    return *this;
   }
-  constexpr FieldMaker within(std::int64_t low, std::int64_t high) const {
-    FieldMaker made = *this;
-    made.minimum = low;
-    if (high != kAnyMaximum) made.maximum = high;
-    return made;
+  constexpr FieldMaker& range(std::int64_t low, std::int64_t high) {
+    field.minimum = low;
+    if (high != kAnyMaximum) field.maximum = high;
+    return *this;
   }
-  constexpr FieldMaker measuredIn(std::string_view word) const {
-    FieldMaker made = *this;
-    made.unit = word;
-    return made;
+  constexpr FieldMaker& unit(std::string_view word) {
+    field.unit = word;
+    return *this;
   }
-  constexpr FieldMaker writtenAs(std::string_view form) const {
-    FieldMaker made = *this;
-    made.syntax = form;
-    return made;
+  constexpr FieldMaker& syntax(std::string_view form) {
+    field.syntax = form;
+    return *this;
   }
-  constexpr FieldMaker partOf(std::string_view criterion) const {
-    FieldMaker made = *this;
-    made.part = criterion;
-    return made;
+  constexpr FieldMaker& part(std::string_view criterion) {
+    field.part = criterion;
+    return *this;
   }
 };
 
 constexpr FieldMaker make(Kind kind, std::string_view name, std::size_t offset, std::size_t size) {
   FieldMaker made;
-  made.kind = kind;
-  made.name = name;
-  made.offset = static_cast<std::uint32_t>(offset);
-  made.size = static_cast<std::uint32_t>(size);
+  made.field.kind = kind;
+  made.field.name = name;
+  made.field.offset = static_cast<std::uint32_t>(offset);
+  made.field.size = static_cast<std::uint32_t>(size);
   return made;
 }
 
@@ -92,13 +86,13 @@ constexpr FieldMaker text(std::string_view name, std::size_t offset, std::size_t
 }
 constexpr FieldMaker number(std::string_view name, std::size_t offset, std::size_t size) {
   FieldMaker made = make(Kind::kUnsigned, name, offset, size);
-  if (size < 8) made.maximum = (std::int64_t{1} << (8 * size)) - 1;
+  if (size < 8) made.field.maximum = (std::int64_t{1} << (8 * size)) - 1;
   return made;
 }
 constexpr FieldMaker signedNumber(std::string_view name, std::size_t offset, std::size_t size) {
   FieldMaker made = make(Kind::kSigned, name, offset, size);
-  if (size < 8) made.maximum = (std::int64_t{1} << (8 * size - 1)) - 1;
-  made.minimum = -made.maximum - 1;
+  if (size < 8) made.field.maximum = (std::int64_t{1} << (8 * size - 1)) - 1;
+  made.field.minimum = -made.field.maximum - 1;
   return made;
 }
 constexpr FieldMaker real(std::string_view name, std::size_t offset, std::size_t size) {
@@ -107,29 +101,32 @@ constexpr FieldMaker real(std::string_view name, std::size_t offset, std::size_t
 constexpr FieldMaker boolean(std::string_view name, std::size_t offset, std::size_t size) {
   return make(Kind::kBool, name, offset, size);
 }
-constexpr FieldMaker bit(std::string_view name, std::size_t offset, std::size_t size, int number) {
+// `position` is one of the record's enumeration Bit, within the `size` bytes at `offset`.
+constexpr FieldMaker bit(std::string_view name, std::size_t offset, std::size_t size,
+                         std::size_t position) {
+  if (position / 8 < offset || position / 8 >= offset + size) throw "a bit of other bytes";
   FieldMaker made = make(Kind::kBit, name, offset, size);
-  made.bit = static_cast<std::uint8_t>(number);
+  made.field.bit = static_cast<std::uint8_t>(position - 8 * offset);
   return made;
 }
 constexpr FieldMaker words(std::string_view name, std::size_t offset, std::size_t size,
                            std::span<const Choice> choices) {
   FieldMaker made = make(Kind::kEnum, name, offset, size);
-  made.choices = choices;
-  made.maximum = (std::int64_t{1} << (8 * size)) - 1;
+  made.field.choices = choices;
+  made.field.maximum = (std::int64_t{1} << (8 * size)) - 1;
   return made;
 }
 constexpr FieldMaker reference(std::string_view name, std::size_t offset, std::size_t size,
                                G_CLI_GID target) {
   FieldMaker made = make(Kind::kReference, name, offset, size);
-  made.target = target;
+  made.field.target = target;
   return made;
 }
 constexpr FieldMaker textReference(std::string_view name, std::size_t offset, std::size_t size,
                                    G_CLI_GID target, std::span<const G_CLI_GID> alternatives = {}) {
   FieldMaker made = make(Kind::kTextReference, name, offset, size);
-  made.target = target;
-  made.alternatives = alternatives;
+  made.field.target = target;
+  made.field.alternatives = alternatives;
   return made;
 }
 constexpr FieldMaker ownId(std::string_view name, std::size_t offset, std::size_t size) {
@@ -148,21 +145,21 @@ constexpr FieldMaker addressMask(std::string_view name, std::size_t offset, std:
 constexpr FieldMaker embedded(std::string_view name, std::size_t offset, std::size_t size,
                               const RecordType* element) {
   FieldMaker made = make(Kind::kStruct, name, offset, size);
-  made.element = element;
+  made.field.element = element;
   return made;
 }
-// `offset` is that of the count; the pointer follows it.
+// `offset` is that of the count, which the pointer follows.
 constexpr FieldMaker list(std::string_view name, std::size_t offset, const RecordType* element) {
   FieldMaker made = make(Kind::kList, name, offset, 16);
-  made.element = element;
+  made.field.element = element;
   return made;
 }
 // `size` is that of the count and all elements.
 constexpr FieldMaker array(std::string_view name, std::size_t offset, std::size_t size,
                            const RecordType* element, int capacity) {
   FieldMaker made = make(Kind::kArray, name, offset, size);
-  made.element = element;
-  made.capacity = static_cast<std::uint32_t>(capacity);
+  made.field.element = element;
+  made.field.capacity = static_cast<std::uint32_t>(capacity);
   return made;
 }
 
@@ -173,8 +170,7 @@ constexpr const Field* fieldNamed(const RecordType& type, std::string_view name)
   return nullptr;
 }
 
-// True when names are unique, numbers lie within their fields and every criterion names fields that
-// exist.
+// True when names are unique, numbers fit their fields and criteria name existing fields.
 constexpr bool isWellFormed(const RecordType& type) {
   for (const Field& field : type.fields) {
     if (field.name.empty() || fieldNamed(type, field.name) != &field) return false;
@@ -182,7 +178,6 @@ constexpr bool isWellFormed(const RecordType& type) {
         field.help.empty()) {
       return false;
     }
-    if (field.kind == Kind::kBit && field.bit >= 8 * field.size) return false;
     if (field.kind == Kind::kText && field.defaultText.size() >= field.size) return false;
     const bool numeric =
         field.kind == Kind::kUnsigned || field.kind == Kind::kSigned || field.kind == Kind::kEnum;

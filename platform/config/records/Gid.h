@@ -1,10 +1,9 @@
 // Table numbers of the configuration store.
 //
-// The numbers are fixed: they stand in every store and in every journal entry.
+// The numbers never change: rows and journal entries carry them.
 #pragma once
 
-// Configuration domain identifier; 0 is the system domain.
-typedef unsigned int ngid_t;
+#include "platform/config/records/Forward.h"
 
 enum G_CLI_GID : unsigned int {
   GID_MAIL_DISCLAIMER = 17,

@@ -8,9 +8,9 @@ using namespace FieldMakers;
 namespace of_vexa_email_address_group {
 using Record = ::__vexa_email_address_group;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the group."),
+    text("name", AT(name)).required().help("Name of the group."),
     list("members", offsetof(Record, member_count), &kEmailSlotType)
-        .says("E-mail addresses, possibly with wildcards."),
+        .help("E-mail addresses, possibly with wildcards."),
     ownId("id", AT(id)),
     reserved("reserved-60", AT(reserved_60)),
 };
@@ -23,7 +23,7 @@ static_assert(coversEveryByte(kEmailGroupType) && isWellFormed(kEmailGroupType))
 namespace of_vexa_ip_address_entry {
 using Record = ::__vexa_ip_address_entry;
 constexpr Field kFields[] = {
-    addressMask("address", AT(mask)).needed().says("Address, prefix or IPv4 range."),
+    addressMask("address", AT(mask)).required().help("Address, prefix or IPv4 range."),
 };
 }  // namespace of_vexa_ip_address_entry
 constexpr RecordType kIpEntryType{"__vexa_ip_address_entry", sizeof(::__vexa_ip_address_entry),
@@ -33,9 +33,9 @@ static_assert(coversEveryByte(kIpEntryType) && isWellFormed(kIpEntryType));
 namespace of_vexa_ip_address_group {
 using Record = ::__vexa_ip_address_group;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the group."),
+    text("name", AT(name)).required().help("Name of the group."),
     list("members", offsetof(Record, member_count), &kIpEntryType)
-        .says("Addresses, prefixes and IPv4 ranges."),
+        .help("Addresses, prefixes and IPv4 ranges."),
     ownId("id", AT(id)),
     reserved("reserved-60", AT(reserved_60)),
 };

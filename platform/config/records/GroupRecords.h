@@ -6,7 +6,7 @@
 
 #include "platform/common/Export.h"
 #include "platform/common/IpTypes.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/SharedRecords.h"
 
 // A named group of e-mail addresses.

@@ -78,6 +78,13 @@ void* OwnedRecord::append(const Field& list) {
   return entry;
 }
 
+void* OwnedRecord::appendAt(std::size_t offset) {
+  for (const Field& field : type_->fields) {
+    if (field.offset == offset && field.element != nullptr) return append(field);
+  }
+  return nullptr;
+}
+
 void OwnedRecord::clear(const Field& list) {
   setCount(list, data(), 0);
   if (list.kind == Kind::kArray) {

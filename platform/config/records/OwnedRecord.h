@@ -1,8 +1,7 @@
-// A record in memory of its own, lists included: what readers of configuration texts and tests
-// build before they hand it to the store.
+// A record that owns its memory and lists. The text form and tests build records with it.
 //
-// A value; copies are independent. The record's list pointers are always set, and stay valid while
-// the object is moved but not when its lists grow.
+// A value; copies are independent. The record's list pointers are always set. A move keeps them
+// valid, append() does not.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +10,7 @@
 #include <vector>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav::Config {
 
@@ -19,7 +18,7 @@ class KESTRAV_API OwnedRecord {
  public:
   // All fields at their defaults.
   explicit OwnedRecord(const RecordType& type);
-  // A copy of `record`, which is of that type, and of its lists.
+  // Copies `record` and its lists. REQUIRES: it is of that type.
   OwnedRecord(const RecordType& type, const void* record);
   OwnedRecord(const OwnedRecord& other);
   OwnedRecord& operator=(const OwnedRecord& other);
@@ -38,9 +37,11 @@ class KESTRAV_API OwnedRecord {
     return static_cast<const Rec*>(data());
   }
 
-  // Adds an entry, at its defaults, to a list or an array of this record and returns it; null when
-  // the list is full. The entry stays where it is until the next one is added to the same list.
+  // Adds an entry with default values to a list or an array of this record and returns it; null
+  // when the list is full. The pointer is valid until the next append to the same list.
   void* append(const Field& list);
+  // The same for the list or array whose count is at `offset`; null also when there is none.
+  void* appendAt(std::size_t offset);
   // Removes all entries.
   void clear(const Field& list);
 

@@ -5,12 +5,13 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
-// How a client or server is given: __qv_ip_policy::client_kind, server_kind.
+#include "platform/config/records/Forward.h"
+
+// The form of a client or server criterion: __qv_ip_policy::client_kind, server_kind.
 enum class PeerKind : unsigned char { kAny = 0, kMask = 1, kGroup = 2 };
-// How a sender or recipient is given: __vexa_recipient_policy::sender_kind, recipient_kind. A
-// domain is held without "@", with subdomains without the leading dot as well; a regular expression
-// without slashes.
+// The form of a sender or recipient criterion: __vexa_recipient_policy::sender_kind,
+// recipient_kind. The text of a domain has no "@" and no leading dot, that of a regular expression
+// no slashes.
 enum class AddressKind : unsigned char {
   kAny = 0,
   kAddress = 1,
@@ -24,6 +25,12 @@ enum class AddressKind : unsigned char {
 // The policy of a connection, chosen by client and server address; the first enabled match in
 // order wins.
 struct __qv_ip_policy {
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kExclusive = 112 * 8 + 0,
+    kAuthFlag1 = 112 * 8 + 1,
+    kAuthFlag2 = 112 * 8 + 2,
+  };
+
   std::int32_t id;                  // 0
   char name[64];                    // 4
   unsigned char enabled;            // 68
@@ -39,7 +46,6 @@ struct __qv_ip_policy {
   std::uint32_t client_group;       // 100
   std::uint32_t server_group;       // 104
   std::uint32_t auth_value;         // 108
-  // Bits: 0 exclusive, 1 auth-flag-1, 2 auth-flag-2.
   unsigned char flags;              // 112
   unsigned char reserved_113[103];  // 113
   std::uint32_t ngid;               // 216
@@ -70,28 +76,31 @@ static_assert(offsetof(__qv_ip_policy, server) == 348);
 // The policy of an envelope recipient, chosen by sender and recipient; the first enabled match
 // in order wins.
 struct __vexa_recipient_policy {
-  std::int32_t id;                  // 0
-  char name[64];                    // 4
-  unsigned char enabled;            // 68
-  unsigned char sender_kind;        // 69
-  unsigned char recipient_kind;     // 70
-  unsigned char reserved_71;        // 71
-  std::uint32_t sender_group;       // 72
-  std::uint32_t recipient_group;    // 76
-  char sender[257];                 // 80
-  char recipient[257];              // 337
-  unsigned char reserved_594[438];  // 594
-  unsigned char auth_flag_3;        // 1032
-  unsigned char reserved_1033[7];   // 1033
-  std::uint32_t antispam_profile;   // 1040
-  std::uint32_t antivirus_profile;  // 1044
-  std::uint32_t reserved_1048;      // 1048
-  std::uint32_t content_profile;    // 1052
-  std::uint32_t dlp_profile;        // 1056
-  unsigned char reserved_1060[12];  // 1060
-  std::uint32_t auth_value;         // 1072
-  unsigned char reserved_1076[2];   // 1076
-  // Bits: 2 auth-flag-1.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kAuthFlag1 = 1078 * 8 + 2,
+  };
+
+  std::int32_t id;                   // 0
+  char name[64];                     // 4
+  unsigned char enabled;             // 68
+  unsigned char sender_kind;         // 69
+  unsigned char recipient_kind;      // 70
+  unsigned char reserved_71;         // 71
+  std::uint32_t sender_group;        // 72
+  std::uint32_t recipient_group;     // 76
+  char sender[257];                  // 80
+  char recipient[257];               // 337
+  unsigned char reserved_594[438];   // 594
+  unsigned char auth_flag_3;         // 1032
+  unsigned char reserved_1033[7];    // 1033
+  std::uint32_t antispam_profile;    // 1040
+  std::uint32_t antivirus_profile;   // 1044
+  std::uint32_t reserved_1048;       // 1048
+  std::uint32_t content_profile;     // 1052
+  std::uint32_t dlp_profile;         // 1056
+  unsigned char reserved_1060[12];   // 1060
+  std::uint32_t auth_value;          // 1072
+  unsigned char reserved_1076[2];    // 1076
   unsigned char auth_flags;          // 1078
   unsigned char auth_flag_2;         // 1079
   unsigned char reserved_1080[104];  // 1080

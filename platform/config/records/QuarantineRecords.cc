@@ -8,7 +8,7 @@ using namespace FieldMakers;
 namespace of_aps_systemquarantine_folders {
 using Record = ::__aps_systemquarantine_folders;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().says("Name of the folder, UTF-8."),
+    text("name", AT(name)).required().help("Name of the folder, UTF-8."),
     ownId("id", AT(id)),
 };
 }  // namespace of_aps_systemquarantine_folders

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 // A folder of the system quarantine.
 struct __aps_systemquarantine_folders {

@@ -6,28 +6,49 @@
 
 #include "platform/common/Export.h"
 #include "platform/common/IpTypes.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 #include "platform/config/records/SharedRecords.h"
 
 // What a connection may do on receipt, and what is changed on delivery.
 struct __qv_ip_profile {
-  char name[256];                  // 0
-  std::uint32_t id;                // 256
-  unsigned char reserved_260[36];  // 260
-  std::uint32_t moving_total_1;    // 296
-  std::uint32_t moving_total_2;    // 300
-  std::uint32_t moving_total_3;    // 304
-  std::int32_t max_concurrent;     // 308
-  std::uint32_t reserved_312;      // 312
-  // Bits: 5 refuse-invalid-helo-domain, 6 resolve-sender-domain, 7 resolve-recipient-domain.
-  unsigned char domain_checks;  // 316
-  // Bits: 0 refuse-empty-domains, 2 strict-commands, 4 three-way-domain-check.
-  unsigned char command_checks;  // 317
-  // Bits: 0 sender-validation-1, 1 dkim-1, 2 dkim-2, 3 sender-validation-2, 5 sender-
-  // validation-3, 6 use-sender-allow-list, 7 use-sender-discard-list.
-  unsigned char validation_checks;  // 318
-  // Bits: 0 use-recipient-allow-list, 1 use-recipient-discard-list, 2 remove-headers, 3 hide-
-  // received, 4 sender-reputation, 5 mms-sender-reputation.
+  enum Bit : std::uint32_t {  // byte * 8 + bit
+    kRefuseInvalidHeloDomain = 316 * 8 + 5,
+    kResolveSenderDomain = 316 * 8 + 6,
+    kResolveRecipientDomain = 316 * 8 + 7,
+    kRefuseEmptyDomains = 317 * 8 + 0,
+    kStrictCommands = 317 * 8 + 2,
+    kThreeWayDomainCheck = 317 * 8 + 4,
+    kSenderValidation1 = 318 * 8 + 0,
+    kDkim1 = 318 * 8 + 1,
+    kDkim2 = 318 * 8 + 2,
+    kSenderValidation2 = 318 * 8 + 3,
+    kSenderValidation3 = 318 * 8 + 5,
+    kUseSenderAllowList = 318 * 8 + 6,
+    kUseSenderDiscardList = 318 * 8 + 7,
+    kUseRecipientAllowList = 319 * 8 + 0,
+    kUseRecipientDiscardList = 319 * 8 + 1,
+    kRemoveHeaders = 319 * 8 + 2,
+    kHideReceived = 319 * 8 + 3,
+    kSenderReputation = 319 * 8 + 4,
+    kMmsSenderReputation = 319 * 8 + 5,
+    kRewriteEnvelopeFrom = 496 * 8 + 0,
+    kRewriteHeaderFrom = 496 * 8 + 1,
+    kRewriteHeaderReplyTo = 496 * 8 + 2,
+    kRewriteEnvelopeRecipient = 496 * 8 + 3,
+    kRewriteHeaderToAndCc = 496 * 8 + 4,
+  };
+
+  char name[256];                                     // 0
+  std::uint32_t id;                                   // 256
+  unsigned char reserved_260[36];                     // 260
+  std::uint32_t moving_total_1;                       // 296
+  std::uint32_t moving_total_2;                       // 300
+  std::uint32_t moving_total_3;                       // 304
+  std::int32_t max_concurrent;                        // 308
+  std::uint32_t reserved_312;                         // 312
+  unsigned char domain_checks;                        // 316
+  unsigned char command_checks;                       // 317
+  unsigned char validation_checks;                    // 318
   unsigned char list_checks;                          // 319
   std::uint32_t reserved_320;                         // 320
   std::uint32_t sender_validation_value;              // 324
@@ -60,19 +81,17 @@ struct __qv_ip_profile {
   const aps_bounded_string* recipient_allow_list;     // 472
   std::uint64_t recipient_discard_count;              // 480
   const aps_bounded_string* recipient_discard_list;   // 488
-  // Bits: 0 rewrite-envelope-from, 1 rewrite-header-from, 2 rewrite-header-reply-to, 3
-  // rewrite-envelope-recipient, 4 rewrite-header-to-and-cc.
-  unsigned char rewrite_targets;            // 496
-  unsigned char reserved_497[39];           // 497
-  std::uint32_t recipient_address_map;      // 536
-  std::uint32_t sender_address_map;         // 540
-  std::uint32_t reserved_544;               // 544
-  std::uint32_t acl_ruleset;                // 548
-  std::int32_t remote_syslog_id;            // 552
-  std::uint32_t bounce_profile;             // 556
-  unsigned char sender_validation_4;        // 560
-  unsigned char reserved_561[3];            // 561
-  std::uint32_t sender_validation_value_2;  // 564
+  unsigned char rewrite_targets;                      // 496
+  unsigned char reserved_497[39];                     // 497
+  std::uint32_t recipient_address_map;                // 536
+  std::uint32_t sender_address_map;                   // 540
+  std::uint32_t reserved_544;                         // 544
+  std::uint32_t acl_ruleset;                          // 548
+  std::int32_t remote_syslog_id;                      // 552
+  std::uint32_t bounce_profile;                       // 556
+  unsigned char sender_validation_4;                  // 560
+  unsigned char reserved_561[3];                      // 561
+  std::uint32_t sender_validation_value_2;            // 564
 };
 typedef struct __qv_ip_profile qv_ip_profile;
 static_assert(sizeof(__qv_ip_profile) == 568);

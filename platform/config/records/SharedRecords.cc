@@ -16,10 +16,10 @@ namespace of_cfg_as_email_address_modification {
 using Record = ::cfg_as_email_address_modification_;
 constexpr Field kFields[] = {
     words("kind", AT(kind), kAddressModificationKinds)
-        .says("What becomes of this part of the address."),
+        .help("What becomes of this part of the address."),
     text("text", AT(text))
-        .writtenAs("rewrite-text")
-        .says("Text put before, after or in place of the part."),
+        .syntax("rewrite-text")
+        .help("Text put before, after or in place of the part."),
 };
 }  // namespace of_cfg_as_email_address_modification
 constexpr RecordType kAddressModificationType{"cfg_as_email_address_modification_",
@@ -30,7 +30,7 @@ static_assert(coversEveryByte(kAddressModificationType) && isWellFormed(kAddress
 namespace of_aps_fqdn_t {
 using Record = ::aps_fqdn_t;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().writtenAs("host").says("Host name."),
+    text("name", AT(name)).required().syntax("host").help("Host name."),
 };
 }  // namespace of_aps_fqdn_t
 constexpr RecordType kHostEntryType{"aps_fqdn_t", sizeof(::aps_fqdn_t), of_aps_fqdn_t::kFields};
@@ -40,9 +40,9 @@ namespace of_aps_bounded_string {
 using Record = ::aps_bounded_string;
 constexpr Field kFields[] = {
     text("text", AT(text))
-        .needed()
-        .writtenAs("address-entry")
-        .says("Address, domain, IP address or mask."),
+        .required()
+        .syntax("address-entry")
+        .help("Address, domain, IP address or mask."),
 };
 }  // namespace of_aps_bounded_string
 constexpr RecordType kAddressEntryType{"aps_bounded_string", sizeof(::aps_bounded_string),
@@ -52,7 +52,7 @@ static_assert(coversEveryByte(kAddressEntryType) && isWellFormed(kAddressEntryTy
 namespace of_aps_hideheader_list_t {
 using Record = ::__aps_hideheader_list_t;
 constexpr Field kFields[] = {
-    text("name", AT(name)).needed().writtenAs("header-name").says("Name of the header."),
+    text("name", AT(name)).required().syntax("header-name").help("Name of the header."),
 };
 }  // namespace of_aps_hideheader_list_t
 constexpr RecordType kHeaderNameType{"__aps_hideheader_list_t", sizeof(::__aps_hideheader_list_t),
@@ -63,9 +63,9 @@ namespace of_aps_email_address_t {
 using Record = ::aps_email_address_t;
 constexpr Field kFields[] = {
     text("text", AT(text))
-        .needed()
-        .writtenAs("pattern")
-        .says("E-mail address, possibly with wildcards."),
+        .required()
+        .syntax("pattern")
+        .help("E-mail address, possibly with wildcards."),
 };
 }  // namespace of_aps_email_address_t
 constexpr RecordType kEmailSlotType{"aps_email_address_t", sizeof(::aps_email_address_t),

@@ -1,14 +1,13 @@
-// Pieces that several records are made of: bounded texts, the halves of an address rewriting
-// rule, lists of ids.
+// Parts that several records share: bounded texts and the halves of an address rewriting rule.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
-// One half of an address rewriting rule: what becomes of the local part, or of the domain.
+// One half of an address rewriting rule: how the local part, or the domain, changes.
 struct cfg_as_email_address_modification_ {
   std::uint32_t kind;  // 0
   char text[256];      // 4

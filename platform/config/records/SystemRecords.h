@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 // Settings of the mail server.
 struct __aps_mailserver {

@@ -8,6 +8,8 @@
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/config/records/DomainRecords.h"
+#include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/GroupRecords.h"
 #include "platform/config/records/PolicyRecords.h"
 #include "platform/config/records/QuarantineRecords.h"

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav::Config {
 

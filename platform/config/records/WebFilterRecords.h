@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 // A category of links as the cloud rating service numbers them.
 struct __aps_wcf_category {

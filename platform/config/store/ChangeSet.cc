@@ -1,4 +1,5 @@
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/Changes.h"
 #include "platform/config/store/RowCodec.h"

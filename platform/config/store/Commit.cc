@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/store/Author.h"
 #include "platform/config/store/Changes.h"
 #include "platform/config/store/Journal.h"

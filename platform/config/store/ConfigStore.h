@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/Field.h"
+#include "platform/config/records/Forward.h"
 
 namespace Kestrav::Config {
 

@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "platform/common/Exception.h"
 #include "platform/common/NoDestructor.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/common/Exception.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/store/IncreasingSubsequence.h"
 
 namespace Kestrav::Config {

@@ -13,6 +13,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/config/records/Field.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/LmdbEnv.h"
 

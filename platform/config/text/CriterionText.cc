@@ -33,7 +33,7 @@ std::string examples(const Criterion& criterion) {
   return text;
 }
 
-// The form that a text without a named one has.
+// The form of a text without a prefix.
 CriterionValue natural(const Criterion& criterion, const std::string& text) {
   if (text == "any") {
     if (has(criterion, Criterion::kAny)) return {Criterion::kAny, ""};
@@ -93,7 +93,7 @@ std::variant<CriterionValue, Mistake> parseCriterion(const Criterion& criterion,
     if (text.starts_with(prefix)) value = {form, text.substr(prefix.size())};
   }
   const std::string right = examples(criterion);
-  // What is written for a stored value that is no form at all.
+  // Written for a stored value that is not a form.
   if (text.starts_with("invalid:")) return Mistake{shown(text) + " applies to nothing", right};
   if (!has(criterion, value.form)) {
     return Mistake{shown(text) + " is not possible here", right};
@@ -102,7 +102,7 @@ std::variant<CriterionValue, Mistake> parseCriterion(const Criterion& criterion,
     return Mistake{text.empty() ? "an empty text" : shown(text) + " names nothing", right};
   }
   if (auto mistake = check(value)) {
-    // A text without "@" that is no domain may have been meant as anything.
+    // A text without "@" that is no domain is ambiguous.
     if (value.form == Criterion::kDomain) mistake->wouldBeRight = right;
     return *mistake;
   }

@@ -1,9 +1,8 @@
-// Whom a policy or rule applies to, in one value: "any", "user@example.com", "@example.com" or
+// The text form of criteria, one value each: "any", "user@example.com", "@example.com" or
 // "example.com", ".example.com", "*@*.example.com", "/regex/", "192.0.2.0/24", "group:NAME",
 // "external:NAME".
 //
-// Each form can also be named: "address:", "domain:", "subdomains:", "wildcard:", "regex:",
-// "mask:".
+// A prefix can name the form: "address:", "domain:", "subdomains:", "wildcard:", "regex:", "mask:".
 #pragma once
 
 #include <optional>
@@ -25,7 +24,7 @@ struct CriterionValue {
 std::variant<CriterionValue, Mistake> parseCriterion(const Criterion& criterion,
                                                      const std::string& text);
 
-// The shortest text that parseCriterion gives this value for.
+// The shortest text that parseCriterion reads as this value.
 std::string formatCriterion(const Criterion& criterion, const CriterionValue& value);
 
 // Null when the criterion has no such form.

@@ -8,6 +8,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Reader.h"
 #include "platform/config/text/Text.h"
@@ -24,7 +25,7 @@ std::string_view nameOf(const Table& table, const void* record) {
   return {};
 }
 
-// Numbers that are taken, and the next that is not.
+// The numbers in use, and the next free one.
 class Numbers {
  public:
   void take(std::uint32_t number) {
@@ -49,15 +50,15 @@ class Numbers {
   std::int64_t greatest_ = 0;
 };
 
-// One table of the store in one domain, as it is.
+// The present contents of one table in one domain of the store.
 struct Present {
   std::vector<std::uint32_t> ids;                                        // in order
   std::unordered_map<std::string, std::uint32_t> byName;                 // tables with names
   std::unordered_map<std::string, std::deque<std::uint32_t>> byContent;  // tables without
 };
 
-// A record without a name is known by everything but its number. REQUIRES: the table's records hold
-// no lists.
+// Identifies a record without a name: all its bytes except its number. REQUIRES: the table's
+// records hold no lists.
 std::string contentOf(const Table& table, const void* record) {
   std::string bytes(static_cast<const char*>(record), table.type->size);
   std::memset(bytes.data() + table.idOffset, 0, sizeof(std::uint32_t));
@@ -160,7 +161,7 @@ class Comparison {
     }
   }
 
-  // After the named ones, because records without names may refer to those.
+  // After the named records, because records without names may refer to those.
   void numberNameless() {
     for (std::size_t i = 0; i < ids_.size(); ++i) {
       if (ids_[i] != 0 && wanted_.records()[i].name.empty()) dropContent(i);
@@ -180,7 +181,7 @@ class Comparison {
     }
   }
 
-  // A number that the text gives is not there for others.
+  // Numbers that the text gives are not assigned to other records.
   void dropContent(std::size_t index) {
     const Record& record = wanted_.records()[index];
     Present& present = present_[{record.table->gid, spaces_[record.space]}];
@@ -191,7 +192,7 @@ class Comparison {
     if (known != present.byContent.end()) std::erase(known->second, ids_[index]);
   }
 
-  // The record with every number in its place.
+  // The record with all its numbers filled in.
   OwnedRecord fill(std::size_t index) const {
     const Record& record = wanted_.records()[index];
     OwnedRecord filled = record.record;
@@ -247,7 +248,7 @@ class Comparison {
                    const Present& present) {
     const std::unordered_set<std::uint32_t> known(present.ids.begin(), present.ids.end());
     std::vector<std::uint32_t> ids;
-    std::vector<std::uint32_t> appended = present.ids;  // what puts alone would lead to
+    std::vector<std::uint32_t> appended = present.ids;  // the result of the puts alone
     for (const std::size_t index : records) {
       ids.push_back(ids_[index]);
       if (!known.contains(ids_[index])) appended.push_back(ids_[index]);

@@ -1,5 +1,6 @@
 #include <sstream>
 
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Reader.h"
 #include "platform/config/text/Text.h"

@@ -27,7 +27,7 @@ bool isPlain(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (wordCharacter(text[i])) continue;
     if (std::string_view(" .@+-:").find(text[i]) == std::string_view::npos) return false;
-    // A colon in front of a blank would end a key.
+    // A colon before a blank would end a key.
     if (text[i] == ':' && (i + 1 == text.size() || text[i + 1] == ' ')) return false;
   }
   return true;
@@ -37,7 +37,7 @@ bool mustBeEscaped(char32_t c) {
   return isControl(c) || c == 0xFEFF || c == 0xFFFE || c == 0xFFFF;
 }
 
-// Several lines that YAML gives back unchanged in a literal block.
+// True for several lines that a literal block preserves.
 bool isBlock(std::string_view text) {
   if (text.find('\n') == std::string_view::npos || text.front() == ' ' || text.front() == '\n') {
     return false;

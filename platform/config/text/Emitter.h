@@ -1,5 +1,4 @@
-// Writes YAML in block style, the way people write it: no tags, no aliases, quotes only where they
-// are needed.
+// Writes YAML in block style without tags and aliases. Quotes only texts that need them.
 #pragma once
 
 #include <iosfwd>
@@ -12,17 +11,17 @@ class Emitter {
  public:
   explicit Emitter(std::ostream& out) : out_(out) {}
 
-  // "key: value"; the value as it is.
+  // "key: value"; the value is written unchanged.
   void pair(std::string_view key, std::string_view value);
-  // The same with a text that may need quotes, escapes or several lines.
+  // As above, for a text that may need quotes, escapes or several lines.
   void text(std::string_view key, std::string_view value);
-  // An entry of a list that is a single text.
+  // A list entry that is a single text.
   void item(std::string_view value);
 
-  // What follows is the value of the key, until close().
+  // Starts the value of the key, which ends at close().
   void open(std::string_view key);
   void close() { indent_ -= 2; }
-  // What follows is a map in a list, until closeItem().
+  // Starts a map in a list, which ends at closeItem().
   void openItem();
   void closeItem();
 

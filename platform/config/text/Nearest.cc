@@ -8,8 +8,8 @@
 namespace Kestrav::Config::Text {
 namespace {
 
-constexpr std::size_t kLongest = 64;           // characters of a word that are looked at
-constexpr std::size_t kMostCandidates = 5000;  // a longer list is not searched through
+constexpr std::size_t kLongest = 64;           // characters of a word that are compared
+constexpr std::size_t kMostCandidates = 5000;  // a longer list is not searched
 
 std::size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> before, last(b.size() + 1), row(b.size() + 1);

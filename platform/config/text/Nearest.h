@@ -1,4 +1,4 @@
-// Which known word a mistyped one was meant to be.
+// Finds the known word that is closest to a mistyped one.
 #pragma once
 
 #include <span>
@@ -12,8 +12,8 @@
 
 namespace Kestrav::Config::Text {
 
-// The candidate that takes the fewest changed, missing, superfluous or swapped characters to reach,
-// the first of several; empty when none is near.
+// The candidate with the fewest changed, missing, extra or swapped characters, the first of equal
+// ones; empty when none is close.
 KESTRAV_API KESTRAV_API std::string nearest(std::string_view word,
                                             std::span<const std::string> candidates);
 

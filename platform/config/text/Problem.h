@@ -1,4 +1,4 @@
-// A mistake in a configuration text: where it is, what is wrong, what would be right.
+// A mistake in a configuration text: its place, what is wrong, what would be right.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace Kestrav::Config::Text {
 
 struct KESTRAV_API Problem {
   std::string file;
-  int line = 0;  // from 1; 0: the file as a whole
+  int line = 0;  // from 1; 0: the whole file
   int column = 0;
   std::string what;
   std::string wouldBeRight;

@@ -5,6 +5,7 @@
 
 #include "platform/common/Strings.h"
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Nearest.h"
 #include "platform/config/text/Text.h"
@@ -115,7 +116,7 @@ void Reader::readList(const Table& table, const YamlNode& value, std::size_t spa
   if (value.kind == YamlNode::Kind::kNull) return;
   if (value.kind != YamlNode::Kind::kSequence) {
     const std::string_view key = owner == Configuration::kNone ? table.key : table.keyInOwner;
-    problem(value, "'" + std::string(key) + "' is no list", "a list, each entry behind '- '");
+    problem(value, "'" + std::string(key) + "' is no list", "a list, each entry after '- '");
     return;
   }
   for (const YamlNode& item : value.items) readRecord(table, item, space, owner);
@@ -151,7 +152,7 @@ void Reader::noteName(std::size_t record, const YamlNode& node) {
   for (const Field& field : made.table->type->fields) {
     if (field.offset == made.table->nameOffset) made.name = readText(field, made.record.data());
   }
-  if (made.name.empty()) return;  // told already
+  if (made.name.empty()) return;  // reported already
   const auto [at, added] =
       names_[{made.table->gid, made.space}].emplace(comparable(made.table->gid, made.name), record);
   if (!added) {

@@ -1,7 +1,7 @@
-// Makes a Configuration of parsed texts: every mistake is noted, none stops the reading.
+// Makes a Configuration from parsed texts. Records every mistake; none ends the reading.
 //
-// Three steps: readDocument() for each text, then finish(), which resolves names and compares
-// records. Used by one thread.
+// Call readDocument() for each text, then finish(), which resolves names and compares records. For
+// one thread.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/config/records/Field.h"
 #include "platform/config/text/Configuration.h"
 #include "platform/config/text/Problem.h"
 #include "platform/config/text/Syntax.h"
@@ -23,7 +24,7 @@ class Reader {
   explicit Reader(std::vector<Problem>& problems) : problems_(problems) {}
 
   void readDocument(const std::string& file, const YamlNode& root);
-  // The result; worth something only when there are no problems.
+  // The result. Meaningful only when there are no problems.
   Configuration finish();
 
  private:
@@ -35,7 +36,7 @@ class Reader {
     int column = 0;
   };
 
-  // A name whose record is looked up when all texts have been read.
+  // A name whose record is looked up after all texts have been read.
   struct Reference {
     std::size_t record;
     std::vector<Configuration::Step> path;
@@ -54,8 +55,8 @@ class Reader {
     problem(placeOf(node), std::move(mistake.what), std::move(mistake.wouldBeRight));
   }
 
-  // Calls visit(key, value) for each pair of a map; keys that occur twice or are no texts are
-  // problems. A null node is an empty map.
+  // Calls visit(key, value) for each pair of a map. A key that occurs twice or is no text is a
+  // problem. A null node is an empty map.
   template <class Visit>
   void walk(const YamlNode& node, const std::string& what, Visit visit);
 
@@ -109,14 +110,14 @@ void Reader::walk(const YamlNode& node, const std::string& what, Visit visit) {
   }
 }
 
-// The fields of one record, its lists and embedded records included.
+// Reads the fields of one record, including its lists and embedded records.
 class RecordReader {
  public:
   using Pair = std::pair<const YamlNode*, const YamlNode*>;
 
   RecordReader(Reader& reader, std::size_t record) : reader_(reader), record_(record) {}
 
-  // Keys of `extras` are left to the caller: they are returned.
+  // Keys of `extras` are not read but returned.
   std::vector<Pair> read(const YamlNode& node, const Table& table,
                          const std::vector<std::string>& extras);
 
@@ -144,18 +145,17 @@ class RecordReader {
   std::size_t record_;
 };
 
-// The fields that the text form writes: neither reserved nor filled in by loading, nor part of a
-// criterion. `hidden` names one more that is left out (the reference to the owner); empty for none.
+// The fields that the text form writes: not the reserved ones, not those that loading fills in, not
+// parts of a criterion. Leaves out the field `hidden` (the reference to the owner); empty for none.
 std::vector<const Field*> visibleFields(const RecordType& type, std::string_view hidden = {});
 
-// The field that a lone value in the place of a map is for: the first that must be given, else the
-// first.
+// The field that a single value in place of a map gives: the first required one, else the first.
 const Field& loneField(const RecordType& type, std::string_view hidden = {});
 
-// The keys that a record of the table has besides its fields and criteria.
+// The keys of a record of the table other than its fields and criteria.
 std::vector<std::string> extraKeys(const Table& table);
 
-// A name as it is compared: domains without regard to case.
+// A name in the form used for comparison: domains in lower case.
 std::string comparable(G_CLI_GID table, std::string_view name);
 
 inline constexpr std::int64_t kGreatestId = 2147483647;

@@ -233,7 +233,7 @@ void RecordReader::readWord(const Field& field, void* base, const YamlNode& node
     }
     words.emplace_back(choice.word);
   }
-  // Values without a word are kept as numbers.
+  // A value without a word is read as a number.
   const auto value = field.wordsOnly ? std::nullopt : parseInteger(node.text);
   if (value && *value >= field.minimum && *value <= field.maximum &&
       writeNumber(field, base, *value)) {
@@ -255,7 +255,7 @@ void RecordReader::readReference(const Field& field, void* base, const YamlNode&
       return;
     }
   } else if (node.text.starts_with('#')) {
-    // A number as it is, for references to records that do not exist.
+    // "#7": a reference to a record that does not exist.
     const auto value = parseInteger(std::string_view(node.text).substr(1));
     if (value && *value >= 0 && writeNumber(field, base, *value)) return;
   } else if (node.text == "none" || node.text.empty()) {
@@ -268,7 +268,7 @@ void RecordReader::readEntries(const Field& field, void* base, const YamlNode& n
                                const Path& path) {
   if (node.kind == YamlNode::Kind::kNull) return;
   if (node.kind != YamlNode::Kind::kSequence) {
-    reader_.problem(node, inQuotes(field.name) + " is no list", "a list, each entry behind '- '");
+    reader_.problem(node, inQuotes(field.name) + " is no list", "a list, each entry after '- '");
     return;
   }
   if (field.capacity != 0 && node.items.size() > field.capacity) {
@@ -283,7 +283,7 @@ void RecordReader::readEntries(const Field& field, void* base, const YamlNode& n
     if (field.kind == Kind::kList) {
       entry = record().append(field);
     } else {
-      // Arrays may lie inside the entries of a list, so they are filled in place.
+      // An array may be part of a list entry, so it is filled in place.
       Field count = field;
       count.kind = Kind::kUnsigned;
       count.size = 8;
@@ -332,7 +332,7 @@ void RecordReader::readCriterion(const RecordType& type, const Criterion& criter
   }
 }
 
-// How a dictionary's pattern is written is told by another field.
+// Another field gives the syntax of a dictionary's pattern.
 void RecordReader::checkPattern(const RecordType& type, const void* base, const YamlNode& node) {
   const auto kind =
       static_cast<DictionaryPatternKind>(Config::readNumber(*findField(type, "kind"), base));

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Nearest.h"
 #include "platform/config/text/Reader.h"
@@ -9,8 +10,8 @@
 namespace Kestrav::Config::Text {
 namespace {
 
-// Tables whose records are looked up by number alone, whatever domain they belong to: their numbers
-// must differ between domains.
+// Tables whose records are looked up by number alone, in all domains. Their numbers must differ
+// between domains.
 bool knownByNumberAlone(G_CLI_GID table) {
   switch (table) {
     case GID_ANTISPAM_PROFILE:
@@ -110,19 +111,20 @@ void Reader::checkAliases() {
     const std::string name(readText(alias, record.record.data()));
     if (name.empty()) continue;
     const std::size_t target = find(GID_PROTECTED_DOMAIN, 0, name);
-    if (target == Configuration::kNone) continue;  // told already
+    if (target == Configuration::kNone) continue;  // reported already
     const Configuration::Record& other = configuration_.records_[target];
     if (target == i || !readText(alias, other.record.data()).empty()) {
       problem(places_[i],
               "the domain " + shown(record.name) + " is an alias of the alias " + shown(name),
               "the name of a domain that is no alias");
     }
-    // The alias is a key: written as the domain itself is.
+    // The alias is a key, so it is stored in the spelling of the domain.
     writeText(alias, record.record.data(), other.name);
   }
 }
 
-// An antispam profile says beside the name whether it names a dictionary or a group of them.
+// A second field of an antispam profile says whether the name is that of a dictionary or of a
+// group.
 void Reader::checkDictionaryNames() {
   const RecordType& type = *findTable(GID_ANTISPAM_PROFILE)->type;
   const Field& name = *findField(type, "dictionary");
@@ -134,7 +136,7 @@ void Reader::checkDictionaryNames() {
     const G_CLI_GID wanted = dictionary ? GID_DICTIONARY : GID_DICTIONARY_GROUP;
     const G_CLI_GID other = dictionary ? GID_DICTIONARY_GROUP : GID_DICTIONARY;
     if (find(wanted, 0, reference.name) != Configuration::kNone) continue;
-    if (find(other, 0, reference.name) == Configuration::kNone) continue;  // told already
+    if (find(other, 0, reference.name) == Configuration::kNone) continue;  // reported already
     problem(reference.place,
             shown(reference.name) + " is a " + std::string(findTable(other)->singular) +
                 ", not a " + std::string(findTable(wanted)->singular),

@@ -1,5 +1,7 @@
 #include <nlohmann/json.hpp>
 
+#include "platform/config/records/Field.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/Reader.h"
 #include "platform/config/text/Text.h"
@@ -58,7 +60,7 @@ Json schemaOf(const Field& field) {
       json = {{"type", Json::array({"string", "number", "boolean"})}};
       break;
     default:
-      // A text that looks like a number or a switch need not be quoted.
+      // A text that looks like a number or a switch needs no quotes.
       json = {{"type", Json::array({"string", "number", "boolean"})}};
       if (field.kind == Kind::kText) json["maxLength"] = field.size - 1;
       if (!field.defaultText.empty()) json["default"] = field.defaultText;

@@ -30,7 +30,7 @@ Answer pattern(const std::string& text, bool regularExpression) {
   }
 }
 
-// As file patterns are read: split at commas, blanks dropped, empty pieces ignored.
+// Splits at commas as file patterns do: drops blanks and empty pieces.
 Answer patternList(const std::string& text, bool regularExpression) {
   for (std::string piece : stringSplit(text, ',')) {
     std::erase(piece, ' ');
@@ -105,7 +105,7 @@ Answer emailList(const std::string& text) {
 
 Answer localPart(const std::string& text) {
   if (text.find('@') == std::string::npos && !email(text + "@example.com")) return std::nullopt;
-  return Mistake{shown(text) + " is no local part", "what stands in front of the @ of an address"};
+  return Mistake{shown(text) + " is no local part", "the part of an address before the @"};
 }
 
 Answer ipMask(const std::string& text) {
@@ -114,7 +114,7 @@ Answer ipMask(const std::string& text) {
                  "192.0.2.1, 192.0.2.0/24, 192.0.2.1-192.0.2.9 or 2001:db8::/32"};
 }
 
-// Blanks around it are cut off when it is used; a mask, an address with wildcards, or a domain.
+// A mask, an address with wildcards, or a domain. Users of the field drop surrounding blanks.
 Answer addressEntry(const std::string& text) {
   std::string trimmed = text;
   stringTrim(trimmed);
@@ -145,7 +145,7 @@ Answer headerValue(const std::string& text) {
   return std::nullopt;
 }
 
-// Between two "%%" stands the name of a value.
+// A pair of "%%" encloses the name of a value.
 Answer rewriteText(const std::string& text) {
   std::size_t from = 0;
   while ((from = text.find("%%", from)) != std::string::npos) {

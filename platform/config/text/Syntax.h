@@ -1,4 +1,4 @@
-// What single values of the text form must look like.
+// The syntax of single values of the text form.
 #pragma once
 
 #include <cstdint>
@@ -8,14 +8,14 @@
 
 namespace Kestrav::Config::Text {
 
-// Why a value will not do.
+// Why a value is refused.
 struct Mistake {
   std::string what;
   std::string wouldBeRight;
 };
 
-// Holds a text against the form that its field demands (Field::syntax). Nothing when it is right;
-// the empty text always is, and so is any text of a field without a form.
+// Checks a text against the syntax of its field (Field::syntax). Nothing when it is right. The
+// empty text is always right, and so is any text of a field without a syntax.
 std::optional<Mistake> checkSyntax(std::string_view syntax, const std::string& text);
 
 // Whole numbers in decimal or, after "0x", hexadecimal form.
@@ -25,7 +25,7 @@ std::optional<double> parseReal(const std::string& text);
 // on, off, true, false, yes, no.
 std::optional<bool> parseBoolean(std::string_view text);
 
-// A text as messages show it: quoted, cut to a reasonable length, on one line.
+// A text as messages show it: quoted, shortened, on one line.
 std::string shown(std::string_view text);
 
 }  // namespace Kestrav::Config::Text

@@ -1,8 +1,8 @@
 // The text form of a configuration: YAML with names where the store has numbers.
 //
-// A text is always a whole configuration: loading it erases whatever it does not name and sets
-// every setting it leaves out to its default. Nothing is changed unless the whole text is right,
-// and then only what really differs, in one change set.
+// A text is always a whole configuration. Loading it erases records that it does not name and sets
+// everything that it leaves out to its default. Loading changes nothing unless the whole text is
+// right, and then only the real differences, in one change set.
 //
 //   antispam-profiles:
 //     - name: strict
@@ -20,9 +20,9 @@
 //             from: any
 //             antispam: strict
 //
-// Names are looked up in the domain's own configuration first, then in the system's. A record keeps
-// its number as long as it keeps its name; new records get numbers that no record of their table
-// has in any domain. Functions without state: any thread may call them.
+// Names are looked up in the domain's own configuration, then in the system's. A record keeps its
+// number as long as it keeps its name. A new record gets a number that no record of its table has
+// in any domain. Any thread may call these functions.
 #pragma once
 
 #include <filesystem>
@@ -42,9 +42,9 @@ namespace Kestrav::Config::Text {
 inline constexpr std::size_t kMaximumSource = 64u << 20;  // bytes of one file
 inline constexpr int kMaximumDepth = 24;                  // of nested lists and maps
 inline constexpr std::size_t kMaximumNodes = 8'000'000;   // values of one file
-inline constexpr std::size_t kMaximumProblems = 1000;     // that are told at once
+inline constexpr std::size_t kMaximumProblems = 1000;     // that are reported
 
-// What stands for a secret in a text that was written without secrets. Never loaded.
+// Replaces a secret in a text that was written without secrets. Cannot be loaded.
 inline constexpr std::string_view kMaskedSecret = "<masked>";
 
 struct Source {
@@ -52,27 +52,27 @@ struct Source {
   std::string content;
 };
 
-// One configuration out of several texts, merged in the order given: lists are joined, settings may
-// be given once. On mistakes the result is empty and `problems` holds all of them, by text and
+// Reads several texts as one configuration, in the given order: lists are joined, a setting may
+// occur once. With mistakes the result is empty and `problems` holds all of them, by text and
 // place.
 KESTRAV_API std::optional<Configuration> read(std::span<const Source> sources,
                                               std::vector<Problem>& problems);
 
-// The same from files; a folder stands for its *.yaml files in alphabetical order.
+// The same from files. A folder means its *.yaml files in alphabetical order.
 KESTRAV_API std::optional<Configuration> read(std::span<const std::filesystem::path> paths,
                                               std::vector<Problem>& problems);
 
-// What has to change for the store to hold exactly `configuration`; empty when it already does.
-// Valid for the snapshot's revision. Throws Exception, code kBadText, when numbers that the text
-// gives cannot be kept apart from those of the store.
+// The changes after which the store holds exactly `configuration`; empty when it already does.
+// Valid for the snapshot's revision. Throws Exception, code kBadText, when numbers in the text
+// collide with those of the store.
 KESTRAV_API ChangeSet differences(const Configuration& configuration, const Snapshot& snapshot);
 
 struct WriteOptions {
-  bool secrets = false;  // give them away instead of masking them
+  bool secrets = false;  // write them instead of masking them
 };
 
-// The whole configuration as text that, read into an empty store, gives the same records. Fields at
-// their defaults are left out; the order is that of the store.
+// The whole configuration as text. Loaded into an empty store, it gives the same records. Leaves
+// out fields with default values; the order is that of the store.
 KESTRAV_API void write(const Snapshot& snapshot, std::ostream& out, const WriteOptions& options);
 
 // One record as text: a map without its table's key.

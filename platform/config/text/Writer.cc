@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "platform/config/records/FieldAccess.h"
+#include "platform/config/records/Gid.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/text/CriterionText.h"
@@ -46,7 +47,7 @@ class Writer {
     std::unordered_map<std::uint32_t, std::string> names;
   };
 
-  // The names of a table in one domain, read once.
+  // Caches the names of a table in one domain.
   const Names& names(G_CLI_GID gid, ngid_t domain) {
     const auto [at, added] = names_.try_emplace({gid, domain});
     Names& read = at->second;
@@ -66,8 +67,7 @@ class Writer {
     return read;
   }
 
-  // The name under which a record of `domain` reaches the record `id`; "#7" when there is no such
-  // name.
+  // The name by which a record of `domain` refers to the record `id`; "#7" when it has none.
   std::string reference(G_CLI_GID gid, ngid_t domain, std::uint32_t id) {
     for (const ngid_t place : {domain, ngid_t{0}}) {
       const Names& own = names(gid, place);
@@ -163,7 +163,7 @@ class Writer {
     if (any) emitter_.close();
   }
 
-  // What the text form has no place for is at least told.
+  // Reports in a comment what the text form cannot express.
   void ownerless() {
     for (const Table& table : tables()) {
       if (table.owner == 0) continue;
@@ -189,7 +189,7 @@ class Writer {
 
   void fields(const RecordType& type, const void* record, ngid_t domain, std::string_view hidden) {
     const std::vector<const Field*> visible = visibleFields(type, hidden);
-    // The name, or what stands for it, and the number come first, then whom the record applies to.
+    // The name or its substitute comes first, then the number, then the criteria.
     const Field* lone = &loneField(type, hidden);
     if (lone->required) this->field(type, *lone, record, domain);
     const auto leads = [lone](const Field* field) {
@@ -213,7 +213,7 @@ class Writer {
       if (known.value == kind) form = &known;
     }
     if (form == nullptr) {
-      // Never taken for anything else when it is read again.
+      // Cannot be read as anything else.
       emitter_.text(criterion.name, "invalid:" + std::to_string(kind));
       return;
     }
@@ -302,7 +302,7 @@ class Writer {
     return digits;
   }
 
-  // An entry of which only the most telling field says anything is written as that alone.
+  // An entry in which only the lone field differs from its default is written as that value.
   void entry(const RecordType& type, const void* record, ngid_t domain) {
     const std::vector<const Field*> visible = visibleFields(type);
     const Field& lone = loneField(type);
@@ -324,10 +324,10 @@ class Writer {
   const Snapshot& snapshot_;
   Emitter emitter_;
   const WriteOptions options_;
-  bool written_ = false;  // something stands above
+  bool written_ = false;  // the output is not empty
   std::map<std::pair<G_CLI_GID, ngid_t>, Names> names_;
   std::map<G_CLI_GID, std::map<std::uint32_t, std::vector<std::uint32_t>>> owned_;
-  std::set<ngid_t> configurations_;  // written already
+  std::set<ngid_t> configurations_;  // already written
 };
 
 }  // namespace

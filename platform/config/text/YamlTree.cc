@@ -24,7 +24,7 @@ class TreeBuilder : public YAML::EventHandler {
 
   YamlNode take() { return std::move(root_); }
 
-  // Where the last scalar in quotes begins; null when there is none.
+  // The start of the last quoted scalar; null when there is none.
   const YAML::Mark& lastQuoted() const { return lastQuoted_; }
 
   void OnDocumentStart(const YAML::Mark& mark) override {
@@ -106,7 +106,7 @@ class TreeBuilder : public YAML::EventHandler {
     YamlNode& parent = open_.back();
     const bool isValue = parent.kind == YamlNode::Kind::kMap && parent.items.size() % 2 == 1;
     if (isValue && made.kind == YamlNode::Kind::kNull) {
-      // What is not there stands nowhere: its key tells where it should.
+      // A missing value has no place. It gets that of its key.
       made.line = parent.items.back().line;
       made.column = parent.items.back().column;
     }
@@ -121,8 +121,8 @@ class TreeBuilder : public YAML::EventHandler {
   YAML::Mark lastQuoted_ = YAML::Mark::null_mark();
 };
 
-// True when the quote that opens at `mark` is not closed. The parser takes the end of the file for
-// the end of the text, so that one forgotten quote would swallow all that follows it.
+// True when the quote that opens at `mark` is not closed. The parser ends such a text at the end of
+// the file, so that one forgotten quote would swallow everything after it.
 bool isUnclosedQuote(const std::string& content, const YAML::Mark& mark) {
   if (mark.is_null()) return false;
   std::size_t at = 0;
@@ -139,13 +139,13 @@ bool isUnclosedQuote(const std::string& content, const YAML::Mark& mark) {
       ++at;
     } else if (content[at] == quote) {
       if (quote == '"' || at + 1 >= content.size() || content[at + 1] != quote) return false;
-      ++at;  // a doubled single quote stands for one
+      ++at;  // a doubled single quote means one
     }
   }
   return true;
 }
 
-// The place of the first byte that is neither UTF-8 nor a character that YAML takes.
+// The place of the first byte that is not UTF-8 or not a character that YAML allows.
 std::optional<Problem> badCharacter(const std::string& file, const std::string& content) {
   int line = 1;
   int column = 1;

@@ -1,7 +1,7 @@
-// A YAML text as a tree of values that know where they stand.
+// A YAML text as a tree of values with their places.
 //
-// Only what configurations need: one document, no anchors and aliases (an alias may stand for any
-// amount of text), bounded in size and depth.
+// Supports what configurations need: one document, bounded in size and depth, without anchors and
+// aliases (a few aliases can expand to any amount of text).
 #pragma once
 
 #include <optional>
@@ -22,7 +22,7 @@ struct YamlNode {
   std::vector<YamlNode> items;  // of a sequence; of a map: key, value, key, value ...
 };
 
-// Empty, with at least one problem added, when the text is no such YAML. An empty text is a null
+// Empty, with at least one problem added, when the text is not such YAML. An empty text is a null
 // node.
 std::optional<YamlNode> parseYaml(const std::string& file, const std::string& content,
                                   std::vector<Problem>& problems);

@@ -1,0 +1,254 @@
+// A daemon that attaches a store, fills its caches and then forks workers.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <functional>
+
+#include "PolicyIPAddress.h"
+#include "PolicyRecipient.h"
+#include "ProfileFactory.h"
+#include "ProfileGlobalSettings.h"
+#include "TrustedMTASet.h"
+#include "config/CMF.h"
+#include "config/ClientSideCache.h"
+#include "config/ServerCache.h"
+#include "platform/config/records/QuarantineRecords.h"
+#include "tests/profile/Gateway.h"
+#include "tests/support/AntispamRecords.h"
+#include "tests/support/DomainRecords.h"
+#include "tests/support/PolicyRecords.h"
+#include "tests/support/QuarantineRecords.h"
+#include "tests/support/StoreFixture.h"
+#include "tests/support/WebFilterRecords.h"
+
+namespace Kestrav::Testing {
+namespace {
+
+using Config::ConfigStore;
+
+constexpr int kDone = 42;
+constexpr int kWaitMs = 60'000;  // only a hang takes as long
+
+// Runs `work` in a child process. The exit code is what it returns.
+int inChild(const std::function<int()>& work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    int result = 99;
+    try {
+      result = work();
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "in the child: %s\n", failure.what());
+    }
+    ::_exit(result);
+  }
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+const EmailAddress kSender = EmailAddress::rfc5321Parse("sender@elsewhere.example", true);
+const EmailAddress kRecipient = EmailAddress::rfc5321Parse("someone@fork.example", false);
+
+class PreFork : public testing::Test {
+ protected:
+  PreFork() {
+    put(AntispamRecord(id_).name("parent's"), WebFilterRecord(id_), FolderRecord(id_, "folder"),
+        DomainRecord(id_, "fork.example"),
+        IpPolicyRecord(static_cast<int>(id_)).antispam(id_),
+        IncomingPolicyRecord(static_cast<int>(id_)).antispam(id_));
+    // Every cache is filled before the fork.
+    EXPECT_EQ(answer(), "parent's");
+    EXPECT_FALSE(connection().isNull());
+    factory_->createProfileWebFilter(static_cast<int>(id_));
+    factory_->createProfileQuarantineFolder(static_cast<int>(id_), 0);
+    ProfileAntiSpam::quarantineControlSettings(false);
+    ProfileAntiSpam::bayesianSystemSettings(false);
+    CMF::RefApsSysClientSideCache<__aps_sys_global, GID_SYSTEM_GLOBAL>::instance(false);
+    initializeTrustedMTASet();
+  }
+  ~PreFork() override {
+    Config::ChangeSet changes;
+    for (const G_CLI_GID table : {GID_IP_POLICY, GID_INCOMING_POLICY, GID_PROTECTED_DOMAIN}) {
+      changes.erase(table, 0, id_);
+    }
+    commit(std::move(changes));
+  }
+
+  static PolicyIPAddress connection() {
+    return PolicyIPAddress(IPAddress("192.0.2.1"), IPAddress("192.0.2.2"));
+  }
+  static PolicyRecipient recipient() { return PolicyRecipient(kSender, kRecipient, false, false); }
+  // The name of the antispam profile that mail to the recipient gets.
+  static std::string answer() {
+    const PolicyRecipient policy = recipient();
+    return policy.isNull() ? "no policy" : policy.antispamProfile().name();
+  }
+
+  const std::uint32_t id_ = freshId();
+  ProfileFactory* const factory_ = ProfileFactory::instance();
+};
+
+TEST_F(PreFork, ChildThatAttachesForItselfAnswersAndFollows) {
+  const std::filesystem::path folder = store().folder();
+  EXPECT_EQ(inChild([&] {
+              ConfigStore::attach(ConfigStore::open(folder));
+              if (answer() != "parent's") return 1;
+              if (connection().antispamProfile().name() != "parent's") return 2;
+              Config::ChangeSet changes;
+              AntispamRecord(id_).name("child's").put(changes);
+              const auto revision = ConfigStore::attached()->commit(std::move(changes));
+              if (!dispatcher()->waitApplied(revision, kWaitMs)) return 3;
+              return answer() == "child's" ? kDone : 4;
+            }),
+            kDone);
+  // The parent follows what its child committed.
+  ASSERT_TRUE(dispatcher()->waitApplied(store().revision(), kWaitMs));
+  EXPECT_EQ(answer(), "child's");
+}
+
+TEST_F(PreFork, ChildOfAnotherStoreReadsItsFoldersAndAnswersFromItAlone) {
+  put(FolderRecord(id_ + 1, "Bulk"));
+  const TemporaryFolder folder;
+  EXPECT_EQ(inChild([&] {
+              const auto own = ConfigStore::open(folder / "store");
+              Config::ChangeSet changes;
+              FolderRecord(7, "Virus").put(changes);
+              own->commit(std::move(changes));
+              ConfigStore::attach(own);
+              if (!recipient().isNull() || !connection().isNull()) return 1;
+              if (!factory_->createProfileAntiSpam(static_cast<int>(id_), 0).isNull()) return 2;
+              if (ProfileFactory::virus_folderId != 7) return 3;
+              return ProfileFactory::spam_folderId == 0 ? kDone : 4;
+            }),
+            kDone);
+  erase(GID_QUARANTINE_FOLDER, id_ + 1);
+}
+
+struct EntryPoint {
+  const char* name;
+  std::function<void()> call;
+};
+
+// What a child that uses its parent's store may not ask. The factory and the handles were made
+// before the fork.
+std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
+  using namespace CMF;
+  static PolicyIPAddress ip(IPAddress("192.0.2.1"), IPAddress("192.0.2.2"));
+  static PolicyRecipient other(kSender, kRecipient, false, false);
+  static __qv_ip_policy record{};
+  static __vexa_recipient_policy recipientRecord{};
+  const int number = static_cast<int>(id);
+  ConfigStore* const store = &Testing::store();
+  return {
+      {"PolicyIPAddress by addresses",
+       [] { PolicyIPAddress(IPAddress("192.0.2.1"), IPAddress("192.0.2.2")); }},
+      {"PolicyIPAddress by record", [] { PolicyIPAddress{record}; }},
+      {"PolicyRecipient by addresses", [] { PolicyRecipient(kSender, kRecipient, false, false); }},
+      {"PolicyRecipient without policy",
+       [] { PolicyRecipient(kSender, kRecipient, true, false); }},
+      {"PolicyRecipient by IP policy", [] { PolicyRecipient(kSender, kRecipient, ip); }},
+      {"PolicyRecipient by another", [] { PolicyRecipient(kRecipient, other); }},
+      {"cfg_ip_policy_match",
+       [] {
+         cfg_ip_policy_match(IPAddress("192.0.2.1").asIpAddr(), IPAddress("192.0.2.2").asIpAddr(),
+                             &record);
+       }},
+      {"cfg_get_incoming_policy",
+       [] { cfg_get_incoming_policy(nullptr, "someone@fork.example", &recipientRecord); }},
+      {"cfg_get_outgoing_policy",
+       [] { cfg_get_outgoing_policy(nullptr, "someone@elsewhere.example", &recipientRecord); }},
+      {"ProfileFactory::instance", [] { ProfileFactory::instance(); }},
+      {"createProfileAntiSpam", [=] { factory->createProfileAntiSpam(number, 0); }},
+      {"createProfileWebFilter", [=] { factory->createProfileWebFilter(number); }},
+      {"createProfileQuarantineFolder", [=] { factory->createProfileQuarantineFolder(number, 0); }},
+      {"ProfileGlobalSettings::deferredPeriod", [] { ProfileGlobalSettings::deferredPeriod(); }},
+      {"quarantineControlSettings", [] { ProfileAntiSpam::quarantineControlSettings(false); }},
+      {"bayesianSystemSettings", [] { ProfileAntiSpam::bayesianSystemSettings(false); }},
+      {"controlAccountType", [] { ProfileAntiSpam::controlAccountType(kSender); }},
+#define KESTRAV_ROW(Rec, GID, Type) \
+  {"client-side cache of " #Rec, [] { RefApsSysClientSideCache<Rec, GID>::instance(false); }},
+      KESTRAV_CLIENT_SIDE_CACHES(KESTRAV_ROW)
+#undef KESTRAV_ROW
+      {"RefApsGwServerCache::instance", [] { RefApsGwServerCache::instance(false); }},
+      {"TrustedMTASetRef::instance", [] { TrustedMTASetRef::instance(false); }},
+      {"initializeTrustedMTASet", [] { initializeTrustedMTASet(); }},
+      {"waitApplied", [] { dispatcher()->waitApplied(1, 0); }},
+      {"ConfigStore::attach", [] { ConfigStore::attach(ConfigStore::attached()); }},
+      {"ConfigStore::detach", [] { ConfigStore::detach(); }},
+      {"snapshot", [=] { store->snapshot(); }},
+      {"commit", [=] { store->commit({}); }},
+      {"commitAt", [=] { store->commitAt(1, {}); }},
+      {"revision", [=] { store->revision(); }},
+      {"waitForRevision", [=] { store->waitForRevision(0, 0); }},
+      {"journal", [=] { store->journal(0, 1, [](const Config::JournalEntry&) {}); }},
+      {"registerProcess", [=] { store->registerProcess("child"); }},
+      {"applied", [=] { store->applied(1); }},
+      {"statistics", [=] { store->statistics(); }},
+      {"clearDeadReaders", [=] { store->clearDeadReaders(); }},
+  };
+}
+
+TEST_F(PreFork, ChildThatDoesNotAttachIsRefusedByEveryEntryPoint) {
+  const std::vector<EntryPoint> all = entryPoints(factory_, id_);
+  for (const EntryPoint& entry : all) EXPECT_FALSE(std::string(entry.name).empty());
+  EXPECT_EQ(inChild([&] {
+              int wrong = 0;
+              for (const EntryPoint& entry : all) {
+                int code = 0;
+                try {
+                  entry.call();
+                } catch (const Exception& failure) {
+                  code = failure.code();
+                }
+                if (code == Config::StoreError::kForked) continue;
+                std::fprintf(stderr, "%s: code %d\n", entry.name, code);
+                ++wrong;
+              }
+              return wrong == 0 ? kDone : wrong;
+            }),
+            kDone);
+}
+
+TEST_F(PreFork, ChildThatDoesNotAttachReadsEmptyTablesAndLogsThatOnce) {
+  EXPECT_EQ(inChild([&] {
+              const LogCapture log;
+              CMF::TableQuery<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER> folders;
+              if (folders.begin() != folders.end()) return 1;
+              if (CMF::find(folders, id_) != folders.end()) return 2;
+              if (cmf_query_data(nCfg_query(GID_QUARANTINE_FOLDER)) != nullptr) return 3;
+              return log.fields(0x4000301).size() == 1 ? kDone : 4;
+            }),
+            kDone);
+}
+
+TEST_F(PreFork, HandlesMadeBeforeTheForkGoOnWorking) {
+  const PolicyRecipient policy = recipient();
+  EXPECT_EQ(inChild([&] {
+              PolicyRecipient copy = policy;
+              const ProfileAntiSpam profile = copy.antispamProfile();
+              copy = PolicyRecipient();
+              return profile.name() == "parent's" && policy.name() == policy.name() &&
+                             policy.messageParsingRequired() ==
+                                 (profile.messageParseType() != 0)
+                         ? kDone
+                         : 1;
+            }),
+            kDone);
+}
+
+TEST_F(PreFork, ArgumentsThatAreNullGiveNullPoliciesInTheChildToo) {
+  EXPECT_EQ(inChild([&] {
+              const bool null = PolicyIPAddress(IPAddress(), IPAddress("192.0.2.1")).isNull() &&
+                                PolicyRecipient(kSender, EmailAddress(), false, false).isNull() &&
+                                PolicyRecipient(kSender, kRecipient, PolicyIPAddress()).isNull() &&
+                                PolicyRecipient(kRecipient, PolicyRecipient()).isNull();
+              return null ? kDone : 1;
+            }),
+            kDone);
+}
+
+}  // namespace
+}  // namespace Kestrav::Testing
