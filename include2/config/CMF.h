@@ -1,9 +1,8 @@
 // Typed access to the configuration store.
 //
-// Everything here is a short-lived local of one thread, reads one revision of the store for as long
-// as it lives, and frees its query when it goes. No pointer to a record outlives the query it came
-// from, nor that query's next move: copy what is needed. Table numbers may be given as numbers or
-// as G_CLI_GID.
+// Use these objects as short-lived locals of one thread. Each reads one revision of the store while
+// it lives and frees its query in its destructor. A pointer to a record is valid until its query
+// moves or ends: copy what you need. Table numbers may be given as numbers or as G_CLI_GID.
 #pragma once
 
 #include <string>
@@ -18,8 +17,7 @@ struct __aps_systemquarantine_folders;
 
 namespace Kestrav::CMF {
 
-// Holds the store's shared read lock, or not. While a thread holds it, all that the thread reads is
-// of one revision.
+// Holds the store's shared read lock, or not. A thread that holds it reads one revision only.
 class KESTRAV_API Lock {
  public:
   Lock() = default;
@@ -47,7 +45,7 @@ class KESTRAV_API Lock {
 };
 static_assert(sizeof(Lock) == 1);
 
-// A position in a table. Two positions are equal when they are of one query and have one index.
+// A position in a table. Positions are equal when their queries and indexes are.
 template <class Rec>
 class KESTRAV_API _iterator {
  public:
@@ -56,7 +54,7 @@ class KESTRAV_API _iterator {
   _iterator& operator=(const _iterator&) = default;
   virtual ~_iterator() = default;
 
-  // The record, null outside the table. Moves the query only when it stands elsewhere.
+  // The record, null outside the table. Moves the query only when its row differs.
   const Rec* operator->() const { return record(); }
   const Rec* operator*() const { return record(); }
 
@@ -92,7 +90,7 @@ class KESTRAV_API _iterator {
   int count_;
 };
 
-// A table in one domain. Making one never fails: what cannot be read is an empty table.
+// A table in one domain. The constructor never fails: a table that cannot be read is empty.
 template <class Rec, unsigned int GID>
 class KESTRAV_API TableQuery : public NonCopyable {
  public:
@@ -106,7 +104,7 @@ class KESTRAV_API TableQuery : public NonCopyable {
   // The query goes first, then the read lock.
   virtual ~TableQuery() { cmf_query_free(query_); }
 
-  // Number of records; negative, and empty to everybody, when the table cannot be read.
+  // Number of records; negative, which counts as empty, when the table cannot be read.
   int size() {
     if (size_ == -1) {
       size_ = cmf_query_do_table_size(query_, 0);
@@ -124,7 +122,7 @@ class KESTRAV_API TableQuery : public NonCopyable {
   }
 
   // Writes the record at the query's position, changed in place by the caller, back to the store.
-  // Does nothing when the table has no such position any more.
+  // Does nothing when the table no longer has that position.
   void commit() {
     cmf_set_cur_domain_id(domain_);
     if (cmf_query_goto(nCfg_query(GID), query_ == nullptr ? -1 : query_->current_row) != 0) return;
@@ -155,8 +153,8 @@ class KESTRAV_API ObjectQuery : public NonCopyable {
   ObjectQuery() : query_(cmf_query_create_withdomain(0, GID)) {}
   ~ObjectQuery() { cmf_query_free(query_); }
 
-  // The record, with its defaults when it was never written. Of a table that is a list: its first
-  // record, null when it has none. Null when the store cannot be read.
+  // The record, or its defaults when it was never written. In a list: the first record, null when
+  // the list is empty. Null when the store cannot be read.
   const Rec* update() const { return static_cast<const Rec*>(cmf_query_update(query_)); }
   const Rec* operator*() const { return update(); }
   const Rec* operator->() const { return update(); }
@@ -195,7 +193,7 @@ class KESTRAV_API ObjectQueryById : public NonCopyable {
 
 // A root entity: a single object rather than a table.
 //
-// A missing one is no error and reads as null; one that is a table throws Exception, code 2.
+// A missing one is not an error and reads as null. A table throws Exception, code 2.
 template <class Rec, unsigned int ID>
 class KESTRAV_API Object {
  public:
@@ -211,8 +209,7 @@ class KESTRAV_API Object {
   }
   virtual ~Object() = default;
 
-  // Null when the entity is missing. Good until this thread asks for the entity again after a
-  // change of it.
+  // Null when the entity is missing. Valid until this thread reads the entity again after a change.
   const Rec* operator*() const {
     const Lock lock(lockWhileReading_);
     return entity_ == nullptr ? nullptr : static_cast<const Rec*>(cmf_get_obj_data(entity_));
@@ -229,8 +226,8 @@ class KESTRAV_API Object {
   void* entity_ = nullptr;
 };
 
-// The record whose id is `id`, end() when there is none. Does not move the query; its cost does not
-// grow with the table beyond the first call at a revision.
+// The record whose id is `id`, or end(). Does not move the query. Only the first call at a revision
+// costs more for a larger table.
 template <class Rec, unsigned int GID>
 typename TableQuery<Rec, GID>::iterator find(TableQuery<Rec, GID>& table, unsigned int id) {
   const int count = table.size();
@@ -239,7 +236,7 @@ typename TableQuery<Rec, GID>::iterator find(TableQuery<Rec, GID>& table, unsign
   return typename TableQuery<Rec, GID>::iterator(table.query(), index, count);
 }
 
-// The quarantine folder of this name, exact in case; end() when there is none.
+// The quarantine folder of this name, case-sensitive, or end().
 inline TableQuery<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER>::iterator find(
     TableQuery<__aps_systemquarantine_folders, GID_QUARANTINE_FOLDER>& table,
     const std::string& name) {

@@ -367,7 +367,8 @@ TEST_F(PolicyOfRecipient, OfAFurtherRecipientKeepsSenderAndDirection) {
 TEST_F(PolicyOfRecipient, OfAConnectionGoesByTheRecipientsDomain) {
   const std::string name = freshDomain();
   put(ProtectedDomainRecord(freshId(), name));
-  IpPolicyRecord record = IpPolicyRecord(9).antispam(putAntispam("connection's")).authFlag1().ngid(4);
+  IpPolicyRecord record =
+      IpPolicyRecord(9).antispam(putAntispam("connection's")).authFlag1().ngid(4);
   const PolicyIPAddress ip(record.record());
   const PolicyRecipient incoming(kSender, address("user@" + name), ip);
   EXPECT_EQ(incoming.direction(), 1);

@@ -1,5 +1,5 @@
-// A compact table of protected domains by name: one block of bytes a domain in large chunks, found
-// through an open-addressed table of 32-bit references. Some 60 bytes a domain.
+// A compact table of protected domains by name: one block of bytes per domain in large chunks,
+// found through an open-addressed table of 32-bit references. About 60 bytes per domain.
 //
 // Not synchronised: any number of threads may read while none writes.
 #pragma once
@@ -20,11 +20,11 @@ class DomainIndex {
 
   DomainIndex();
 
-  // Adds the record, or replaces the one of the same name and id. Records without a name are passed
-  // over.
+  // Adds the record, or replaces the one with the same name and id. Ignores a record without a
+  // name.
   void put(const __aps_gw_server& record);
   void erase(const __aps_gw_server& record);
-  // The record of this name, of several the one with the lowest id; false when there is none.
+  // The record of this name with the lowest id; false when there is none.
   bool find(std::string_view name, Contents& contents) const;
 
   std::size_t size() const { return live_; }

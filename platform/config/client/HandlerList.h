@@ -19,7 +19,7 @@ class HandlerList {
   struct Registration {
     CMF::Event::RefHandler handler;  // null: an observer
     Observer observer;
-    unsigned int number;
+    unsigned int number = 0;
     std::atomic<bool> removed{false};
   };
   using Registrations = std::vector<std::shared_ptr<Registration>>;

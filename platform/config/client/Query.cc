@@ -69,13 +69,13 @@ void Query::moveTo(ngid_t domain) {
   domain_ = domain;
   refresh();
   leave();
-  nowhere_ = false;
+  lost_ = false;
 }
 
 void Query::leave() {
   current_row = -1;
   place_.reset();
-  nowhere_ = true;
+  lost_ = true;
   cached(false);
 }
 
@@ -98,7 +98,7 @@ bool Query::place(int row) {
   if (current_row != row) cached(false);
   current_row = row;
   place_ = order.idAt(row);
-  nowhere_ = false;
+  lost_ = false;
   return true;
 }
 
@@ -132,9 +132,9 @@ int Query::indexOf(std::string_view name) {
 
 void* Query::record() {
   if (!cached()) {
-    if (current_row < 0 && nowhere_) return nullptr;
+    if (current_row < 0 && lost_) return nullptr;
     if (current_row < 0 && !place(0)) {
-      nowhere_ = false;
+      lost_ = false;
       return nullptr;
     }
     load(*View(*this));

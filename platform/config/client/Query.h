@@ -1,9 +1,9 @@
 // One query of the client: a position in one table of one domain.
 //
-// A query of its own pins the store's revision for its life. A shared one (nCfg_query) pins nothing
-// between calls: it keeps a copy of the record it stands on and reads the newest revision whenever
-// it is fetched anew. Both belong to the thread that made them. Members throw Exception when the
-// store fails; cmf.h's functions turn that into their results.
+// An own query pins the store's revision while it lives. A shared query (nCfg_query) pins nothing
+// between calls: it keeps a copy of its current record, and each nCfg_query makes it read the
+// newest revision. Both belong to the thread that made them. Members throw Exception when the store
+// fails; the functions of cmf.h turn that into results.
 #pragma once
 
 #include <memory>
@@ -24,9 +24,9 @@ class Query : public cmf_query {
   ngid_t domain() const { return domain_; }
   Revision revision() const { return revision_; }
 
-  // Answers from the newest revision from now on. The place stays: the row of the same record.
+  // Answers from the newest revision from now on. The query stays on its record.
   void refresh();
-  // As refresh, in another domain; the place is lost.
+  // As refresh, in another domain. The query loses its record.
   void moveTo(ngid_t domain);
 
   int size();
@@ -34,7 +34,7 @@ class Query : public cmf_query {
   bool placeById(std::uint32_t id);
   int indexOf(std::uint32_t id);
   int indexOf(std::string_view name);
-  // Of the current row. A query never placed stands on the first record.
+  // Of the current row; of the first row when the query was never placed.
   void* record();
   bool put(const void* data);
 
@@ -57,7 +57,7 @@ class Query : public cmf_query {
   Revision revision_ = 0;
   std::shared_ptr<const TableIndex> index_;
   std::optional<std::uint32_t> place_;  // id of the record that the query was last placed on
-  bool nowhere_ = false;                // the last placing failed
+  bool lost_ = false;                   // the last placing failed
   StoredRecord record_;
 };
 

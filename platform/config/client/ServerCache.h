@@ -1,8 +1,9 @@
 // The protected domains, kept in memory for up to millions of them.
 //
-// The first use reads the table and registers for its changes; from then on a change costs what it
-// changes. Any thread may look up at any time. Names are compared without regard to case (of ASCII
-// letters). Should two records carry one name, the one with the lower id answers.
+// The first use registers for changes and reads the table. After that, the cost of a change does
+// not depend on the size of the table. Any thread may look up at any time. Names are compared
+// ignoring the case of ASCII letters. Of two records with one name, the one with the lower id
+// answers.
 #pragma once
 
 #include <memory>
@@ -17,14 +18,14 @@ struct __aps_gw_server;
 
 namespace Kestrav::CMF {
 
-// A protected domain as it was when it was looked up.
+// A protected domain at the time of its lookup.
 //
-// An alias answers with the record of the domain that it is an alias of, so that its mail gets that
-// domain's policies, profiles and disclaimers. An alias of a domain that is not protected, or of
-// itself, stands for itself.
+// An alias answers with the record of its target domain, so its mail gets the policies, profiles
+// and disclaimers of the target. An alias of itself, or of a domain that is not protected, answers
+// with its own record.
 class KESTRAV_API ApsGwServer : public virtual RefImpl, public NonCopyable {
  public:
-  // What is kept of a record. `row` is empty when all the rest of the record is zero.
+  // The parts of a record. `row` is empty when all other fields of the record are zero.
   struct Contents {
     std::string name;
     std::string aliasOf;
@@ -36,10 +37,10 @@ class KESTRAV_API ApsGwServer : public virtual RefImpl, public NonCopyable {
   ApsGwServer(Contents contents, std::string aliasKey);
   ~ApsGwServer() override;
 
-  // Put together by the first call.
+  // Decoded by the first call.
   const __aps_gw_server& record() const;
   ngid_t configurationDomain() const { return contents_.configurationDomain; }
-  // Name of the domain that the one asked for is an alias of; empty when it is none.
+  // Name of the target domain when the lookup found an alias, else empty.
   const std::string& aliasKey() const { return aliasKey_; }
 
  private:
@@ -61,7 +62,7 @@ class KESTRAV_API ApsGwServerCache : public virtual RefImpl, public NonCopyable 
 
   // Null when the domain is not protected. Throws Exception when the store cannot be read.
   RefApsGwServer find(const std::string& domain) const;
-  // Number of records known and bytes of memory taken by them.
+  // Number of records and the memory that they take.
   std::size_t size() const;
   std::size_t bytes() const;
 
@@ -76,8 +77,8 @@ class KESTRAV_API RefApsGwServerCache : public Ref<ApsGwServerCache> {
  public:
   using Ref<ApsGwServerCache>::Ref;
 
-  // The one cache of the process. The flag is accepted for the callers' sake and makes no
-  // difference.
+  // The cache of the process. Throws Exception kForked in a child that uses its parent's store. The
+  // flag makes no difference.
   static RefApsGwServerCache instance(bool);
   RefApsGwServer find(const std::string& domain) const { return (*this)->find(domain); }
 };

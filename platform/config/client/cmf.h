@@ -1,8 +1,10 @@
 // The configuration client's plain functions: the C face of the store attached to this process.
 //
-// A query pins the calling thread's snapshot for its life; it belongs to the thread that made it.
-// Pointers that a query hands out live until the query is moved or freed. With no store attached
-// every table is empty and single-record tables hold their defaults.
+// A query pins the calling thread's snapshot while it lives and belongs to that thread. Pointers to
+// records are valid until their query is moved or freed. Without an attached store every list is
+// empty and single-record tables hold their defaults. When the store fails, the functions log
+// (0x4000301) and answer as an empty table. A child after fork that uses its parent's store logs
+// that once.
 #pragma once
 
 #include "platform/common/Export.h"
@@ -22,7 +24,7 @@ inline constexpr unsigned char CMF_QUERY_CACHED = 0x80;  // in header[3]
 
 extern "C" {
 
-// Never null while memory lasts; a table that does not exist is an empty one.
+// Never null. A table that does not exist is empty.
 KESTRAV_API cmf_query* cmf_query_create_withdomain(ngid_t domain, unsigned int gid);
 KESTRAV_API void cmf_query_free(cmf_query* query);
 // Number of records; negative on an error. The second argument is 0.
@@ -38,17 +40,17 @@ KESTRAV_API cmf_query* nCfg_query(unsigned int gid);
 
 // Index of the first record whose id is `id`, -1 when there is none. Does not move the query.
 KESTRAV_API int cmf_query_index_of(cmf_query* query, unsigned int id);
-// The same by name, exact in case; -1 in a table whose records have no name.
+// The same by name, case-sensitive; -1 in a table whose records have no name.
 KESTRAV_API int cmf_query_index_of_name(cmf_query* query, const char* name);
 // The store's revision that the query answers from; 0 when it answers from no store.
 KESTRAV_API unsigned long long cmf_query_revision(const cmf_query* query);
 
-// The way back into the store.
+// Writing back to the store.
 KESTRAV_API void cmf_set_cur_domain_id(ngid_t domain);
 KESTRAV_API int cmf_query_goto(cmf_query* query, int index);
 KESTRAV_API void* cmf_query_data(cmf_query* query);
-// Writes the record back; 0, or -1 when it was not written: it is gone, or another writer changed
-// it since this thread read it. Both modes do the same.
+// Writes the record; 0, or -1 when it was not written because it was erased, or another writer has
+// changed it since this thread read it. Both modes do the same.
 KESTRAV_API int cmf_query_do_gui_commit(int unused, cmf_query* query, void* data, int mode);
 
 // Pins and releases the thread's snapshot; calls nest.
@@ -65,11 +67,11 @@ KESTRAV_API const void* cmf_get_obj_data(void* entity);
 
 // Flag word of this process; bit 2 selects the commit mode.
 KESTRAV_API extern unsigned int cmdb;
-// The status zone: the attached store's, or a private one before.
+// The status zone of the attached store, or a private one while none is attached.
 KESTRAV_API extern char* nCfg_debug_zone;
 
 // Policy selection; 0 when a policy matched and the record was filled. The first enabled match in
-// order wins.
+// order wins. Throws Exception when the store cannot be read.
 KESTRAV_API int cfg_ip_policy_match(ip_addr_t server, ip_addr_t client, __qv_ip_policy* record);
 // `sender` may be null: no sender. Addresses as EmailAddress::address() gives them.
 KESTRAV_API int cfg_get_incoming_policy(const char* sender, const char* recipient,
