@@ -92,8 +92,8 @@ TEST_F(Journal, DropsARevisionThatIsAboveItsBoundAlone) {
   EXPECT_TRUE(reaches(*store, large));
 }
 
-// As a handler does that waits for a lock under which another thread begins to read, while a third
-// makes the map grow: nobody gets on unless the journal lets go of the store first.
+// Like a handler that waits for a lock under which another thread begins to read, while a third one
+// makes the map grow: all of them wait forever unless the journal ends its transaction first.
 TEST_F(Journal, LetsTheMapGrowWhileItsVisitorWaits) {
   ConfigStore::Options options;
   options.initialMapSize = 1u << 20;
@@ -142,7 +142,8 @@ TEST_F(Journal, SaysWhenItWasCutUnderItsReader) {
   fillWithNoise(*store, 20'000);
   std::size_t visited = 0;
   EXPECT_FALSE(store->journal(0, 1, [&](const JournalEntry&) {
-    if (visited++ == 0) commitEntries(*store, 12);  // nobody is registered: revision 1 may go
+    if (visited++ == 0)
+      commitEntries(*store, 12);  // no process is registered: revision 1 is cut off
   }));
   EXPECT_GT(visited, 0u);
   EXPECT_LT(visited, 20'000u);

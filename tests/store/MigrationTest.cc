@@ -1,4 +1,4 @@
-// Stores of schema 1: what becomes of them when they are opened.
+// Opening stores of schema 1.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -182,7 +182,7 @@ TEST_F(Migration, LeavesUnreadableRowsUnreadable) {
   const std::string three = Schema1Store::rowKey(itemAt(3, 3, ""), itemAt(3, 3, "").position);
   ASSERT_TRUE(rows.contains(uno) && rows.contains(three));
   rows[uno].pop_back();
-  rows[three] = "\2" + rows[three].substr(1);  // no row of schema 1, nor one of schema 2
+  rows[three] = "\2" + rows[three].substr(1);  // a row of neither schema
   old.write(path());
   const auto token = Logger::instance().capture([](const Logger::Message&) {});
   const auto store = ConfigStore::open(path());

@@ -32,7 +32,7 @@ void untilReleased() {
   }
 }
 
-// Holds ARGUMENT snapshots (default 1), each of a thread of its own.
+// Holds ARGUMENT snapshots (default 1), each in its own thread.
 void hold(ConfigStore& store, const Arguments& arguments) {
   const int count = arguments.empty() ? 1 : std::atoi(arguments[0].c_str());
   std::atomic<int> ready{0};

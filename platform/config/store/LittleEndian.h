@@ -1,4 +1,4 @@
-// Numbers in little-endian byte order, whatever the machine's own order.
+// Numbers in little-endian byte order on any machine.
 #pragma once
 
 #include <cstddef>
