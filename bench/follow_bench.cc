@@ -1,5 +1,5 @@
-// How quickly another process follows a commit, beside a bare exchange of wakes between two
-// processes; and what changes cost those who ask.
+// How quickly another process follows a commit, compared with a plain exchange of wakes between two
+// processes, and what changes cost the readers.
 //
 // The other processes are this program itself, started with a role.
 #include <benchmark/benchmark.h>
@@ -34,7 +34,7 @@ using namespace Kestrav::Testing;
 constexpr int kProfiles = 1000;
 constexpr int kPatience = 10'000;  // ms
 
-// Two words between this process and the other one: what was asked for, and what was answered.
+// Two words shared with the other process: the request and the answer.
 struct Words {
   std::atomic<std::uint32_t> asked;
   std::atomic<std::uint32_t> answered;
@@ -62,7 +62,7 @@ Words& sharedWords(int* memory) {
   return wordsIn(*memory);
 }
 
-// A store with as many antispam profiles as are asked for.
+// A store with a given number of antispam profiles.
 class Store {
  public:
   static Store& instance() {
@@ -75,7 +75,7 @@ class Store {
 
  private:
   Store() {
-    // In memory, unless told otherwise: what is measured is not the disk.
+    // In memory by default, to keep the disk out of the measurement.
     const char* base = ::getenv("TMPDIR");
     path_ = std::string(base != nullptr ? base : "/dev/shm") + "/kestrav-bench-XXXXXX";
     if (mkdtemp(path_.data()) == nullptr) std::abort();
@@ -196,7 +196,7 @@ void BM_CommitToAppliedElsewhere(benchmark::State& state) {
 }
 BENCHMARK(BM_CommitToAppliedElsewhere)->UseRealTime();
 
-// The part of it that is the commit.
+// The commit alone.
 void BM_CommitAlone(benchmark::State& state) {
   Store& store = Store::instance();
   static std::uint32_t value = 1'000'000;
@@ -204,7 +204,7 @@ void BM_CommitAlone(benchmark::State& state) {
 }
 BENCHMARK(BM_CommitAlone)->UseRealTime();
 
-// There and back without anything in between.
+// A round trip without any work.
 void BM_FutexPingPong(benchmark::State& state) {
   int memory = -1;
   Words& words = sharedWords(&memory);
@@ -218,7 +218,7 @@ void BM_FutexPingPong(benchmark::State& state) {
 }
 BENCHMARK(BM_FutexPingPong)->UseRealTime();
 
-// ---- asking while profiles change
+// ---- requests while profiles change
 
 void hits(benchmark::State& state) {
   const ProfileFactory& factory = *ProfileFactory::instance();

@@ -1,4 +1,4 @@
-// What a handle costs beside std::shared_ptr, which shares without a holder of its own.
+// The cost of a handle compared with std::shared_ptr, which needs no holder per copy.
 #include <benchmark/benchmark.h>
 
 #include <memory>

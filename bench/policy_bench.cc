@@ -1,4 +1,4 @@
-// Decisions and cached profiles, each beside the plain way to do the same.
+// Decisions and cached profiles, each compared with a hand-written equivalent.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
@@ -120,7 +120,7 @@ std::string senderOf(int i) {
   return "someone@partner" + std::to_string(1 + i % kPolicies) + ".example";
 }
 
-// All that a daemon waits for: protected domain, policy, profiles.
+// A daemon's whole request: protected domain, policy, profiles.
 void BM_RecipientDecision(benchmark::State& state) {
   Gateway::instance();
   const EmailAddress recipient = EmailAddress::rfc5321Parse("info@example.com", false);

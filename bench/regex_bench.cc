@@ -1,4 +1,4 @@
-// Patterns on the subjects that a gateway meets: file names, addresses, MIME types. Lists of
+// Patterns on typical subjects of a gateway: file names, addresses, MIME types. Lists of
 // addresses are looked up through their index and, for comparison, by trying every pattern.
 #include <benchmark/benchmark.h>
 
@@ -39,7 +39,7 @@ void BM_ExpressionOnManyThreads(benchmark::State& state) {
 }
 BENCHMARK(BM_ExpressionOnManyThreads)->Threads(1)->Threads(2);
 
-// Quadratic in the subject, yet finished: what one sender can make a scanner spend.
+// Quadratic in the subject, but it ends: the work that one sender can cause.
 void BM_ExpressionWorkedHard(benchmark::State& state) {
   std::string subject(1000, ' ');
   subject += 'x';

@@ -1,5 +1,5 @@
-// How long a process with 100,000 protected domains and 100,000 recipient policies takes to its
-// first decision, and how much memory, beside a walk over the same records.
+// Time and memory of a process with 100,000 protected domains and 100,000 recipient policies until
+// its first decision, compared with a walk over the same records.
 //
 // Each start is that of a new process: this program itself, started with a role.
 #include <benchmark/benchmark.h>
@@ -57,7 +57,7 @@ const std::string& storePath() {
 
 // ---- in the new process
 
-// Of memory that is its own: pages of the store's file are everyone's.
+// Private memory: pages of the store's file are shared.
 double residentMiB() {
   std::ifstream status("/proc/self/status");
   std::string word;
@@ -91,7 +91,7 @@ int walk() {
   return records == 2 * kDomains ? 1 : 0;
 }
 
-// Prints whether it went well, seconds and MiB.
+// Prints success, seconds and MiB.
 int measure(const std::string& folder, int (*work)()) {
   const double before = residentMiB();
   const auto start = std::chrono::steady_clock::now();

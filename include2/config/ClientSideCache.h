@@ -60,7 +60,7 @@ class KESTRAV_API RefApsSysClientSideCache : public Ref<ApsSysClientSideCache<Re
   static void forget();
 };
 
-// Keeps the snapshot up to date, whatever the change was.
+// Replaces the snapshot after any change of the table.
 template <class Rec, unsigned int GID>
 class KESTRAV_API ApsSysClientSideCacheHandler : public Event::HandlerTemplate<Rec, GID> {
  public:

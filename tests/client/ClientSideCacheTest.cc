@@ -58,7 +58,7 @@ TEST_F(ClientSideCache, ChangeReplacesTheSnapshotAndLeavesTheOldOneAlone) {
   EXPECT_FALSE(before == after);
   EXPECT_EQ(before->record().smtp_port, 1u);
   EXPECT_EQ(after->record().smtp_port, 2u);
-  EXPECT_EQ(before->referenceCount(), 1u);  // nobody but this test keeps the old one
+  EXPECT_EQ(before->referenceCount(), 1u);  // only this test holds the old one
 }
 
 TEST_F(ClientSideCache, UnwrittenSettingsHoldTheirDefaults) {
@@ -168,7 +168,7 @@ TYPED_TEST(EveryCache, FollowsItsTable) {
     const OwnedRecord record = withText(TypeParam::kTable, text);
     this->applied(this->put(TypeParam::kTable, record));
     const Cache seen = Cache::instance(false);
-    // Up to the lists, which none of these records has.
+    // Without the lists: these records have none.
     const Rec& copy = seen->record();
     EXPECT_EQ(std::memcmp(&copy, record.data(), sizeof(Rec)), 0);
   }

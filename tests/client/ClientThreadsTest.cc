@@ -1,4 +1,4 @@
-// Readers of the caches and of the store against a writer; run under the thread sanitizer as well.
+// Readers of the caches and of the store against a writer. Runs under the thread sanitizer too.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -69,7 +69,7 @@ TEST_F(ClientThreads, SnapshotsAreWholeAndNeverGoBack) {
   std::atomic<std::uint32_t> appliedValue{0};
   readWhile(
       [&](int) {
-        // Of a commit that has been applied nothing older is served any more.
+        // Nothing older than an applied commit is served.
         const std::uint32_t least = appliedValue;
         const Global snapshot = Global::instance(false);
         const __aps_sys_global& record = snapshot->record();
@@ -176,7 +176,7 @@ TEST_F(ClientThreads, StoreAttachedDuringTheFirstRegistrationIsFollowed) {
     const Testing::Registered handler(new AnyChangeHandler(notes));
     attaching.join();
     putFolder(1, std::to_string(round));
-    ASSERT_TRUE(notes.waitFor("heard"));  // without a call that would follow the store
+    ASSERT_TRUE(notes.waitFor("heard"));  // no further call is needed
   }
 }
 

@@ -1,5 +1,5 @@
-// What the typed access layer asks of the store's plain functions, and in which order: this program
-// supplies those functions itself and writes down each call.
+// Which plain functions of the store the typed access layer calls, and in which order. This program
+// supplies these functions itself and records each call.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -163,11 +163,11 @@ TEST_F(Cmf, DereferencingMovesTheQueryOnceAPosition) {
   const auto* record = *at;
   EXPECT_EQ(folders.query()->current_row, 1);
   EXPECT_TRUE(cached(folders.query()));
-  // What was changed in place is still there: the record was not read again.
+  // The change in place is still there: the record was not read again.
   boundedCopy(const_cast<__aps_systemquarantine_folders*>(record)->name, "changed");
   EXPECT_EQ(*at, record);
   EXPECT_STREQ(at->name, "changed");
-  // Elsewhere and back again it is.
+  // After a move to another row and back it is read again.
   EXPECT_STREQ(folders.begin()->name, "one");
   EXPECT_STREQ(at->name, "two");
 }
@@ -293,7 +293,7 @@ TEST_F(Cmf, SharedQueryIsOneATableAndThread) {
   EXPECT_EQ(nCfg_query(1682), mine);
   EXPECT_NE(nCfg_query(617), mine);
   std::thread([&] { EXPECT_NE(nCfg_query(1682), mine); }).join();
-  cmf_query_free(mine);  // it is the thread's, not the caller's
+  cmf_query_free(mine);  // no effect: the thread owns it
   EXPECT_EQ(cmf_query_do_table_size(nCfg_query(1682), 0), 0);
 }
 
@@ -304,7 +304,7 @@ TEST_F(Cmf, SharedQueryPinsNothingBetweenCalls) {
       static_cast<const __aps_systemquarantine_folders*>(cmf_query_update(nCfg_query(1682)));
   putFolder(1, "uno");
   putFolder(2, "two");
-  EXPECT_STREQ(record->name, "one");  // a copy, good until the query is fetched anew and read
+  EXPECT_STREQ(record->name, "one");  // a copy, valid until the query is requested again and read
   EXPECT_THAT(names(), ElementsAre("uno", "two"));
   record = static_cast<const __aps_systemquarantine_folders*>(cmf_query_update(nCfg_query(1682)));
   EXPECT_STREQ(record->name, "uno");

@@ -282,7 +282,7 @@ TEST_F(Events, HandlerMayReadWriteAndAskTheDispatcher) {
     TableQuery<__aps_systemquarantine_folders, 1682> folders;
     notes_.add("read " + std::to_string(folders.size()));
     seen = dispatcher()->delivering();
-    waited = dispatcher()->waitApplied(seen, kForeverMs);  // answers at once: nobody else would
+    waited = dispatcher()->waitApplied(seen, kForeverMs);  // answers at once: this thread applies
     if (folders.size() == 1) putFolder(2, "two");
   }));
   const Revision first = putFolder(1, "one");

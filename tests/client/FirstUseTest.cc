@@ -1,5 +1,5 @@
-// The first use of a cache in a process, by a thread that holds an old revision. A program of its
-// own, for in another one the caches may have been used before.
+// The first use of a cache in a process, by a thread that has pinned an old revision. It is a
+// separate program, so that no other test has used the caches before.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -29,7 +29,7 @@ TEST_F(FirstUse, OldSettingsAreServedToTheThreadThatHoldsThemAlone) {
   setSwitch(0);
   const Lock lock(true);
   std::thread([&] { setSwitch(1); }).join();
-  EXPECT_EQ(seen(), 0u);  // what else this thread reads is as old
+  EXPECT_EQ(seen(), 0u);  // this thread reads the pinned revision only
   std::thread([] { EXPECT_EQ(seen(), 1u); }).join();
   EXPECT_EQ(seen(), 1u);
 }

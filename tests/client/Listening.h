@@ -1,4 +1,4 @@
-// Handlers that write down what they are told.
+// Handlers that record their calls.
 #pragma once
 
 #include <algorithm>

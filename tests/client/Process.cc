@@ -67,7 +67,7 @@ int endListening() {
   std::exit(EXIT_SUCCESS);
 }
 
-// Threads of a size that no address space has.
+// Makes the stack of new threads larger than any address space.
 class NoThreads {
  public:
   NoThreads() {
@@ -146,13 +146,13 @@ int run(const std::string& verb, char** arguments) {
   if (verb == "end-listening") return endListening();
   if (verb == "without-threads") return withoutThreads(store);
   if (verb == "fork-early") return forkEarly();
-  auto& notes = *new Testing::Notes;  // the handler may outlive this function
+  auto& notes = *new Testing::Notes;  // the handler lives longer than this function
   if (verb == "end-busy") {
     Testing::dispatcher()->add(CMF::Event::RefHandler(new Testing::FolderHandler(
                                    notes, "h",
                                    [store, count = 0]() mutable {
                                      putFolder(*store, 1,
-                                               std::to_string(++count));  // and so for ever
+                                               std::to_string(++count));  // without end
                                    })),
                                127, 1);
     const Config::Revision revision = putFolder(*store, 1, "one");

@@ -81,7 +81,7 @@ TEST_F(ServerCache, EntryStaysAsItWasLookedUp) {
   const RefApsGwServer before = find("a.example");
   applied(erase(GID_PROTECTED_DOMAIN, 1));
   EXPECT_TRUE(find("a.example").isNull());
-  EXPECT_STREQ(before->record().disclaimer.first_text, "ours");  // put together only now
+  EXPECT_STREQ(before->record().disclaimer.first_text, "ours");  // decoded by this call
   EXPECT_EQ(before->configurationDomain(), 1u);
 }
 
@@ -110,7 +110,7 @@ TEST_F(ServerCache, AliasAnswersWithItsTarget) {
     EXPECT_EQ(find(name)->aliasKey(), "Target.example");
   }
   EXPECT_EQ(find("target.example")->aliasKey(), "");
-  // The target's changes are the alias's.
+  // A change of the target shows through the alias.
   applied(putDomain(1, "Target.example", 17));
   EXPECT_EQ(find("alias.example")->configurationDomain(), 17u);
 }
@@ -135,7 +135,7 @@ TEST_F(ServerCache, AliasWithoutATargetStandsForItself) {
     EXPECT_EQ(find(test.name)->configurationDomain(), test.configuration);
     EXPECT_EQ(find(test.name)->aliasKey(), test.aliasKey);
   }
-  // Once the target is there, it counts.
+  // A target that is added later counts.
   applied(putDomain(6, "nowhere.example", 6));
   EXPECT_EQ(find("lost.example")->aliasKey(), "nowhere.example");
   EXPECT_EQ(find("of-lost.example")->configurationDomain(), 6u);
@@ -189,7 +189,7 @@ struct Domain {
   ngid_t configuration;
 };
 
-// The answer by the rules, straight from all records.
+// The expected answer, computed from all records.
 const Domain* oracle(const std::map<std::uint32_t, Domain>& domains, const std::string& name) {
   const auto byName = [&](const std::string& wanted) -> const Domain* {
     for (const auto& [id, domain] : domains) {

@@ -1,5 +1,4 @@
-// A store of its own for each test, attached to the process, and short words for what tests do with
-// it.
+// A store for each test, attached to the process, and short functions for common operations.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -27,7 +26,7 @@ using Config::ConfigStore;
 using Config::OwnedRecord;
 using Config::Revision;
 
-// Far beyond what any wait needs: reached only by a failure.
+// Only a failure takes so long.
 inline constexpr int kForeverMs = 120'000;
 
 inline CMF::Event::Dispatcher dispatcher() {
@@ -70,7 +69,7 @@ inline OwnedRecord domainRecord(std::uint32_t id, std::string_view name, ngid_t 
   return record;
 }
 
-// Leaves the process without a store.
+// Detaches its store at the end.
 class StoreTest : public testing::Test {
  protected:
   explicit StoreTest(const ConfigStore::Options& options = {})

@@ -191,7 +191,7 @@ TEST_F(StoreProcesses, DestroyingAParentsStoreInAChildDisturbsNobody) {
   EXPECT_EQ(putAll(*held, {3}), 3u);
 }
 
-// Whatever a writer was doing when it was killed, the store is at a whole revision.
+// A writer may be killed at any step: the store is at a complete revision.
 TEST_F(StoreProcesses, AWriterKilledAtAnyMomentLeavesAWholeRevision) {
   constexpr int kSize = 25;
   constexpr int kKills = 300;

@@ -25,8 +25,8 @@ struct Pinned {
   Snapshot snapshot;
 };
 
-// Made after the thread's first snapshot, so that it is gone before whatever the store keeps per
-// thread.
+// Created after the thread's first snapshot, so it is destroyed before the store's own thread-local
+// data.
 std::optional<Pinned>& pinned() {
   thread_local std::optional<Pinned> snapshot;
   return snapshot;

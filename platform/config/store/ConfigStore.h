@@ -202,7 +202,7 @@ class KESTRAV_API ConfigStore {
   };
 
   // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
-  // yields the same object, whatever its options.
+  // yields the same object and ignores the options.
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder,
                                            const Options& options);
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {
