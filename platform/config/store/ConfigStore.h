@@ -210,10 +210,10 @@ class KESTRAV_API ConfigStore {
   }
 
   // Makes `store` the one that the library and the cmf_* functions of this process answer from.
-  // Call it once, before the first use of the library. Handlers registered before get resync() on
-  // this thread. Throws Exception kAttached when another store is attached, and whatever keeps the
-  // event thread from starting; then nothing is attached. A child after fork attaches a store that
-  // it opened itself; no other thread may have been inside the library at the fork.
+  // Call it once, before the first use of the library. Handlers that are registered already get
+  // resync() on this thread. Throws Exception kAttached when another store is attached, kInternal
+  // when the event thread cannot be started; then nothing is attached. A child after fork attaches
+  // a store that it opened itself; no other thread may have been inside the library at the fork.
   static void attach(std::shared_ptr<ConfigStore> store);
   // For tests and for the end of main, while no other thread uses the library. Ends the event
   // thread and empties every cache: handlers stay registered and get resync(). Then another store
