@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/common/NoDestructor.h"
-#include "platform/common/Synchronized.h"
+#include "platform/common/ProcessWide.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/OwnedRecord.h"
 #include "platform/config/records/SessionRecords.h"
@@ -36,6 +36,8 @@ std::shared_ptr<const Rec> copyOf(const Rec& record) {
   return {copy, copy->template as<Rec>()};
 }
 
+Event::Dispatcher dispatcher() { return Event::Dispatcher::instance("", false, false); }
+
 }  // namespace
 
 template <class Rec>
@@ -44,9 +46,7 @@ ApsSysClientSideCache<Rec>::ApsSysClientSideCache(const Rec& record) : record_(c
 template <class Rec, unsigned int GID>
 struct RefApsSysClientSideCache<Rec, GID>::Current {
   std::once_flag registration;
-  Mutex mutex;  // guards what follows; the handle is copied before it is released
-  RefApsSysClientSideCache snapshot;
-  Revision readAt = 0;  // the snapshot's
+  ProcessWide<RefApsSysClientSideCache> snapshot;
 };
 
 template <class Rec, unsigned int GID>
@@ -81,43 +81,30 @@ RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::instance(
   // Before the record is read, so that no change falls between the two.
   std::call_once(now.registration, [] {
     const Event::RefHandler handler(new ApsSysClientSideCacheHandler<Rec, GID>, false);
-    Event::Dispatcher::instance("", false, false)->add(handler, 127, 1);
+    dispatcher()->add(handler, 127, 1);
   });
-  const Synchronized guard(now.mutex);
-  if (!now.snapshot.isNull()) return now.snapshot;
+  // A thread that has pinned an older revision than the one that others act on gets a snapshot of
+  // its own.
   Revision revision = 0;
-  RefApsSysClientSideCache made = read(revision);
-  // This thread may have pinned an older revision than the one that others act on. Then the
-  // snapshot is for this caller only.
-  if (revision < Event::Dispatcher::instance("", false, false)->delivering()) return made;
-  now.snapshot = made;
-  now.readAt = revision;
-  return made;
+  return now.snapshot.get([&revision] { return read(revision); },
+                          [&revision] { return revision >= dispatcher()->delivering(); });
 }
 
 template <class Rec, unsigned int GID>
 void RefApsSysClientSideCache<Rec, GID>::reload() {
-  Revision revision = 0;
-  RefApsSysClientSideCache made;
   try {
-    made = read(revision);
+    Revision revision = 0;
+    current().snapshot.replace([&revision] { return read(revision); });
+    if (revision < dispatcher()->delivering()) forget();
   } catch (...) {
     forget();  // the snapshot is outdated: the next instance() reads again
     throw;
   }
-  Current& now = current();
-  const Synchronized guard(now.mutex);
-  if (!now.snapshot.isNull() && revision < now.readAt) return;
-  std::swap(now.snapshot, made);  // the old one ends without the mutex
-  now.readAt = revision;
 }
 
 template <class Rec, unsigned int GID>
 void RefApsSysClientSideCache<Rec, GID>::forget() {
-  RefApsSysClientSideCache old;  // ends without the mutex
-  Current& now = current();
-  const Synchronized guard(now.mutex);
-  std::swap(now.snapshot, old);
+  current().snapshot.drop();
 }
 
 template <class Rec, unsigned int GID>

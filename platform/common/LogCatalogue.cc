@@ -49,6 +49,8 @@ constexpr LogEntry kCatalogue[] = {
      "configuration store: record {1} of table {0} skipped: {2}"},
     {LogCode::kStoreReaderCleared, Severity::kInfo,
      "configuration store: cleared {0} readers of processes that died"},
+    {LogCode::kStoreMigrated, Severity::kInfo,
+     "configuration store: migrated {0} from schema {1} to schema {2}"},
     {LogCode::kHandlerFailed, Severity::kError,
      "handler of changes in configuration table {0} failed: {1}"},
     {LogCode::kEventsResynchronised, Severity::kWarning,

@@ -32,6 +32,7 @@ inline constexpr std::uint32_t kDictionaryScanFailed = 0x4000202;   // scanner, 
 inline constexpr std::uint32_t kStoreFailure = 0x4000301;           // operation, reason
 inline constexpr std::uint32_t kStoreRecordSkipped = 0x4000302;     // table, id, reason
 inline constexpr std::uint32_t kStoreReaderCleared = 0x4000303;    // number of dead readers cleared
+inline constexpr std::uint32_t kStoreMigrated = 0x4000304;         // folder, old and new schema
 inline constexpr std::uint32_t kHandlerFailed = 0x4000401;         // table, reason
 inline constexpr std::uint32_t kEventsResynchronised = 0x4000402;  // applied and current revision
 inline constexpr std::uint32_t kPolicyRecordSkipped = 0x4000501;   // policy id, reason
@@ -58,6 +59,7 @@ inline constexpr std::uint32_t kAll[] = {
     kStoreFailure,
     kStoreRecordSkipped,
     kStoreReaderCleared,
+    kStoreMigrated,
     kHandlerFailed,
     kEventsResynchronised,
     kPolicyRecordSkipped,

@@ -37,15 +37,20 @@ class ProcessWide {
   }
 
   // The current value; built when there is none. What `build` throws reaches the caller, and the
-  // next call builds again.
-  template <class Build>
-  Value get(const Build& build) {
+  // next call builds again. When `keep()` is false after the build, the value is for this caller
+  // only: for example because the thread has pinned an older revision than the one that others use.
+  template <class Build, class Keep>
+  Value get(const Build& build, const Keep& keep) {
     if (std::optional<Value> found = current()) return *std::move(found);
     const std::scoped_lock building(building_);
     if (std::optional<Value> found = current()) return *std::move(found);
     Value made = build();
-    exchange(made);
+    if (keep()) exchange(made);
     return made;
+  }
+  template <class Build>
+  Value get(const Build& build) {
+    return get(build, [] { return true; });
   }
 
   // Builds a value and makes it the current one. The old one stays when `build` throws.

@@ -43,10 +43,13 @@ void logFailure(const Exception& failure) {
 bool fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
                   ngid_t domain) {
   const ProfileFactory* factory = ProfileFactory::instance();
-  if (record.antispam_profile == 0) return true;
-  policy.antispam =
-      factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
-  return !policy.antispam.isNull();
+  bool complete = true;
+  if (record.antispam_profile != 0) {
+    policy.antispam =
+        factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
+    complete = complete && !policy.antispam.isNull();
+  }
+  return complete;
 }
 
 void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& record) {

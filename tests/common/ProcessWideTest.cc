@@ -35,6 +35,14 @@ TEST(ProcessWide, IsBuiltByTheFirstCallAndKept) {
   EXPECT_EQ(value.current(), first);
 }
 
+TEST(ProcessWide, ValueThatIsNotToBeKeptIsForItsCallerOnly) {
+  ProcessWide<Value> value;
+  EXPECT_EQ(*value.get(seven, [] { return false; }), 7);
+  EXPECT_FALSE(value.current().has_value());
+  EXPECT_EQ(*value.get(eight, [] { return true; }), 8);
+  EXPECT_EQ(*value.get(failing, [] { return false; }), 8) << "an existing value is not asked about";
+}
+
 TEST(ProcessWide, BuildThatThrowsIsRetried) {
   ProcessWide<Value> value;
   EXPECT_THROW(value.get(failing), std::runtime_error);

@@ -15,6 +15,7 @@
 #include "platform/config/store/JournalFormat.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/StoreFixture.h"
 
 namespace Kestrav::Config {
@@ -124,6 +125,14 @@ TEST_F(Migration, KeepsRecordsOrderAndRevisions) {
               0);
   }
   EXPECT_EQ(schema(), 2u);
+}
+
+TEST_F(Migration, IsLoggedOnce) {
+  smallStore().write(path());
+  const Testing::LogCapture log;
+  ConfigStore::open(path());
+  ConfigStore::open(path());
+  EXPECT_THAT(log.fields(0x4000304), ElementsAre(ElementsAre(path().string(), "1", "2")));
 }
 
 TEST_F(Migration, KeepsTheJournalWithHeadsThatKnowNothing) {

@@ -172,14 +172,18 @@ void EventLoop::start() {
 
 // ---- the thread's life
 
+// Returns when the thread waits for its first revision: from then on a fork finds it either waiting
+// or holding delivery_.
 void EventLoop::startThread() {
-  const std::scoped_lock lock(mutex_);
+  if (HandlerList::calling()) return;  // the thread exists, or attached() starts it afterwards
+  std::unique_lock lock(mutex_);
   if (thread_ != nullptr || store_ == nullptr || stopped_ || exiting_ || parentsStoreAttached) {
     return;
   }
   static const bool registered = std::atexit([] { instance().endAtExit(); }) == 0;
   (void)registered;
   const SignalsBlocked blocked;
+  started_ = false;
   try {
     thread_ = std::make_unique<std::thread>([this, store = store_] { run(store); });
     pthread_setname_np(thread_->native_handle(), "config-events");
@@ -187,6 +191,7 @@ void EventLoop::startThread() {
     throw Exception(std::string("The event thread cannot be started: ") + reason.what(),
                     StoreError::kInternal);
   }
+  changed_.wait(lock, [&] { return started_; });
 }
 
 // Returns when the thread has ended, or after `patience`.
@@ -241,6 +246,11 @@ void EventLoop::run(const std::shared_ptr<ConfigStore>& store) {
     store->applied(applied());
   } catch (const std::exception& reason) {
     logStoreFailure("registerProcess", reason);  // delivery works all the same
+  }
+  {
+    const std::scoped_lock lock(mutex_);
+    started_ = true;
+    changed_.notify_all();
   }
   while (!ending_) {
     const Revision newest = wait(*store);

@@ -63,7 +63,8 @@ class EventLoop final : public AttachmentObserver {
   std::condition_variable changed_;
   std::shared_ptr<ConfigStore> store_;
   std::unique_ptr<std::thread> thread_;
-  bool ended_ = false;    // the thread has left its loop
+  bool started_ = false;  // the thread has entered its loop
+  bool ended_ = false;    // it has left its loop
   bool stopped_ = false;  // by stop()
 
   std::atomic<bool> ending_{false};   // the thread is to leave its loop

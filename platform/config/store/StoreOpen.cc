@@ -10,6 +10,8 @@
 #include <map>
 
 #include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
 #include "platform/common/NoDestructor.h"
 #include "platform/config/store/DataFile.h"
 #include "platform/config/store/Keys.h"
@@ -106,6 +108,8 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
                     StoreError::kInUse);
   }
   migrate(*env, schema);
+  Logger::instance(false).log(LogCode::kStoreMigrated, "%s\x01%u\x01%u", folder.c_str(),
+                              static_cast<unsigned>(schema), static_cast<unsigned>(kSchema));
 }
 
 StoreCore::~StoreCore() {
