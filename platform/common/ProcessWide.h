@@ -45,7 +45,10 @@ class ProcessWide {
     const std::scoped_lock building(building_);
     if (std::optional<Value> found = current()) return *std::move(found);
     Value made = build();
-    if (keep()) exchange(made);
+    if (keep()) {
+      std::optional<Value> next = made;
+      swap(next);
+    }
     return made;
   }
   template <class Build>
@@ -56,10 +59,11 @@ class ProcessWide {
   // Builds a value and makes it the current one. The old one stays when `build` throws.
   template <class Build>
   Value replace(const Build& build) {
-    std::optional<Value> old;  // destroyed without any lock
+    std::optional<Value> value;  // the new one, then the old one, destroyed without any lock
     const std::scoped_lock building(building_);
-    Value made = build();
-    old = exchange(made);
+    value = build();
+    Value made = *value;
+    swap(value);
     return made;
   }
 
@@ -68,14 +72,14 @@ class ProcessWide {
   bool drop() {
     std::optional<Value> old;  // destroyed without any lock
     const std::scoped_lock building(building_);
-    old = exchange(std::nullopt);
+    swap(old);
     return old.has_value();
   }
 
  private:
-  std::optional<Value> exchange(std::optional<Value> next) {
+  void swap(std::optional<Value>& other) {
     const std::unique_lock writing(valueLock_);
-    return std::exchange(value_, std::move(next));
+    value_.swap(other);
   }
 
   std::mutex building_;  // held during a build; taken before valueLock_

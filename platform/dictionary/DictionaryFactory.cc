@@ -9,7 +9,8 @@
 #include "platform/common/Strings.h"
 #include "platform/common/Synchronized.h"
 #include "platform/config/records/Gid.h"
-#include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Attachment.h"
+#include "platform/config/store/Fork.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
 
 namespace Kestrav {
@@ -84,9 +85,19 @@ Ref<DictionaryScannerImpl> DictionaryFactory::createGroupScanner(const std::stri
 Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory::*cache,
                                                      const std::string& name, Fill fill,
                                                      const char* missing) {
+  Config::refuseParentsStore();
+  Scanners staleProfileScanners;  // destroyed after the unlock, as are the next
+  Scanners staleGroupScanners;
   std::uint64_t generation;
   {
     Synchronized guard(mutex_);
+    if (attachment_ != Config::attachmentNumber()) {
+      attachment_ = Config::attachmentNumber();
+      cleanedRevision_ = 0;
+      ++generation_;
+      staleProfileScanners.swap(profileScanners_);
+      staleGroupScanners.swap(groupScanners_);
+    }
     const auto found = (this->*cache).find(name);
     if (found != (this->*cache).end()) return found->second;
     generation = generation_;

@@ -56,6 +56,7 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
   Scanners profileScanners_;
   Scanners groupScanners_;
   std::uint64_t generation_ = 0;       // incremented by clean()
+  std::uint64_t attachment_ = 0;       // number of the attachment that the scanners are of
   std::uint64_t cleanedRevision_ = 0;  // of the attached store at the last clean()
 };
 

@@ -1,4 +1,5 @@
 // The process-wide settings that ProfileAntiSpam hands out beside its profiles.
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -8,6 +9,7 @@
 #include "platform/common/ProcessWide.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/AntispamRecords.h"
+#include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
 #include "platform/parser/EmailAddress.h"
 
@@ -35,7 +37,10 @@ template <class Settings>
 std::shared_ptr<const Settings> shared(bool reload) {
   Config::refuseParentsStore();
   static NoDestructor<ProcessWide<std::shared_ptr<const Settings>>> settings;
-  if (reload) settings->drop();
+  static std::atomic<std::uint64_t> attachment{0};
+  const std::uint64_t present = Config::attachmentNumber();
+  const bool other = attachment.load() != present && attachment.exchange(present) != present;
+  if (other || reload) settings->drop();
   return settings->get([] {
     const SystemAntispam snapshot = SystemAntispam::instance(false);
     auto made = std::make_shared<Settings>();

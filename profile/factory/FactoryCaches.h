@@ -25,6 +25,7 @@
 #include "ProfileNotification.h"
 #include "ProfileQuarantineFolder.h"
 #include "ProfileWebFilter.h"
+#include "platform/config/store/Fork.h"
 #include "platform/config/store/StatusArea.h"
 #include "profile/factory/ProfileCache.h"
 
@@ -56,6 +57,7 @@ struct KindCaches {
   // Both return what they removed. Profiles that are being loaded meanwhile will not be kept. The
   // caller holds whichever lock its operation prescribes.
   [[nodiscard]] auto takeAll() {
+    Config::refuseParentsStore();  // the mark is shared with the parent
     // The mark is cleared first: when it is set again from here on, the caches are cleared again.
     if constexpr (kDirty != 0) Config::StatusArea(Config::currentZone()).clearDirty(kDirty);
     return std::apply([](auto&... cache) { return std::tuple(cache.clear()...); }, caches);

@@ -293,6 +293,7 @@ void ProfileFactory::_clearFilePatternProfiles() const {
 // ---------------------------------------------------------------------------------------------------
 
 int ProfileFactory::deferredPeriod() {
+  Config::refuseParentsStore();
   const ReadLock reading(caches_->deferPeriod.lock);
   return caches_->deferPeriod.value();
 }

@@ -1,11 +1,13 @@
 #include "TrustedMTASet.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "platform/common/NoDestructor.h"
 #include "platform/common/ProcessWide.h"
 #include "platform/common/Synchronized.h"
+#include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
 #include "profile/sets/TrustedMTATables.h"
 
@@ -68,10 +70,26 @@ std::list<IPAddressMask> TrustedAddresses::list() const {
 
 TrustedMTASet::~TrustedMTASet() = default;
 
+namespace {
+
+void empty(TrustedAddresses& set) {
+  while (!set.assign({}, set.changes())) {
+  }
+}
+
+}  // namespace
+
 TrustedMTASetRef TrustedMTASetRef::instance(bool) {
   Config::refuseParentsStore();
   static NoDestructor<ProcessWide<TrustedMTASetRef>> sets;
-  return sets->get([] { return TrustedMTASetRef(new TrustedMTASet); });
+  static std::atomic<std::uint64_t> attachment{0};
+  TrustedMTASetRef found = sets->get([] { return TrustedMTASetRef(new TrustedMTASet); });
+  if (const std::uint64_t present = Config::attachmentNumber();
+      attachment.load() != present && attachment.exchange(present) != present) {
+    empty(found->trustedMTAs());
+    empty(found->trustedAntispamMTAs());
+  }
+  return found;
 }
 
 void initializeTrustedMTASet() {

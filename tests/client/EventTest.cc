@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -28,9 +26,11 @@ namespace Kestrav::CMF::Event {
 namespace {
 
 using Testing::ChangeSet;
+using Testing::codeOf;
 using Testing::ConfigStore;
 using Testing::dispatcher;
 using Testing::FolderHandler;
+using Testing::KeyedHandler;
 using Testing::kForeverMs;
 using Testing::Notes;
 using Testing::OwnedRecord;
@@ -230,6 +230,96 @@ TEST_F(Events, HandlerThatRemovesTheNextOneKeepsItFromBeingCalled) {
   EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->one"));
 }
 
+TEST_F(Events, HandlerThatEndsInACallMayRemoveOthersInItsDestructor) {
+  class Owner : public FolderHandler {
+   public:
+    Owner(Notes& notes, std::function<void()> also, RefHandler companion)
+        : FolderHandler(notes, "owner", std::move(also)), companion_(std::move(companion)) {}
+    ~Owner() override { dispatcher()->remove(companion_); }
+
+   private:
+    const RefHandler companion_;
+  };
+  const RefHandler companion(new FolderHandler(notes_, "companion"), false);
+  dispatcher()->add(companion, 127, 1);
+  auto owner = std::make_unique<RefHandler>();
+  *owner = RefHandler(new Owner(
+                          notes_,
+                          [&] {
+                            if (owner == nullptr) return;
+                            dispatcher()->remove(*owner);
+                            owner.reset();
+                          },
+                          companion),
+                      false);
+  dispatcher()->add(*owner, 127, 1);
+  applied(putFolder(1, "one"));
+  const Registered last(new FolderHandler(notes_, "last"));
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("companion: 0 ->one", "owner: 0 ->one", "last: 0 ->two"));
+}
+
+TEST_F(Events, NullHandlerIsNotRemoved) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  dispatcher()->remove(RefHandler());
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one"));
+}
+
+TEST_F(Events, DetachOfTheMainThreadAndOfAHandlerDoNotWaitForEachOther) {
+  std::atomic<bool> begun{false};
+  std::vector<int> codes;
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    if (begun.exchange(true)) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // detach() waits by then
+    codes.push_back(codeOf([] { ConfigStore::detach(); }));
+    codes.push_back(codeOf([&] { ConfigStore::attach(store_); }));
+  }));
+  putFolder(1, "one");
+  while (!begun) std::this_thread::yield();
+  ConfigStore::detach();
+  EXPECT_THAT(codes, ElementsAre(Config::StoreError::kInternal, 0));
+}
+
+TEST_F(Events, StopsAndStartsOfSeveralThreadsEnd) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([] {
+      for (int round = 0; round < 200; ++round) {
+        dispatcher()->stop();
+        dispatcher()->start();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  dispatcher()->start();
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one"));
+}
+
+TEST_F(Events, StartDuringAStopIsNotLost) {
+  std::atomic<bool> begun{false};
+  const Registered handler(new FolderHandler(notes_, "h", [&] {
+    if (begun.exchange(true)) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    dispatcher()->start();  // stop() waits for this handler
+  }));
+  putFolder(1, "one");
+  while (!begun) std::this_thread::yield();
+  dispatcher()->stop();
+  applied(putFolder(2, "two"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 ->two"));
+}
+
+TEST_F(Events, DetachGivesTheSlotOfTheProcessBack) {
+  const Registered handler(new FolderHandler(notes_, "h"));
+  applied(putFolder(1, "one"));
+  EXPECT_EQ(store_->processes().size(), 1u);
+  ConfigStore::detach();
+  EXPECT_THAT(store_->processes(), IsEmpty());
+}
+
 TEST_F(Events, HandlersMayNotStopDetachOrAttach) {
   std::vector<std::string> refused;
   const Testing::Folder second;
@@ -249,8 +339,7 @@ TEST_F(Events, HandlersMayNotStopDetachOrAttach) {
   applied(putFolder(1, "one"));
   EXPECT_THAT(refused, ElementsAre("DispatcherImpl::stop was called by a handler",
                                    "ConfigStore::detach was called by a handler",
-                                   "A process attaches one store; " + store_->folder().string() +
-                                       " is attached already"));
+                                   "ConfigStore::attach was called by a handler"));
   EXPECT_EQ(ConfigStore::attached(), store_);
 }
 
@@ -383,15 +472,6 @@ TEST_F(Events, StoppedDispatcherCatchesUp) {
 
 // ---- behind the journal
 
-class KeyedHandler : public FolderHandler {
- public:
-  KeyedHandler(Notes& notes, std::string name) : FolderHandler(notes, name), notes_(notes) {}
-  void resync() override { notes_.add("resync"); }
-
- private:
-  Notes& notes_;
-};
-
 class EventsWithAShortJournal : public Events {
  protected:
   EventsWithAShortJournal() : Events(options()) {}
@@ -444,147 +524,6 @@ TEST_F(EventsWithAShortJournal, HandlerThatThrowsWhenItResynchronisesStopsNobody
   dispatcher()->start();
   applied(last);
   EXPECT_THAT(notes_.all(), ElementsAre("first: 0 ->-", "resync"));
-}
-
-// ---- several processes
-
-int runProcess(std::vector<std::string> words) {
-  words.insert(words.begin(), CLIENT_PROCESS);
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  pid_t child = 0;
-  if (::posix_spawn(&child, CLIENT_PROCESS, nullptr, nullptr, arguments.data(), ::environ) != 0)
-    return -1;
-  int status = 0;
-  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
-}
-
-TEST_F(Events, ChangesOfAnotherProcessAreDelivered) {
-  const Registered handler(new FolderHandler(notes_, "h"));
-  const Revision before = putFolder(100, "mine");
-  EXPECT_EQ(runProcess({"write", store_->folder(), "1", "30"}), 0);
-  applied(before + 30);
-  std::vector<std::string> expected{"h: 0 ->mine"};
-  for (int id = 1; id <= 30; ++id) expected.push_back("h: 0 ->other" + std::to_string(id));
-  EXPECT_EQ(notes_.all(), expected);
-}
-
-TEST_F(Events, NothingIsWaitedForWhereNobodyListens) {
-  EXPECT_EQ(runProcess({"wait-alone", store_->folder()}), 0);
-}
-
-TEST_F(Events, ProcessEndsInTheMiddleOfDelivery) {
-  EXPECT_EQ(runProcess({"end-busy", store_->folder()}), 0);
-}
-
-TEST_F(Events, HandlerMayEndTheProcess) {
-  EXPECT_EQ(runProcess({"end-by-handler", store_->folder()}), 7);
-}
-
-TEST_F(Events, NoHandlerIsCalledOnceStaticObjectsAreGone) {
-  for (int run = 0; run < 5; ++run) {
-    EXPECT_EQ(runProcess({"end-listening", store_->folder()}), 0);
-  }
-}
-
-TEST_F(Events, RegistrationFailsWhileNoThreadCanBeMade) {
-  EXPECT_EQ(runProcess({"without-threads", store_->folder()}), 0);
-}
-
-TEST_F(Events, ChildForkedWhileItsParentRegistersFollowsItsOwnStore) {
-  for (int run = 0; run < 20; ++run) {
-    EXPECT_EQ(runProcess({"fork-early", store_->folder()}), 0);
-  }
-}
-
-// Runs `work` in a child and returns what it returns.
-template <class Work>
-int inChild(Work work) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    int result = 99;
-    try {
-      result = work();
-    } catch (const std::exception& failure) {
-      std::fprintf(stderr, "in the child: %s\n", failure.what());
-    }
-    ::_exit(result);
-  }
-  int status = 0;
-  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
-}
-
-int codeOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Exception& failure) {
-    return failure.code();
-  }
-  return 0;
-}
-
-TEST_F(Events, ChildAfterForkDeliversNothing) {
-  const Registered handler(new FolderHandler(notes_, "h"));
-  applied(putFolder(1, "one"));
-  EXPECT_EQ(
-      inChild([] { return codeOf([] { dispatcher()->waitApplied(~Revision{0}, kForeverMs); }); }),
-      Config::StoreError::kForked);
-  applied(putFolder(2, "two"));
-  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one", "h: 0 ->two"));
-}
-
-TEST_F(Events, ChildMayNotAttachTheStoreOfItsParent) {
-  EXPECT_EQ(inChild([&] { return codeOf([&] { ConfigStore::attach(store_); }); }),
-            Config::StoreError::kForked);
-}
-
-TEST_F(Events, ChildThatAttachesAStoreOfItsOwnDelivers) {
-  const Registered handler(new KeyedHandler(notes_, "h"));
-  applied(putFolder(1, "one"));
-  // Its own object of the parent's folder, and another folder.
-  const Testing::Folder second;
-  for (const auto& folder : {store_->folder(), second.path() / "store"}) {
-    EXPECT_EQ(inChild([&] {
-                const auto own = ConfigStore::open(folder);
-                notes_.clear();
-                ConfigStore::attach(own);
-                ChangeSet changes;
-                changes.put(GID_QUARANTINE_FOLDER, 0, Testing::folderRecord(9, "nine").data());
-                if (!dispatcher()->waitApplied(own->commit(std::move(changes)), kForeverMs))
-                  return 1;
-                return notes_.all() == std::vector<std::string>{"resync", "h: 0 ->nine"} ? 42 : 2;
-              }),
-              42)
-        << folder;
-  }
-  applied(putFolder(2, "two"));  // the parent is not affected
-}
-
-TEST_F(Events, ForkWaitsForADeliveryThatIsUnderWay) {
-  std::atomic<bool> inHandler{false};
-  const Registered handler(new FolderHandler(notes_, "h", [&] {
-    inHandler = true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    inHandler = false;
-  }));
-  const Revision revision = putFolder(1, "one");
-  while (!inHandler && dispatcher()->applied() < revision) std::this_thread::yield();
-  EXPECT_EQ(inChild([&] { return inHandler ? 1 : 42; }), 42);
-}
-
-TEST_F(Events, ChildForkedInTheMiddleOfADeliveryCannotAttach) {
-  const Testing::Folder second;
-  std::atomic<int> code{-1};
-  const Registered handler(new FolderHandler(notes_, "h", [&] {
-    code = inChild([&] {
-      return codeOf([&] { ConfigStore::attach(ConfigStore::open(second.path() / "store")); });
-    });
-  }));
-  applied(putFolder(1, "one"));
-  EXPECT_EQ(code, Config::StoreError::kForked);
 }
 
 // ---- one store, then another one

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/common/Exception.h"
 #include "tests/client/StoreFixture.h"
 
 namespace Kestrav::Testing {
@@ -62,6 +63,26 @@ class FolderHandler : public CMF::Event::HandlerTemplate<__aps_systemquarantine_
   const std::string name_;
   const std::function<void()> also_;
 };
+
+// Notes "resync" instead of calling message().
+class KeyedHandler : public FolderHandler {
+ public:
+  KeyedHandler(Notes& notes, std::string name) : FolderHandler(notes, name), notes_(notes) {}
+  void resync() override { notes_.add("resync"); }
+
+ private:
+  Notes& notes_;
+};
+
+// The code of the Exception that `call` throws, 0 when it throws none.
+inline int codeOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Exception& failure) {
+    return failure.code();
+  }
+  return 0;
+}
 
 // Registered for as long as it lives.
 class Registered {

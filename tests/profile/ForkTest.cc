@@ -16,8 +16,10 @@
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
 #include "platform/config/records/QuarantineRecords.h"
+#include "platform/dictionary/DictionaryFactory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/support/AntispamRecords.h"
+#include "tests/support/DictionaryRecords.h"
 #include "tests/support/DomainRecords.h"
 #include "tests/support/PolicyRecords.h"
 #include "tests/support/QuarantineRecords.h"
@@ -58,20 +60,26 @@ class PreFork : public testing::Test {
     put(AntispamRecord(id_).name("parent's"), WebFilterRecord(id_),
         QuarantineFolderRecord(id_, "folder"), ProtectedDomainRecord(id_, "fork.example"),
         IpPolicyRecord(static_cast<int>(id_)).antispam(id_),
-        IncomingPolicyRecord(static_cast<int>(id_)).antispam(id_));
+        IncomingPolicyRecord(static_cast<int>(id_)).antispam(id_),
+        SystemAntispamRecord().quarantineControl("parents", "others"),
+        TrustedMtaRecord(id_, "192.0.2.1"), DictionaryRecord(id_, "words"),
+        DictionaryItemRecord(id_, id_, "word"));
     // Every cache is filled before the fork.
     EXPECT_EQ(answer(), "parent's");
     EXPECT_FALSE(connection().isNull());
     factory_->createProfileWebFilter(static_cast<int>(id_));
     factory_->createProfileQuarantineFolder(static_cast<int>(id_), 0);
-    ProfileAntiSpam::quarantineControlSettings(false);
+    EXPECT_EQ(ProfileAntiSpam::quarantineControlSettings(true)->first, "parents");
     ProfileAntiSpam::bayesianSystemSettings(false);
+    EXPECT_FALSE(DictionaryFactory::instance()->createProfileScanner("words").isNull());
     CMF::RefApsSysClientSideCache<__aps_sys_global, GID_SYSTEM_GLOBAL>::instance(false);
     initializeTrustedMTASet();
+    EXPECT_NE(TrustedMTASetRef::instance(false)->trustedMTAs().size(), 0u);
   }
   ~PreFork() override {
     Config::ChangeSet changes;
-    for (const G_CLI_GID table : {GID_IP_POLICY, GID_INCOMING_POLICY, GID_PROTECTED_DOMAIN}) {
+    for (const G_CLI_GID table : {GID_IP_POLICY, GID_INCOMING_POLICY, GID_PROTECTED_DOMAIN,
+                                  GID_TRUSTED_MTA, GID_DICTIONARY, GID_DICTIONARY_ITEM}) {
       changes.erase(table, 0, id_);
     }
     commit(std::move(changes));
@@ -120,6 +128,9 @@ TEST_F(PreFork, ChildOfAnotherStoreReadsItsFoldersAndAnswersFromItAlone) {
               ConfigStore::attach(own);
               if (!recipient().isNull() || !connection().isNull()) return 1;
               if (!factory_->createProfileAntiSpam(static_cast<int>(id_), 0).isNull()) return 2;
+              if (ProfileAntiSpam::quarantineControlSettings(false)->first == "parents") return 5;
+              if (TrustedMTASetRef::instance(false)->trustedMTAs().size() != 0) return 6;
+              if (!DictionaryFactory::instance()->createProfileScanner("words").isNull()) return 7;
               if (ProfileFactory::virus_folderId != 7) return 3;
               return ProfileFactory::spam_folderId == 0 ? kDone : 4;
             }),
@@ -163,6 +174,11 @@ std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
       {"createProfileAntiSpam", [=] { factory->createProfileAntiSpam(number, 0); }},
       {"createProfileWebFilter", [=] { factory->createProfileWebFilter(number); }},
       {"createProfileQuarantineFolder", [=] { factory->createProfileQuarantineFolder(number, 0); }},
+      {"createProfileScanner",
+       [] { DictionaryFactory::instance()->createProfileScanner("anything"); }},
+      {"createGroupScanner", [] { DictionaryFactory::instance()->createGroupScanner("anything"); }},
+      {"clearAntispamProfiles", [=] { factory->clearAntispamProfiles(); }},
+      {"deferredPeriod", [=] { factory->deferredPeriod(); }},
       {"ProfileGlobalSettings::deferredPeriod", [] { ProfileGlobalSettings::deferredPeriod(); }},
       {"quarantineControlSettings", [] { ProfileAntiSpam::quarantineControlSettings(false); }},
       {"bayesianSystemSettings", [] { ProfileAntiSpam::bayesianSystemSettings(false); }},
@@ -185,6 +201,9 @@ std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
       {"journal", [=] { store->journal(0, 1, [](const Config::JournalEntry&) {}); }},
       {"registerProcess", [=] { store->registerProcess("child"); }},
       {"applied", [=] { store->applied(1); }},
+      {"processes", [=] { store->processes(); }},
+      {"status", [=] { store->status(); }},
+      {"wakeWaiting", [=] { store->wakeWaiting(); }},
       {"statistics", [=] { store->statistics(); }},
       {"clearDeadReaders", [=] { store->clearDeadReaders(); }},
   };

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <new>
 #include <system_error>
 
 #include "platform/common/Exception.h"
@@ -25,7 +26,7 @@ constexpr int kWaitMs = 1000;             // an idle thread looks at the store t
 constexpr auto kWakeAgain = 5ms;          // a wake is lost on a thread that is about to wait
 constexpr auto kPatienceAtExit = 2000ms;  // for the handler that is running
 constexpr auto kPatienceAtFork = 1000ms;  // for the delivery that is running
-constexpr auto kNoLimit = std::chrono::milliseconds::max();
+constexpr auto kNoLimit = std::chrono::hours(24 * 365);
 
 // The event thread takes no signals: they are for the threads of the daemon.
 class SignalsBlocked {
@@ -42,8 +43,6 @@ class SignalsBlocked {
  private:
   sigset_t before_;
 };
-
-thread_local bool deliveryHeldForFork = false;
 
 void refuseInHandler(const char* operation) {
   if (!HandlerList::calling()) return;
@@ -62,6 +61,7 @@ EventLoop& EventLoop::instance() {
 
 EventLoop::EventLoop() {
   observeAttachment(*this);
+  forkGeneration();  // the store's fork handlers come first, so that these run before them
   pthread_atfork([] { instance().beforeFork(); }, [] { instance().afterFork(false); },
                  [] { instance().afterFork(true); });
 }
@@ -83,13 +83,14 @@ unsigned int EventLoop::observe(HandlerList::Observer observer) {
 }
 
 void EventLoop::remove(const CMF::Event::RefHandler& handler) {
+  if (handler.isNull()) return;
   list_.remove(handler);
-  if (!HandlerList::calling()) const std::scoped_lock ended(delivery_);
+  awaitCalls();
 }
 
 void EventLoop::unobserve(unsigned int number) {
   list_.unobserve(number);
-  if (!HandlerList::calling()) const std::scoped_lock ended(delivery_);
+  awaitCalls();
 }
 
 bool EventLoop::waitApplied(Revision revision, int timeoutMs) {
@@ -114,12 +115,12 @@ void EventLoop::listen() {
 
 // ---- the attached store
 
-void EventLoop::attaching() {
-  if (forkedInDelivery_) {
+void EventLoop::mayChange(const char* operation) const {
+  if (forkedInCalls_) {
     throw Exception("This process was forked while its parent called a handler; it has to exec",
                     StoreError::kForked);
   }
-  refuseInHandler("ConfigStore::attach");
+  refuseInHandler(operation);
 }
 
 void EventLoop::attached(const std::shared_ptr<ConfigStore>& store) {
@@ -134,8 +135,9 @@ void EventLoop::attached(const std::shared_ptr<ConfigStore>& store) {
 }
 
 void EventLoop::detaching() {
-  refuseInHandler("ConfigStore::detach");
   endThread(kNoLimit);
+  const std::scoped_lock lock(mutex_);
+  if (store_ != nullptr) store_->unregisterProcess();
 }
 
 void EventLoop::detached() {
@@ -149,7 +151,8 @@ void EventLoop::detached() {
 }
 
 void EventLoop::resync() {
-  const std::scoped_lock delivery(delivery_);
+  const Calls calls(*this);
+  const HandlerList::Within within;  // a handler may end with the list
   HandlerList::resync(list_.all(), exiting_);
 }
 
@@ -160,6 +163,7 @@ void EventLoop::stop() {
     stopped_ = true;
   }
   endThread(kNoLimit);
+  if (!list_.empty()) startThread();  // when start() was called meanwhile
 }
 
 void EventLoop::start() {
@@ -170,10 +174,34 @@ void EventLoop::start() {
   if (!list_.empty()) startThread();
 }
 
+// ---- calling handlers
+
+EventLoop::Calls::Calls(EventLoop& loop) : loop_(loop) {
+  std::unique_lock lock(loop_.mutex_);
+  loop_.changed_.wait(lock, [this] { return !loop_.inCalls_ && loop_.awaitingCalls_ == 0; });
+  loop_.inCalls_ = true;
+}
+
+EventLoop::Calls::~Calls() {
+  const std::scoped_lock lock(loop_.mutex_);
+  loop_.inCalls_ = false;
+  loop_.changed_.notify_all();
+}
+
+// Returns when no handler is running. The next delivery waits for those that wait here.
+void EventLoop::awaitCalls() {
+  if (HandlerList::calling() || forkedInCalls_) return;
+  std::unique_lock lock(mutex_);
+  ++awaitingCalls_;
+  changed_.wait(lock, [this] { return !inCalls_; });
+  --awaitingCalls_;
+  changed_.notify_all();
+}
+
 // ---- the thread's life
 
-// Returns when the thread waits for its first revision: from then on a fork finds it either waiting
-// or holding delivery_.
+// Returns when the thread has entered its loop: from then on a fork finds it either waiting for a
+// revision or within Calls.
 void EventLoop::startThread() {
   if (HandlerList::calling()) return;  // the thread exists, or attached() starts it afterwards
   std::unique_lock lock(mutex_);
@@ -186,6 +214,7 @@ void EventLoop::startThread() {
   started_ = false;
   try {
     thread_ = std::make_unique<std::thread>([this, store = store_] { run(store); });
+    ++threadNumber_;
     pthread_setname_np(thread_->native_handle(), "config-events");
   } catch (const std::system_error& reason) {
     throw Exception(std::string("The event thread cannot be started: ") + reason.what(),
@@ -194,24 +223,23 @@ void EventLoop::startThread() {
   changed_.wait(lock, [&] { return started_; });
 }
 
-// Returns when the thread has ended, or after `patience`.
+// Returns when the present thread has ended, or after `patience`.
 void EventLoop::endThread(std::chrono::milliseconds patience) {
   std::unique_lock lock(mutex_);
-  const auto end = patience == kNoLimit ? std::chrono::system_clock::time_point::max()
-                                        : std::chrono::system_clock::now() + patience;
+  const unsigned int number = threadNumber_;
+  const auto gone = [&] { return thread_ == nullptr || threadNumber_ != number; };
+  const auto begun = std::chrono::steady_clock::now();
+  if (gone()) return;
   ending_ = true;
-  while (thread_ != nullptr && !ended_ && std::chrono::system_clock::now() < end) {
+  while (!gone() && !ended_ && std::chrono::steady_clock::now() - begun < patience) {
     store_->wakeWaiting();
-    changed_.wait_until(lock, std::chrono::system_clock::now() + kWakeAgain,
-                        [&] { return ended_ || thread_ == nullptr; });
+    changed_.wait_for(lock, kWakeAgain, [&] { return gone() || ended_; });
   }
-  if (thread_ != nullptr && ended_) {
-    thread_->join();  // it takes no lock after it has set ended_
-    thread_.reset();
-    ended_ = false;
-    changed_.notify_all();
-  }
-  if (thread_ == nullptr) ending_ = false;
+  if (gone() || !ended_) return;
+  thread_->join();  // it takes no lock after it has set ended_
+  thread_.reset();
+  ended_ = ending_ = false;
+  changed_.notify_all();
 }
 
 // After it no handler is called. A thread whose handler does not return within the patience goes on
@@ -222,20 +250,29 @@ void EventLoop::endAtExit() {
   if (!parentsStoreAttached) endThread(kPatienceAtExit);
 }
 
+// Waits for the calls that are running, and keeps the mutex over the fork, so that the child finds
+// the loop in a consistent state. The thread that forks may hold what a handler waits for, hence
+// the limit.
 void EventLoop::beforeFork() {
-  // By the system's clock: the thread sanitizer does not know of waits by the steady one.
-  deliveryHeldForFork =
-      !HandlerList::calling() &&
-      delivery_.try_lock_until(std::chrono::system_clock::now() + kPatienceAtFork);
+  std::unique_lock lock(mutex_);
+  if (!HandlerList::calling()) {
+    ++awaitingCalls_;
+    changed_.wait_for(lock, kPatienceAtFork, [this] { return !inCalls_; });
+    --awaitingCalls_;
+  }
+  lock.release();
 }
 
 void EventLoop::afterFork(bool child) {
   if (child) {
-    (void)thread_.release();  // it does not exist here
+    (void)thread_.release();                  // it does not exist here
+    new (&changed_) std::condition_variable;  // neither do those that waited
+    awaitingCalls_ = 0;
     ended_ = ending_ = false;
-    forkedInDelivery_ = !deliveryHeldForFork;
+    forkedInCalls_ = inCalls_;
   }
-  if (deliveryHeldForFork) delivery_.unlock();
+  changed_.notify_all();
+  mutex_.unlock();
 }
 
 // ---- on the thread
@@ -252,11 +289,7 @@ void EventLoop::run(const std::shared_ptr<ConfigStore>& store) {
     started_ = true;
     changed_.notify_all();
   }
-  while (!ending_) {
-    const Revision newest = wait(*store);
-    const std::scoped_lock delivery(delivery_);
-    if (!ending_) deliver(*store, newest);
-  }
+  while (!ending_) deliver(*store, wait(*store));
   const std::scoped_lock lock(mutex_);
   ended_ = true;
   changed_.notify_all();
@@ -275,6 +308,8 @@ Revision EventLoop::wait(ConfigStore& store) {
 
 void EventLoop::deliver(ConfigStore& store, Revision upTo) {
   for (Revision next = applied() + 1; next <= upTo && !ending_; ++next) {
+    const Calls calls(*this);
+    const HandlerList::Within within;  // a handler may end with the list
     HandlerList::Registrations listeners;
     {
       const std::scoped_lock lock(mutex_);

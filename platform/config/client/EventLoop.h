@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -31,7 +32,7 @@ class EventLoop final : public AttachmentObserver {
   void stop();
   void start();
 
-  void attaching() override;
+  void mayChange(const char* operation) const override;
   void attached(const std::shared_ptr<ConfigStore>& store) override;
   void detaching() override;
   void detached() override;
@@ -39,6 +40,20 @@ class EventLoop final : public AttachmentObserver {
   EventLoop();
 
  private:
+  // Handlers are called while one exists; one exists at a time. Waits for those that wait in
+  // awaitCalls().
+  class Calls {
+   public:
+    explicit Calls(EventLoop& loop);
+    ~Calls();
+    Calls(const Calls&) = delete;
+    Calls& operator=(const Calls&) = delete;
+
+   private:
+    EventLoop& loop_;
+  };
+
+  void awaitCalls();
   void resync();
   void listen();
   void startThread();
@@ -54,18 +69,18 @@ class EventLoop final : public AttachmentObserver {
 
   HandlerList list_;
 
-  // Held while handlers are called, and over a fork so that a child finds nothing half done. Timed
-  // for the fork: the thread that forks may hold what a handler waits for.
-  std::timed_mutex delivery_;
-  std::atomic<bool> forkedInDelivery_{false};  // set in the child
-
-  std::mutex mutex_;  // guards what follows; held while no handler is called
+  std::mutex mutex_;  // guards what follows; no handler is called with it; held over a fork
   std::condition_variable changed_;
   std::shared_ptr<ConfigStore> store_;
   std::unique_ptr<std::thread> thread_;
-  bool started_ = false;  // the thread has entered its loop
-  bool ended_ = false;    // it has left its loop
-  bool stopped_ = false;  // by stop()
+  unsigned int threadNumber_ = 0;
+  bool started_ = false;   // the thread has entered its loop
+  bool ended_ = false;     // it has left its loop
+  bool stopped_ = false;   // by stop()
+  bool inCalls_ = false;   // handlers are being called
+  int awaitingCalls_ = 0;  // threads that wait for the end of that
+
+  std::atomic<bool> forkedInCalls_{false};  // set in the child
 
   std::atomic<bool> ending_{false};   // the thread is to leave its loop
   std::atomic<bool> exiting_{false};  // the process ends: no handler is called any more

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
@@ -19,7 +20,6 @@ void guarded(G_CLI_GID gid, Call call) {
     Logger::instance(false).log(LogCode::kHandlerFailed, "%u\x01%s", static_cast<unsigned>(gid),
                                 reason);
   };
-  callingHere = true;
   try {
     call();
   } catch (const std::exception& reason) {
@@ -27,7 +27,6 @@ void guarded(G_CLI_GID gid, Call call) {
   } catch (...) {
     log("an exception of unknown type");
   }
-  callingHere = false;
 }
 
 void call(CMF::Event::Handler& handler, const JournalEntry& entry) {
@@ -93,6 +92,7 @@ HandlerList::Registrations HandlerList::all() const {
 
 void HandlerList::deliver(const Registrations& to, const JournalEntry& entry,
                           const std::atomic<bool>& stop) {
+  const Within within;
   for (const std::shared_ptr<Registration>& listener : to) {
     if (stop) return;
     if (listener->removed) continue;
@@ -105,12 +105,19 @@ void HandlerList::deliver(const Registrations& to, const JournalEntry& entry,
 }
 
 void HandlerList::resync(const Registrations& to, const std::atomic<bool>& stop) {
+  const Within within;
   for (const std::shared_ptr<Registration>& listener : to) {
     if (stop) return;
     if (listener->removed || listener->handler.isNull()) continue;
     CMF::Event::Handler& handler = *listener->handler.operator->();
     guarded(handler.gid(), [&] { handler.resync(); });
   }
+}
+
+HandlerList::Within::Within() : before_(std::exchange(callingHere, true)) {}
+
+HandlerList::Within::~Within() {
+  callingHere = before_;
 }
 
 bool HandlerList::calling() {

@@ -37,8 +37,19 @@ class HandlerList {
   static void deliver(const Registrations& to, const JournalEntry& entry,
                       const std::atomic<bool>& stop);
   static void resync(const Registrations& to, const std::atomic<bool>& stop);
-  // Whether the calling thread is within such a call.
+  // Whether the calling thread calls handlers: within deliver() and resync(), or while it has a
+  // Within.
   static bool calling();
+  class Within {
+   public:
+    Within();
+    ~Within();
+    Within(const Within&) = delete;
+    Within& operator=(const Within&) = delete;
+
+   private:
+    const bool before_;
+  };
 
  private:
   template <class Match>

@@ -131,6 +131,8 @@ int Query::indexOf(std::string_view name) {
 }
 
 void* Query::record() {
+  // A shared query may keep a record of the store that was attached before.
+  if (shared() && attachment_ != attachmentNumber()) cached(false);
   if (!cached()) {
     if (current_row < 0 && lost_) return nullptr;
     if (current_row < 0 && !place(0)) {

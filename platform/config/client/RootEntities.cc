@@ -19,6 +19,7 @@ using Kestrav::Config::Client::newestSnapshot;
 namespace {
 
 thread_local int readLocks = 0;
+thread_local std::uint64_t pinnedAt = 0;  // number of the attachment
 
 struct Pinned {
   std::shared_ptr<ConfigStore> store;
@@ -77,7 +78,9 @@ void EntityRecord::refresh(const Table& table) {
 }  // namespace
 
 void cmf_shm_read_lock() {
-  if (readLocks++ > 0) return;
+  // After a fork and an attachment the lock of the parent's store pins nothing.
+  if (readLocks++ > 0 && pinnedAt == attachmentNumber()) return;
+  pinnedAt = attachmentNumber();
   try {
     std::shared_ptr<ConfigStore> store = ConfigStore::attached();
     if (store == nullptr) return;

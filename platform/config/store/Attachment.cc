@@ -44,8 +44,7 @@ struct Attachment {
 
   Attachment();
   // Returns the former store. Let go of it without a lock: closing it takes others.
-  std::shared_ptr<ConfigStore> set(std::shared_ptr<ConfigStore> next) {
-    char* const zone = next != nullptr ? next->status().zone() : privateZone();
+  std::shared_ptr<ConfigStore> set(std::shared_ptr<ConfigStore> next, char* zone) {
     __atomic_store_n(&nCfg_debug_zone, zone, __ATOMIC_RELEASE);
     const std::scoped_lock lock(mutex);
     number.fetch_add(1);
@@ -72,8 +71,11 @@ class Changing {
   const std::scoped_lock<std::mutex> lock_;
 };
 
-// An observer, or a handler that one calls, may not attach or detach.
-void refuseNested(const char* operation) {
+// A handler may not attach or detach: a thread that waits for it may hold `changing`.
+void refuse(const char* operation) {
+  for (const AttachmentObserver* observer : attachment().observers) {
+    observer->mayChange(operation);
+  }
   if (!changingHere) return;
   throw Exception(std::string(operation) + " was called while a store is attached or detached",
                   StoreError::kInternal);
@@ -112,7 +114,8 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
     throw Exception("ConfigStore::attach: no store is given", StoreError::kCannotOpen);
   }
   store->revision();  // throws when a parent of this process opened it
-  refuseNested("ConfigStore::attach");
+  if (attached() == store) return;
+  refuse("ConfigStore::attach");
   Attachment& state = attachment();
   const Changing changing;
   const std::shared_ptr<ConfigStore> former = attached();
@@ -123,13 +126,17 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
         "A process attaches one store; " + former->folder().string() + " is attached already",
         StoreError::kAttached);
   }
-  for (AttachmentObserver* observer : state.observers) observer->attaching();
-  state.set(store);
-  parentsStoreAttached = false;
+  char* const formerZone = currentZone();
+  if (parents) {  // the caches are empty before anybody can ask them
+    state.set(nullptr, privateZone());
+    parentsStoreAttached = false;
+    for (AttachmentObserver* observer : state.observers) observer->detached();
+  }
+  state.set(store, store->status().zone());
   try {
     for (AttachmentObserver* observer : state.observers) observer->attached(store);
   } catch (...) {
-    state.set(former);
+    state.set(former, formerZone);
     for (AttachmentObserver* observer : state.observers) observer->detached();
     parentsStoreAttached = parents;
     throw;
@@ -137,13 +144,13 @@ void ConfigStore::attach(std::shared_ptr<ConfigStore> store) {
 }
 
 void ConfigStore::detach() {
-  refuseNested("ConfigStore::detach");
+  refuse("ConfigStore::detach");
+  refuseParentsStore();
   Attachment& state = attachment();
   const Changing changing;
   if (attached() == nullptr) return;
-  refuseParentsStore();
   for (AttachmentObserver* observer : state.observers) observer->detaching();
-  const std::shared_ptr<ConfigStore> former = state.set(nullptr);
+  const std::shared_ptr<ConfigStore> former = state.set(nullptr, privateZone());
   for (AttachmentObserver* observer : state.observers) observer->detached();
 }
 

@@ -12,8 +12,8 @@ namespace Kestrav::Config {
 // which the observers were added.
 class AttachmentObserver {
  public:
-  // Before a store is attached. An exception prevents it.
-  virtual void attaching() {}
+  // Throws when the calling thread may not attach or detach. Called before any lock is taken.
+  virtual void mayChange(const char* /*operation*/) const {}
   // `store` is attached by now. An exception undoes the attachment: detached() follows.
   virtual void attached(const std::shared_ptr<ConfigStore>& store) = 0;
   // The store is still attached. An exception leaves it so.

@@ -56,6 +56,7 @@ Revision ConfigStore::waitForRevision(Revision seen, int timeoutMs, const std::a
 }
 
 void ConfigStore::wakeWaiting() {
+  impl_->core->checkProcess();
   impl_->core->status->wake();
 }
 
@@ -69,6 +70,13 @@ void ConfigStore::registerProcess(std::string_view name) {
   core.processSlot.store(core.status->claim(name, present));
 }
 
+void ConfigStore::unregisterProcess() {
+  StoreCore& core = *impl_->core;
+  core.checkProcess();
+  const std::scoped_lock lock(core.registering);
+  if (const int slot = core.processSlot.exchange(-1); slot >= 0) core.status->release(slot);
+}
+
 void ConfigStore::applied(Revision revision) {
   impl_->core->checkProcess();
   const int slot = impl_->core->processSlot.load();
@@ -76,10 +84,12 @@ void ConfigStore::applied(Revision revision) {
 }
 
 std::vector<ConfigStore::Process> ConfigStore::processes() const {
+  impl_->core->checkProcess();
   return impl_->core->status->processes();
 }
 
 StatusArea& ConfigStore::status() {
+  impl_->core->checkProcess();
   return impl_->core->area;
 }
 

@@ -265,6 +265,8 @@ class KESTRAV_API ConfigStore {
   // Claims a slot in the status file; the journal is kept for registered live processes. This one
   // counts as having applied the present revision. At most 31 bytes of the name are kept.
   void registerProcess(std::string_view name);
+  // Gives the slot back; the journal is no longer kept for this process.
+  void unregisterProcess();
   void applied(Revision revision);  // published for others to see; nothing before registerProcess
   struct Process {
     int pid;

@@ -8,6 +8,9 @@
 
 namespace Kestrav::Config {
 
+// Counts the forks that led to this process. The first call registers the store's fork handlers.
+unsigned forkGeneration();
+
 // Set by fork in the child; cleared when the child attaches a store of its own.
 extern KESTRAV_API std::atomic<bool> parentsStoreAttached;
 

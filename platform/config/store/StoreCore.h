@@ -13,13 +13,11 @@
 
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Fork.h"
 #include "platform/config/store/LmdbEnv.h"
 #include "platform/config/store/StatusFile.h"
 
 namespace Kestrav::Config {
-
-// Counts the forks that led to this process; a store knows the count under which it was opened.
-unsigned forkGeneration();
 
 struct StoreCore {
   StoreCore(std::filesystem::path storeFolder, ConfigStore::Options storeOptions);
