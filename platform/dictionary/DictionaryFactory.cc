@@ -135,6 +135,7 @@ void DictionaryFactory::clean() {
   Scanners groupScanners;
   Synchronized guard(mutex_);
   ++generation_;
+  attachment_ = Config::attachmentNumber();
   cleanedRevision_ = revision;
   profileScanners.swap(profileScanners_);
   groupScanners.swap(groupScanners_);
