@@ -27,8 +27,6 @@ char* privateZone() {
 }  // namespace
 }  // namespace Kestrav::Config
 
-// Callers know it from the client's header.
-extern "C" KESTRAV_API char* nCfg_debug_zone;
 char* nCfg_debug_zone = Kestrav::Config::privateZone();
 
 namespace Kestrav::Config {
@@ -152,10 +150,6 @@ void ConfigStore::detach() {
   for (AttachmentObserver* observer : state.observers) observer->detaching();
   const std::shared_ptr<ConfigStore> former = state.set(nullptr, privateZone());
   for (AttachmentObserver* observer : state.observers) observer->detached();
-}
-
-char* currentZone() {
-  return __atomic_load_n(&nCfg_debug_zone, __ATOMIC_ACQUIRE);
 }
 
 std::shared_ptr<ConfigStore> ConfigStore::attached() {

@@ -44,8 +44,16 @@ class KESTRAV_API StatusArea {
 // Sets the values that are not zero in a new zone.
 void initialiseZone(char* zone);
 
-// The zone of the attached store, or one private to the process while none is attached. Where
-// nCfg_debug_zone points, read atomically.
-KESTRAV_API char* currentZone();
+}  // namespace Kestrav::Config
+
+// The zone of the attached store, or one private to the process while none is attached.
+extern "C" KESTRAV_API char* nCfg_debug_zone;
+
+namespace Kestrav::Config {
+
+// Where nCfg_debug_zone points; attach() and detach() may run meanwhile.
+inline char* currentZone() {
+  return __atomic_load_n(&nCfg_debug_zone, __ATOMIC_ACQUIRE);
+}
 
 }  // namespace Kestrav::Config
