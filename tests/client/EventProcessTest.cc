@@ -11,6 +11,7 @@
 
 #include "config/CMF.h"
 #include "tests/client/Listening.h"
+#include "tests/support/InChild.h"
 
 using testing::ElementsAre;
 
@@ -22,6 +23,7 @@ using Testing::codeOf;
 using Testing::ConfigStore;
 using Testing::dispatcher;
 using Testing::FolderHandler;
+using Testing::inChild;
 using Testing::KeyedHandler;
 using Testing::kForeverMs;
 using Testing::Notes;
@@ -88,24 +90,6 @@ TEST_F(EventsOfProcesses, ChildForkedWhileItsParentRegistersFollowsItsOwnStore) 
   for (int run = 0; run < 20; ++run) {
     EXPECT_EQ(runProcess({"fork-early", store_->folder()}), 0);
   }
-}
-
-// Runs `work` in a child and returns what it returns.
-template <class Work>
-int inChild(Work work) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    int result = 99;
-    try {
-      result = work();
-    } catch (const std::exception& failure) {
-      std::fprintf(stderr, "in the child: %s\n", failure.what());
-    }
-    ::_exit(result);
-  }
-  int status = 0;
-  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
 }
 
 TEST_F(EventsOfProcesses, ChildAfterForkDeliversNothing) {

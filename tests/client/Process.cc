@@ -5,7 +5,7 @@
 //   end-by-handler FOLDER     a handler ends the process, with code 7
 //   end-listening FOLDER      ends while it listens; code 9 when a handler is called once static
 //                             objects are gone
-//   without-threads FOLDER    registers while no thread can be made, then again
+//   without-threads FOLDER    registers and attaches while no thread can be made, then again
 //   fork-early FOLDER         forks right after the first registration; the child follows its own
 #include <pthread.h>
 #include <sys/wait.h>
@@ -112,7 +112,22 @@ int withoutThreads(const std::shared_ptr<Config::ConfigStore>& store) {
   listen([&] { ++heard; });
   if (!Testing::dispatcher()->waitApplied(putFolder(*store, 3, "three"), Testing::kForeverMs))
     return 5;
-  return heard == 1 ? EXIT_SUCCESS : 6;
+  if (heard != 1) return 6;
+
+  // A failed attachment leaves nothing attached, and a later one succeeds.
+  Config::ConfigStore::detach();
+  {
+    const NoThreads none;
+    if (Testing::codeOf([&] { Config::ConfigStore::attach(store); }) !=
+        Config::StoreError::kInternal)
+      return 7;
+  }
+  if (Config::ConfigStore::attached() != nullptr) return 8;
+  Config::ConfigStore::attach(store);
+  const int before = heard;
+  if (!Testing::dispatcher()->waitApplied(putFolder(*store, 4, "four"), Testing::kForeverMs))
+    return 9;
+  return heard == before + 1 ? EXIT_SUCCESS : 10;
 }
 
 int forkEarly() {

@@ -1,8 +1,6 @@
 // A daemon that attaches a store, fills its caches and then forks workers.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <functional>
@@ -21,6 +19,7 @@
 #include "tests/support/AntispamRecords.h"
 #include "tests/support/DictionaryRecords.h"
 #include "tests/support/DomainRecords.h"
+#include "tests/support/InChild.h"
 #include "tests/support/PolicyRecords.h"
 #include "tests/support/QuarantineRecords.h"
 #include "tests/support/StoreFixture.h"
@@ -33,23 +32,6 @@ using Config::ConfigStore;
 
 constexpr int kDone = 42;
 constexpr int kWaitMs = 60'000;  // only a hang takes as long
-
-// Runs `work` in a child process. The exit code is what it returns.
-int inChild(const std::function<int()>& work) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    int result = 99;
-    try {
-      result = work();
-    } catch (const std::exception& failure) {
-      std::fprintf(stderr, "in the child: %s\n", failure.what());
-    }
-    ::_exit(result);
-  }
-  int status = 0;
-  if (::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
-}
 
 const EmailAddress kSender = EmailAddress::rfc5321Parse("sender@elsewhere.example", true);
 const EmailAddress kRecipient = EmailAddress::rfc5321Parse("someone@fork.example", false);
