@@ -173,8 +173,9 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   // What to do when `classifier` calls a message spam: its own actions, or the profile's.
   const ActionContainer& individualAction(ClassifierType classifier) const;
 
-  // Process-wide settings, read from the system antispam record by the first call and by each call
-  // with `reload`. A reload destroys the settings returned before: no thread may use them then.
+  // Process-wide settings, read from the system antispam record by the first call, by each call
+  // with `reload`, and by the first call after another store was attached. A reload destroys the
+  // settings returned before: no thread may use them then.
   static const QuarantineControlSettings* quarantineControlSettings(bool reload);
   static const BayesianSystemSettings* bayesianSystemSettings(bool reload);
 

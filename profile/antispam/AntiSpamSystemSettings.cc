@@ -1,13 +1,16 @@
 // The process-wide settings that ProfileAntiSpam hands out beside its profiles.
-#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "ProfileAntiSpam.h"
 #include "config/ClientSideCache.h"
+#include "platform/common/Mutex.h"
 #include "platform/common/NoDestructor.h"
-#include "platform/common/ProcessWide.h"
 #include "platform/common/Strings.h"
+#include "platform/common/Synchronized.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
@@ -32,21 +35,33 @@ void fill(BayesianSystemSettings& settings, const __aps_sys_antispam& system) {
   settings.domain = boundedText(system.bayesian_domain);
 }
 
+template <class Settings>
+struct Shared {
+  Mutex mutex;  // guards what follows
+  std::shared_ptr<const Settings> current;
+  std::uint64_t attachment = 0;  // number of the attachment that `current` was read in
+  // Of former attachments: callers may hold plain pointers to them, which only a reload ends.
+  std::vector<std::shared_ptr<const Settings>> former;
+};
+
 // The settings stay valid while the result is held, also when another thread reloads them.
 template <class Settings>
 std::shared_ptr<const Settings> shared(bool reload) {
   Config::refuseParentsStore();
-  static NoDestructor<ProcessWide<std::shared_ptr<const Settings>>> settings;
-  static std::atomic<std::uint64_t> attachment{0};
-  const std::uint64_t present = Config::attachmentNumber();
-  const bool other = attachment.load() != present && attachment.exchange(present) != present;
-  if (other || reload) settings->drop();
-  return settings->get([] {
+  static NoDestructor<Shared<Settings>> state;
+  const Synchronized guard(state->mutex);
+  if (reload) state->current.reset();
+  if (const std::uint64_t present = Config::attachmentNumber(); state->attachment != present) {
+    state->attachment = present;
+    if (state->current != nullptr) state->former.push_back(std::move(state->current));
+  }
+  if (state->current == nullptr) {
     const SystemAntispam snapshot = SystemAntispam::instance(false);
     auto made = std::make_shared<Settings>();
     fill(*made, snapshot->record());
-    return made;
-  });
+    state->current = std::move(made);
+  }
+  return state->current;
 }
 
 // Values of controlAccountType().

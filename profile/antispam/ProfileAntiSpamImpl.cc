@@ -5,6 +5,7 @@
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/Bits.h"
 #include "platform/config/records/DictionaryRecords.h"
+#include "platform/config/store/Fork.h"
 #include "platform/dictionary/DictionaryFactory.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
 #include "profile/action/ActionConverter.h"
@@ -59,6 +60,7 @@ Ref<DictionaryScannerImpl> wordScanner(const std::string& name, std::uint64_t co
 ProfileAntiSpamImpl::ProfileAntiSpamImpl(ngid_t domain, int profileId,
                                          const __aps_gw_as_profile* record)
     : ProfileImpl(Profile::kAntiSpam) {
+  Config::refuseParentsStore();  // actions, scanners and the web filter come from the store
   if (record == nullptr) return;
   id = profileId;
   name = boundedText(record->name);

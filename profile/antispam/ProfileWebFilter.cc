@@ -7,6 +7,7 @@
 #include "platform/common/Strings.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/Gid.h"
+#include "platform/config/store/Fork.h"
 #include "profile/NullHandle.h"
 #include "profile/antispam/ProfileWebFilterImpl.h"
 
@@ -14,6 +15,7 @@ namespace Kestrav {
 
 ProfileWebFilterImpl::ProfileWebFilterImpl(const __aps_as_wf_profile* record)
     : ProfileImpl(Profile::kWebFilter) {
+  Config::refuseParentsStore();  // the categories come from the store
   if (record == nullptr) return;
   name = boundedText(record->name);
   // A count beyond the record's room is damaged.

@@ -43,6 +43,7 @@ bool TrustedAddresses::add(const std::set<IPAddressMask>& masks, std::uint64_t c
 bool TrustedAddresses::assign(std::set<IPAddressMask> masks, std::uint64_t changes) {
   Synchronized guard(mutex_);
   if (changes != changes_) return false;
+  ++changes_;
   masks_.swap(masks);
   return true;
 }
@@ -82,13 +83,17 @@ void empty(TrustedAddresses& set) {
 TrustedMTASetRef TrustedMTASetRef::instance(bool) {
   Config::refuseParentsStore();
   static NoDestructor<ProcessWide<TrustedMTASetRef>> sets;
+  static Mutex emptying;
+  // Number of the attachment that the sets are of; written when they are empty.
   static std::atomic<std::uint64_t> attachment{0};
   TrustedMTASetRef found = sets->get([] { return TrustedMTASetRef(new TrustedMTASet); });
-  if (const std::uint64_t present = Config::attachmentNumber();
-      attachment.load() != present && attachment.exchange(present) != present) {
-    empty(found->trustedMTAs());
-    empty(found->trustedAntispamMTAs());
-  }
+  const std::uint64_t present = Config::attachmentNumber();
+  if (attachment.load(std::memory_order_acquire) == present) return found;
+  const Synchronized guard(emptying);
+  if (attachment.load(std::memory_order_relaxed) == present) return found;
+  empty(found->trustedMTAs());
+  empty(found->trustedAntispamMTAs());
+  attachment.store(present, std::memory_order_release);
   return found;
 }
 

@@ -156,6 +156,8 @@ std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
       {"createProfileAntiSpam", [=] { factory->createProfileAntiSpam(number, 0); }},
       {"createProfileWebFilter", [=] { factory->createProfileWebFilter(number); }},
       {"createProfileQuarantineFolder", [=] { factory->createProfileQuarantineFolder(number, 0); }},
+      {"ProfileAntiSpam by record", [=] { ProfileAntiSpam(0, number, AntispamRecord(id).data()); }},
+      {"ProfileWebFilter by record", [=] { ProfileWebFilter(WebFilterRecord(id).data()); }},
       {"createProfileScanner",
        [] { DictionaryFactory::instance()->createProfileScanner("anything"); }},
       {"createGroupScanner", [] { DictionaryFactory::instance()->createGroupScanner("anything"); }},
@@ -189,6 +191,17 @@ std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
       {"statistics", [=] { store->statistics(); }},
       {"clearDeadReaders", [=] { store->clearDeadReaders(); }},
   };
+}
+
+TEST_F(PreFork, SettingsTakenBeforeTheForkStayValidInAChildThatAttaches) {
+  const auto* const settings = ProfileAntiSpam::quarantineControlSettings(false);
+  const TemporaryFolder folder;
+  EXPECT_EQ(inChild([&] {
+              ConfigStore::attach(ConfigStore::open(folder / "store"));
+              if (ProfileAntiSpam::quarantineControlSettings(false) == settings) return 1;
+              return settings->first == "parents" ? kDone : 2;
+            }),
+            kDone);
 }
 
 TEST_F(PreFork, ChildThatDoesNotAttachIsRefusedByEveryEntryPoint) {

@@ -59,5 +59,13 @@ TEST(TrustedMTASet, IsOneForTheProcess) {
   EXPECT_EQ(TrustedMTASetRef::instance(false), TrustedMTASetRef::instance(true));
 }
 
+TEST(TrustedAddresses, AddOfATableThatWasReadBeforeAnAssignmentIsRefused) {
+  TrustedAddresses set;
+  const std::uint64_t read = set.changes();
+  ASSERT_TRUE(set.assign({IPAddressMask("192.0.2.1")}, read));
+  EXPECT_FALSE(set.add({IPAddressMask("192.0.2.2")}, read));
+  EXPECT_THAT(texts(set), ElementsAre("192.0.2.1"));
+}
+
 }  // namespace
 }  // namespace Kestrav
