@@ -86,18 +86,10 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
                                                      const std::string& name, Fill fill,
                                                      const char* missing) {
   Config::refuseParentsStore();
-  Scanners staleProfileScanners;  // destroyed after the unlock, as are the next
-  Scanners staleGroupScanners;
+  if (attachment_ != Config::attachmentNumber()) clean();
   std::uint64_t generation;
   {
     Synchronized guard(mutex_);
-    if (attachment_ != Config::attachmentNumber()) {
-      attachment_ = Config::attachmentNumber();
-      cleanedRevision_ = 0;
-      ++generation_;
-      staleProfileScanners.swap(profileScanners_);
-      staleGroupScanners.swap(groupScanners_);
-    }
     const auto found = (this->*cache).find(name);
     if (found != (this->*cache).end()) return found->second;
     generation = generation_;

@@ -5,6 +5,7 @@
 // that was built from a revision older than that of the last clean(), is returned but not cached.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -55,9 +56,9 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
   Mutex mutex_;  // guards what follows
   Scanners profileScanners_;
   Scanners groupScanners_;
-  std::uint64_t generation_ = 0;       // incremented by clean()
-  std::uint64_t attachment_ = 0;       // number of the attachment that the scanners are of
-  std::uint64_t cleanedRevision_ = 0;  // of the attached store at the last clean()
+  std::uint64_t generation_ = 0;              // incremented by clean()
+  std::atomic<std::uint64_t> attachment_{0};  // number of the attachment that the scanners are of
+  std::uint64_t cleanedRevision_ = 0;         // of the attached store at the last clean()
 };
 
 }  // namespace Kestrav
