@@ -3,6 +3,10 @@
 // A handle: copies share one implementation, which is immutable except for one cached answer. Any
 // number of threads may read it. PolicyIPAddress and PolicyRecipient choose policies; this is their
 // common base. A policy does not change when the configuration does.
+//
+// Choosing one answers from one revision of the configuration that all caches of the process have
+// followed to: the policy and its profiles belong together, however fast the configuration changes.
+// It may wait for event handlers that apply a change, for one second at most.
 #pragma once
 
 #include <cstdint>

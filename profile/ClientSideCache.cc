@@ -11,12 +11,14 @@
 #include "platform/config/records/SystemRecords.h"
 #include "platform/config/records/WebFilterRecords.h"
 #include "platform/config/store/Fork.h"
+#include "platform/config/store/RevisionScope.h"
 
 namespace Kestrav::CMF {
 
 using Config::OwnedRecord;
 using Config::RecordType;
 using Config::Revision;
+using Config::RevisionScope;
 
 namespace {
 
@@ -44,9 +46,15 @@ template <class Rec>
 ApsSysClientSideCache<Rec>::ApsSysClientSideCache(const Rec& record) : record_(copyOf(record)) {}
 
 template <class Rec, unsigned int GID>
+struct RefApsSysClientSideCache<Rec, GID>::Read {
+  RefApsSysClientSideCache settings;
+  Revision at = 0;
+};
+
+template <class Rec, unsigned int GID>
 struct RefApsSysClientSideCache<Rec, GID>::Current {
   std::once_flag registration;
-  ProcessWide<RefApsSysClientSideCache> snapshot;
+  ProcessWide<Read> snapshot;
 };
 
 template <class Rec, unsigned int GID>
@@ -61,17 +69,17 @@ RefApsSysClientSideCache<Rec, GID>::RefApsSysClientSideCache(const Rec& record)
     : Ref<ApsSysClientSideCache<Rec>>(new ApsSysClientSideCache<Rec>(record)) {}
 
 template <class Rec, unsigned int GID>
-RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::read(Revision& revision) {
+typename RefApsSysClientSideCache<Rec, GID>::Read RefApsSysClientSideCache<Rec, GID>::read() {
   const ObjectQuery<Rec, GID> query;
   const Rec* record = query.update();
-  revision = cmf_query_revision(query.query());
-  if (record != nullptr) return RefApsSysClientSideCache(*record);
+  const Revision revision = cmf_query_revision(query.query());
+  if (record != nullptr) return {RefApsSysClientSideCache(*record), revision};
   if (cmf_query_do_table_size(query.query(), 0) < 0) {
     throw Exception("The settings of table " + std::to_string(GID) + " cannot be read.",
                     Exception::kNullHandle, "config/ClientSideCache");
   }
   const OwnedRecord defaults(typeOf<Rec>());  // a list without a record
-  return RefApsSysClientSideCache(*defaults.template as<Rec>());
+  return {RefApsSysClientSideCache(*defaults.template as<Rec>()), revision};
 }
 
 template <class Rec, unsigned int GID>
@@ -84,18 +92,18 @@ RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::instance(
     dispatcher()->add(handler, 127, 1);
   });
   // A thread that has pinned an older revision than the one that others act on gets a snapshot of
-  // its own.
-  Revision revision = 0;
-  return now.snapshot.get([&revision] { return read(revision); },
-                          [&revision] { return revision >= dispatcher()->delivering(); });
+  // its own. So does a decision at another revision.
+  Read found = now.snapshot.get(
+      read, [](const Read& made) { return made.at >= dispatcher()->delivering(); });
+  if (!RevisionScope::usable(found.at) && RevisionScope::mayRead()) found = read();
+  return found.settings;
 }
 
 template <class Rec, unsigned int GID>
 void RefApsSysClientSideCache<Rec, GID>::reload() {
   try {
-    Revision revision = 0;
-    current().snapshot.replace([&revision] { return read(revision); });
-    if (revision < dispatcher()->delivering()) forget();
+    const Read made = current().snapshot.replace(read);
+    if (made.at < dispatcher()->delivering()) forget();
   } catch (...) {
     forget();  // the snapshot is outdated: the next instance() reads again
     throw;

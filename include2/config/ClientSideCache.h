@@ -54,8 +54,9 @@ class KESTRAV_API RefApsSysClientSideCache : public Ref<ApsSysClientSideCache<Re
   friend class ApsSysClientSideCacheHandler<Rec, GID>;
 
   struct Current;
+  struct Read;
   static Current& current();
-  static RefApsSysClientSideCache read(Config::Revision& revision);
+  static Read read();
   static void reload();
   static void forget();
 };

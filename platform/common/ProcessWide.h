@@ -1,10 +1,10 @@
 // One value per process that is built on first use and later replaced as a whole, such as a
 // settings snapshot or a set read from a table.
 //
-// `Value` is a handle or a shared pointer: copies share one object, so a thread that holds the old
-// object keeps it after a replacement. Any thread may call any operation at any time. Builds run
-// one after another and without the lock that readers take, so a rebuild does not hold up readers.
-// A build must not use its own ProcessWide.
+// `Value` is, or contains, a handle or a shared pointer: copies share one object, so a thread that
+// holds the old object keeps it after a replacement. Any thread may call any operation at any time.
+// Builds run one after another and without the lock that readers take, so a rebuild does not hold
+// up readers. A build must not use its own ProcessWide.
 //
 // When event handlers are registered is up to the user:
 //   once, at the first call             std::call_once before the operation
@@ -37,15 +37,16 @@ class ProcessWide {
   }
 
   // The current value; built when there is none. What `build` throws reaches the caller, and the
-  // next call builds again. When `keep()` is false after the build, the value is for this caller
-  // only: for example because the thread has pinned an older revision than the one that others use.
+  // next call builds again. When `keep(value)` is false after the build, the value is for this
+  // caller only: for example because the thread has pinned an older revision than the one that
+  // others use.
   template <class Build, class Keep>
   Value get(const Build& build, const Keep& keep) {
     if (std::optional<Value> found = current()) return *std::move(found);
     const std::scoped_lock building(building_);
     if (std::optional<Value> found = current()) return *std::move(found);
     Value made = build();
-    if (keep()) {
+    if (keep(std::as_const(made))) {
       std::optional<Value> next = made;
       swap(next);
     }
@@ -53,7 +54,7 @@ class ProcessWide {
   }
   template <class Build>
   Value get(const Build& build) {
-    return get(build, [] { return true; });
+    return get(build, [](const Value&) { return true; });
   }
 
   // Builds a value and makes it the current one. The old one stays when `build` throws.

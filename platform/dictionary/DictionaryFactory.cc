@@ -11,11 +11,13 @@
 #include "platform/config/records/Gid.h"
 #include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
+#include "platform/config/store/RevisionScope.h"
 #include "platform/dictionary/ProfileDictionaryScanner.h"
 
 namespace Kestrav {
 namespace {
 
+using Config::RevisionScope;
 using Config::Snapshot;
 using Config::StoredRecord;
 
@@ -91,7 +93,9 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
   {
     Synchronized guard(mutex_);
     const auto found = (this->*cache).find(name);
-    if (found != (this->*cache).end()) return found->second;
+    if (found != (this->*cache).end() && RevisionScope::usable(found->second.revision)) {
+      return found->second.handle;
+    }
     generation = generation_;
   }
 
@@ -116,7 +120,8 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
   // This thread may have pinned a snapshot that is older than the change that caused clean().
   if (revision < cleanedRevision_) return handle;
   // Another thread may have been faster; all callers share its scanner.
-  return (this->*cache).emplace(name, handle).first->second;
+  const Scanner& kept = (this->*cache).emplace(name, Scanner{handle, revision}).first->second;
+  return RevisionScope::usable(kept.revision) ? kept.handle : handle;
 }
 
 void DictionaryFactory::clean() {

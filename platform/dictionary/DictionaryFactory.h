@@ -44,7 +44,11 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
   void clean();
 
  private:
-  using Scanners = std::map<std::string, Ref<DictionaryScannerImpl>>;
+  struct Scanner {
+    Ref<DictionaryScannerImpl> handle;
+    std::uint64_t revision;  // that its items were read at
+  };
+  using Scanners = std::map<std::string, Scanner>;
   using Fill = bool (*)(const Config::Snapshot& snapshot, const std::string& name,
                         ProfileDictionaryScanner& scanner);
 

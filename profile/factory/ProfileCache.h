@@ -1,5 +1,7 @@
 // One kind's cached profiles, by id.
 //
+// Each entry carries the revision that its profile was made from, see RevisionScope.
+//
 // Has a lock of its own: for some kinds, entries are looked up under one of the factory's locks and
 // made or dropped under another. It also rejects outdated profiles: a load takes a ticket before it
 // reads the store, and its profile is kept only if nothing was dropped since and the store was not
@@ -14,6 +16,7 @@
 #include <utility>
 
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/RevisionScope.h"
 
 namespace Kestrav {
 
@@ -23,26 +26,23 @@ inline Config::Revision newestRevision() {
   return store == nullptr ? 0 : store->revision();
 }
 
-// The revision that the calling thread reads; 0 without a store. REQUIRES: the thread has a query
-// or a read lock open.
-inline Config::Revision pinnedRevision() {
-  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-  return store == nullptr ? 0 : store->snapshot().revision();
-}
-
 template <class Handle>
 class ProfileCache {
  public:
-  using Entries = std::map<int, Handle>;
+  struct Entry {
+    Handle profile;
+    Config::Revision read;
+  };
+  using Entries = std::map<int, Entry>;
   // Dropped entries. Destroying them may destroy profiles: do so after locks are released.
   using Dropped = typename Entries::node_type;
 
-  // Copies the entry to `out`; false when there is none.
+  // Copies the profile to `out`; false when there is none that the calling thread may use.
   bool find(int id, Handle& out) const {
     const std::shared_lock guard(mutex_);
     const auto entry = entries_.find(id);
-    if (entry == entries_.end()) return false;
-    out = entry->second;
+    if (entry == entries_.end() || !Config::RevisionScope::usable(entry->second.read)) return false;
+    out = entry->second.profile;
     return true;
   }
 
@@ -52,13 +52,15 @@ class ProfileCache {
     return drops_;
   }
 
-  // Keeps `made` unless it is outdated or there is an entry. Returns the entry, if there is one, or
-  // `made`.
+  // Keeps `made` unless it is outdated or there is an entry. Returns the entry's profile, if there
+  // is one that the thread may use, or `made`.
   Handle publish(std::uint64_t ticket, Config::Revision read, int id, const Handle& made) {
     const std::unique_lock guard(mutex_);
     const auto entry = entries_.find(id);
-    if (entry != entries_.end()) return entry->second;
-    if (ticket == drops_ && read >= lastDrop_) entries_.emplace(id, made);
+    if (entry != entries_.end()) {
+      return Config::RevisionScope::usable(entry->second.read) ? entry->second.profile : made;
+    }
+    if (ticket == drops_ && read >= lastDrop_) entries_.emplace(id, Entry{made, read});
     return made;
   }
 

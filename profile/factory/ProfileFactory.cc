@@ -103,16 +103,6 @@ void dropAll(Caches& caches) {
   dropped = caches.takeAll();
 }
 
-// True while this thread makes a profile from a revision that is not applied yet. Cached profiles
-// may be older than that, and a profile must not be built from two revisions.
-bool makesAheadOfChanges() {
-  if (profilesBeingMade == 0) return false;
-  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-  if (store == nullptr) return false;
-  return store->snapshot().revision() >
-         CMF::Event::Dispatcher::instance("", false, false)->applied();
-}
-
 DeferPeriod deferPeriodOf(const __aps_mailserver& settings) {
   constexpr std::int64_t kMinutesPerHour = 60;
   DeferPeriod period;
@@ -200,11 +190,11 @@ ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
   Config::refuseParentsStore();
   auto& cache = caches_->webFilter.of<ProfileWebFilter>();
   ProfileWebFilter profile;
-  const bool ahead = makesAheadOfChanges();
-  if (!ahead) {
+  {
     const ReadLock reading(caches_->webFilter.lock);
     if (cache.find(id, profile)) return profile;
   }
+  if (!Config::RevisionScope::mayRead()) return profile;
   // The session lock, not its own: kept on purpose.
   LoadLock loading(caches_->session.lock);
   const std::uint64_t ticket = cache.ticket();
@@ -214,7 +204,6 @@ ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
   if (cmf_query_do_get_by_gid(query, static_cast<unsigned int>(id)) != 0) return profile;
   const void* record = cmf_query_update(query);
   if (record == nullptr) return profile;
-  if (ahead) return ProfileWebFilter(record);
   return makeOnce(loading, cache, ticket, id, [&] { return ProfileWebFilter(record); });
 }
 

@@ -8,6 +8,7 @@
 #include <initializer_list>
 
 #include "config/CMF.h"
+#include "platform/config/client/OneRevision.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/config/store/Fork.h"
@@ -35,32 +36,23 @@ struct QuarantineFolderKind {
   }
 };
 
-// The number of profiles that the calling thread is making: making one may load another.
-inline thread_local int profilesBeingMade = 0;
-
 // Makes a profile and keeps it under `id`, or returns the one that another thread kept meanwhile.
 // The upgrade lock lets lookups go on while the profile is made; only keeping it excludes them.
 // REQUIRES: the store is still being read, at the state that `make` reads.
 template <class Handle, class Make>
 Handle makeOnce(LoadLock& loading, ProfileCache<Handle>& cache, std::uint64_t ticket, int id,
                 const Make& make) {
-  struct Nesting {
-    Nesting() { ++profilesBeingMade; }
-    ~Nesting() { --profilesBeingMade; }
-  };
+  const Config::Client::MadeAtOneRevision made;
   Handle profile;
   if (cache.find(id, profile)) return profile;
-  {
-    const Nesting nesting;
-    profile = make();
-  }
-  const Config::Revision read = pinnedRevision();
+  profile = make();
   const StoreLock storing(loading);
-  return cache.publish(ticket, read, id, profile);
+  return cache.publish(ticket, made.revision(), id, profile);
 }
 
 // The cached profile, or the one of the first domain in `domains` that has a record of this id;
-// null when none has. Caches that are marked stale are cleared first.
+// null when none has, and when the thread's decision will be made again. Caches that are marked
+// stale are cleared first.
 template <class Kind>
 typename Kind::Handle load(ProfileFactory::Caches& all, int id,
                            std::initializer_list<ngid_t> domains) {
@@ -74,6 +66,7 @@ typename Kind::Handle load(ProfileFactory::Caches& all, int id,
     if (kind.markedStale()) stale = kind.takeAll();
     if (Handle cached; cache.find(id, cached)) return cached;
   }
+  if (!Config::RevisionScope::mayRead()) return Handle();
 
   LoadLock loading(kind.lock);
   const std::uint64_t ticket = cache.ticket();

@@ -4,6 +4,7 @@
 
 #include "ProfileFactory.h"
 #include "platform/common/Strings.h"
+#include "platform/config/client/OneRevision.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/Bits.h"
 #include "platform/config/records/PolicyRecords.h"
@@ -55,12 +56,22 @@ void PolicyIPAddressImpl::initialize(__qv_ip_policy& record) {
 PolicyIPAddress::PolicyIPAddress(const IPAddress& client, const IPAddress& server) {
   if (client.isNull() || server.isNull()) return;
   Config::refuseParentsStore();
-  __qv_ip_policy record{};
-  if (cfg_ip_policy_match(server.asIpAddr(), client.asIpAddr(), &record) != 0) return;
-  adopt(fromRecord(record).release());
+  std::unique_ptr<Impl> impl;
+  Config::Client::atOneRevision([&] {
+    impl.reset();
+    __qv_ip_policy record{};
+    if (cfg_ip_policy_match(server.asIpAddr(), client.asIpAddr(), &record) != 0) return;
+    impl = fromRecord(record);
+  });
+  adopt(impl.release());
 }
 
-PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) { adopt(fromRecord(record).release()); }
+PolicyIPAddress::PolicyIPAddress(__qv_ip_policy& record) {
+  Config::refuseParentsStore();
+  std::unique_ptr<Impl> impl;
+  Config::Client::atOneRevision([&] { impl = fromRecord(record); });
+  adopt(impl.release());
+}
 
 const IPAddress& PolicyIPAddress::ipClient() const { return of<Impl>(*this, kSource, 40).ipClient; }
 const IPAddress& PolicyIPAddress::ipServer() const { return of<Impl>(*this, kSource, 50).ipServer; }

@@ -5,18 +5,16 @@
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "config/Event.h"
 #include "config/ServerCache.h"
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
-#include "platform/common/NoDestructor.h"
 #include "platform/common/Strings.h"
+#include "platform/config/client/OneRevision.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/records/Bits.h"
 #include "platform/config/records/DomainRecords.h"
 #include "platform/config/records/PolicyRecords.h"
-#include "platform/config/store/ConfigStore.h"
 #include "profile/policy/InspectionSwitches.h"
 
 namespace Kestrav {
@@ -38,18 +36,14 @@ void logFailure(const Exception& failure) {
   Logger::instance(false).log(LogCode::kRecipientPolicyFailed, "%s", failure.asString().c_str());
 }
 
-// Sets the profiles that `record` names; the others stay null. False when a profile that it names
-// does not exist.
-bool fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
+// Sets the profiles that `record` names; the others stay null.
+void fillProfiles(PolicyRecipientImpl& policy, const __vexa_recipient_policy& record,
                   ngid_t domain) {
   const ProfileFactory* factory = ProfileFactory::instance();
-  bool complete = true;
   if (record.antispam_profile != 0) {
     policy.antispam =
         factory->createProfileAntiSpam(static_cast<int>(record.antispam_profile), domain);
-    complete = complete && !policy.antispam.isNull();
   }
-  return complete;
 }
 
 void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& record) {
@@ -59,10 +53,9 @@ void fillAccess(AuthenticationAndAccess& access, const __vexa_recipient_policy& 
   access.authValue = record.auth_value;
 }
 
-// Sets `complete` when there is a policy and every profile that it names exists.
+// Null when there is no policy.
 std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
-                                            const EmailAddress& recipient, bool& complete) {
-  complete = false;
+                                            const EmailAddress& recipient) {
   const CMF::RefApsGwServer domain = protectedDomain(recipient);
   const bool incoming = !domain.isNull();
 
@@ -79,42 +72,12 @@ std::unique_ptr<PolicyRecipientImpl> choose(const EmailAddress& sender,
   policy->name = boundedText(record.name);
   policy->direction = incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
   if (incoming) policy->policyDomain = recipient.domain();
-  complete = true;
   if (contentInspectionOn()) {
-    complete =
-        fillProfiles(*policy, record, incoming ? domain->configurationDomain() : kSystemDomain);
+    fillProfiles(*policy, record, incoming ? domain->configurationDomain() : kSystemDomain);
   }
   fillAccess(policy->access, record);
   return policy;
 }
-
-// The revision that was applied when a choice began. A choice asks several caches. While a change
-// of several tables is being applied, they may answer from different revisions: the policy may name
-// a profile that does not exist yet or no longer, although it does so at no revision.
-class AppliedRevision {
- public:
-  AppliedRevision() : applied_(dispatcher()->applied()) {}
-
-  // Whether the store has a newer revision. Waits until it is applied, within a limit.
-  bool isOutdated() const {
-    constexpr int kTimeout = 200;  // ms; reached only when the event thread does not run
-    const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
-    if (store == nullptr) return false;
-    const Config::Revision newest = store->revision();
-    if (newest <= applied_) return false;
-    dispatcher()->waitApplied(newest, kTimeout);
-    return true;
-  }
-
- private:
-  static CMF::Event::Dispatcher& dispatcher() {
-    static NoDestructor<CMF::Event::Dispatcher> instance(
-        CMF::Event::Dispatcher::instance("", false, false));
-    return *instance;
-  }
-
-  const Config::Revision applied_;
-};
 
 }  // namespace
 
@@ -122,14 +85,10 @@ PolicyRecipientImpl::~PolicyRecipientImpl() = default;
 
 PolicyRecipientImpl* PolicyRecipientImpl::create(const EmailAddress& sender,
                                                  const EmailAddress& recipient) try {
-  constexpr int kMaxChoices = 4;
   ProfileFactory::instance();
-  for (int choices = 1;; ++choices) {
-    const AppliedRevision applied;
-    bool complete = false;
-    auto policy = choose(sender, recipient, complete);
-    if (complete || choices == kMaxChoices || !applied.isOutdated()) return policy.release();
-  }
+  std::unique_ptr<PolicyRecipientImpl> policy;
+  Config::Client::atOneRevision([&] { policy = choose(sender, recipient); });
+  return policy.release();
 } catch (const Exception& failure) {
   logFailure(failure);
   return nullptr;

@@ -37,10 +37,11 @@ TEST(ProcessWide, IsBuiltByTheFirstCallAndKept) {
 
 TEST(ProcessWide, ValueThatIsNotToBeKeptIsForItsCallerOnly) {
   ProcessWide<Value> value;
-  EXPECT_EQ(*value.get(seven, [] { return false; }), 7);
+  EXPECT_EQ(*value.get(seven, [](const auto&) { return false; }), 7);
   EXPECT_FALSE(value.current().has_value());
-  EXPECT_EQ(*value.get(eight, [] { return true; }), 8);
-  EXPECT_EQ(*value.get(failing, [] { return false; }), 8) << "an existing value is not asked about";
+  EXPECT_EQ(*value.get(eight, [](const auto&) { return true; }), 8);
+  EXPECT_EQ(*value.get(failing, [](const auto&) { return false; }), 8)
+      << "an existing value is not asked about";
 }
 
 TEST(ProcessWide, BuildThatThrowsIsRetried) {

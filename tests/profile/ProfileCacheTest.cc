@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "ActionContainer.h"
-#include "config/CMF.h"
 #include "tests/support/AntispamRecords.h"
 #include "tests/support/StoreFixture.h"
 
@@ -95,14 +94,6 @@ TEST_F(ProfileCacheOverAStore, KeepsOutWhatWasReadBeforeTheRevisionOfTheLastDrop
   EXPECT_FALSE(cache.find(7, found));
   cache.publish(cache.ticket(), newestRevision(), 7, made);
   EXPECT_TRUE(cache.find(7, found));
-}
-
-TEST_F(ProfileCacheOverAStore, AReadersRevisionIsThatOfItsPin) {
-  const Config::Revision before = newestRevision();
-  const CMF::Lock pin(true);
-  change();
-  EXPECT_EQ(pinnedRevision(), before);
-  EXPECT_GT(newestRevision(), before);
 }
 
 }  // namespace

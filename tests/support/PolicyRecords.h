@@ -19,6 +19,7 @@ class IpPolicyRecord : public RecordBuilder<IpPolicyRecord, __qv_ip_policy, GID_
     text(record().name, "ip-policy-" + std::to_string(id));
   }
 
+  IpPolicyRecord& name(std::string_view value) { return text(record().name, value); }
   IpPolicyRecord& client(std::string_view mask) {
     record().client_kind = static_cast<unsigned char>(PeerKind::kMask);
     return text(record().client, mask);
@@ -52,6 +53,7 @@ class RecipientPolicyBuilder : public RecordBuilder<Self, __vexa_recipient_polic
     this->text(this->record().name, "policy-" + std::to_string(id));
   }
 
+  Self& name(std::string_view value) { return this->text(this->record().name, value); }
   Self& sender(AddressKind kind, std::string_view value) {
     this->record().sender_kind = static_cast<unsigned char>(kind);
     return this->text(this->record().sender, value);

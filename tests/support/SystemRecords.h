@@ -27,6 +27,7 @@ class SystemGlobalRecord
  public:
   SystemGlobalRecord() : RecordBuilder(Config::kSystemGlobalType) {}
 
+  SystemGlobalRecord& hostName(std::string_view value) { return text(record().host_name, value); }
   SystemGlobalRecord& dataLossPrevention(bool on) { return set(record().data_loss_prevention, on); }
 };
 

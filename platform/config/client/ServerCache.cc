@@ -13,11 +13,13 @@
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/Fork.h"
+#include "platform/config/store/RevisionScope.h"
 #include "platform/config/store/RowCodec.h"
 
 namespace Kestrav::CMF {
 
 using Config::Revision;
+using Config::RevisionScope;
 using Config::Client::DomainIndex;
 using Config::Client::EventLoop;
 
@@ -81,17 +83,54 @@ const __aps_gw_server& ApsGwServer::record() const {
 
 // ---- all of them
 
+namespace {
+
+// The domain's own contents or, for an alias, those of its target. `find` looks up one name.
+template <class Find>
+RefApsGwServer answer(const std::string& domain, const Find& find) {
+  DomainIndex::Contents found;
+  if (!find(domain, found)) return {};
+  std::string aliasKey;
+  DomainIndex::Contents target = found;
+  int hops = 0;
+  while (hops < kLongestAliasChain && !target.aliasOf.empty() &&
+         find(std::string(target.aliasOf), target)) {
+    ++hops;
+  }
+  if (hops > 0 && hops < kLongestAliasChain) {
+    aliasKey = target.name;
+    found = std::move(target);
+  }
+  return RefApsGwServer(new ApsGwServer(std::move(found), std::move(aliasKey)));
+}
+
+// As DomainIndex::find, by a scan of the table.
+bool findInStore(const Config::Snapshot& snapshot, std::string_view name,
+                 DomainIndex::Contents& contents) {
+  DomainIndex index;
+  snapshot.walk(GID_PROTECTED_DOMAIN, 0, [&](const Config::StoredRecord& record) {
+    const auto* server = record.as<__aps_gw_server>();
+    if (stringEqualsNoCase(boundedText(server->name), name)) index.put(*server);
+    return true;
+  });
+  return index.find(name, contents);
+}
+
+}  // namespace
+
 struct ApsGwServerCache::State {
   std::mutex writer;     // held while the index is built or changed; taken before `lock`
   Revision builtAt = 0;  // guarded by `writer`
 
-  mutable std::shared_mutex lock;      // guards `index`, held exclusively for single steps only
+  mutable std::shared_mutex lock;  // guards what follows; held exclusively for single steps only
   std::unique_ptr<DomainIndex> index;  // null until the first use
+  Revision changedAt = 0;              // of the last change that is in the index
 
-  void use(std::unique_ptr<DomainIndex> made) {
+  void use(std::unique_ptr<DomainIndex> made, Revision at) {
     {
       const std::unique_lock exclusive(lock);
       index.swap(made);
+      changedAt = at;
     }
     // The former one ends here, without the lock.
   }
@@ -109,25 +148,27 @@ void ApsGwServerCache::State::buildOnce() {
   if (built()) return;
   Build made = buildFromNewest();
   builtAt = made.revision;
-  use(std::move(made.index));
+  use(std::move(made.index), made.revision);
 }
 
 // On the event thread.
 void ApsGwServerCache::State::apply(const __aps_gw_server* before, const __aps_gw_server* after) {
   const std::scoped_lock writing(writer);
-  if (!built() || EventLoop::instance().delivering() <= builtAt) return;
+  const Revision delivering = EventLoop::instance().delivering();
+  if (!built() || delivering <= builtAt) return;
   {
     const std::unique_lock exclusive(lock);
+    changedAt = delivering;
     if (before != nullptr) index->erase(*before);
     if (after != nullptr) index->put(*after);
   }
-  if (index->wasteful()) use(index->compacted());
+  if (index->wasteful()) use(index->compacted(), delivering);
 }
 
 // The next use builds the index.
 void ApsGwServerCache::State::forget() {
   const std::scoped_lock writing(writer);
-  use(nullptr);
+  use(nullptr, 0);
 }
 
 // Keeps the index up to date, record by record.
@@ -154,25 +195,23 @@ RefApsGwServer ApsGwServerCache::find(const std::string& domain) const {
   for (;;) {
     {
       const std::shared_lock shared(state_->lock);
-      if (const DomainIndex* index = state_->index.get(); index != nullptr) {
-        DomainIndex::Contents found;
-        if (!index->find(domain, found)) return {};
-        std::string aliasKey;
-        DomainIndex::Contents target = found;
-        int hops = 0;
-        while (hops < kLongestAliasChain && !target.aliasOf.empty() &&
-               index->find(std::string(target.aliasOf), target)) {
-          ++hops;
+      if (state_->index != nullptr) {
+        if (RevisionScope::upToDate(state_->changedAt)) {
+          return answer(domain, [this](std::string_view name, DomainIndex::Contents& contents) {
+            return state_->index->find(name, contents);
+          });
         }
-        if (hops > 0 && hops < kLongestAliasChain) {
-          aliasKey = target.name;
-          found = std::move(target);
-        }
-        return RefApsGwServer(new ApsGwServer(std::move(found), std::move(aliasKey)));
+        break;
       }
     }
     state_->buildOnce();
   }
+  if (!RevisionScope::mayRead()) return {};
+  // The index is ahead of the revision that the thread answers from, or behind it.
+  const Config::Snapshot snapshot = Config::Client::newestSnapshot();
+  return answer(domain, [&](std::string_view name, DomainIndex::Contents& contents) {
+    return findInStore(snapshot, name, contents);
+  });
 }
 
 std::size_t ApsGwServerCache::size() const {

@@ -35,7 +35,8 @@ class PolicyList {
   using Record = typename Traits::Record;
   using Subject = typename Traits::Subject;
 
-  PolicyList(G_CLI_GID gid, ngid_t domain, const Snapshot& snapshot) {
+  PolicyList(G_CLI_GID gid, ngid_t domain, const Snapshot& snapshot)
+      : revision_(snapshot.revision()) {
     typename Traits::Groups groups(snapshot);
     snapshot.walk(gid, domain, [&](const StoredRecord& stored) {
       add(*stored.as<Record>(), domain, groups);
@@ -50,6 +51,9 @@ class PolicyList {
     }
     index_.seal();
   }
+
+  // That it was read at.
+  Revision revision() const { return revision_; }
 
   // The winner's record, null when no policy matches.
   const Record* select(const Subject& subject) const {
@@ -117,6 +121,7 @@ class PolicyList {
     probes_.add(rules, side);
   }
 
+  const Revision revision_;
   std::vector<Policy> policies_;
   typename Traits::Probes probes_;
   CandidateIndex index_;

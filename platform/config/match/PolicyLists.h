@@ -14,6 +14,7 @@
 #include "platform/config/client/Event.h"
 #include "platform/config/match/PolicyList.h"
 #include "platform/config/store/Fork.h"
+#include "platform/config/store/RevisionScope.h"
 
 namespace Kestrav::Config {
 
@@ -24,21 +25,25 @@ class PolicyLists {
 
   explicit PolicyLists(G_CLI_GID gid) : gid_(gid) {}
 
-  // Null while no store is attached.
+  // Null while no store is attached, and when the thread's decision will be made again.
   std::shared_ptr<const List> of(ngid_t domain) {
     refuseParentsStore();
     {
       std::shared_lock lock(mutex_);
       const auto found = lists_.find(domain);
-      if (found != lists_.end()) return found->second;
+      if (found != lists_.end() && RevisionScope::usable(found->second->revision())) {
+        return found->second;
+      }
     }
+    if (!RevisionScope::mayRead()) return nullptr;
     const std::shared_ptr<ConfigStore> store = ConfigStore::attached();
     if (!store) return nullptr;
     const Snapshot snapshot = store->snapshot();
     auto list = std::make_shared<const List>(gid_, domain, snapshot);
     std::unique_lock lock(mutex_);
     if (snapshot.revision() < dispatcher_->delivering()) return list;
-    return lists_.try_emplace(domain, std::move(list)).first->second;
+    const auto& kept = lists_.try_emplace(domain, list).first->second;
+    return RevisionScope::usable(kept->revision()) ? kept : list;
   }
 
   void drop(ngid_t domain) {

@@ -5,6 +5,7 @@
 
 #include "platform/common/NoDestructor.h"
 #include "platform/config/client/Event.h"
+#include "platform/config/client/OneRevision.h"
 #include "platform/config/client/ServerCache.h"
 #include "platform/config/client/cmf.h"
 #include "platform/config/match/ConnectionTraits.h"
@@ -100,11 +101,16 @@ bool selectIpPolicy(const IPAddress& server, const IPAddress& client, __qv_ip_po
 bool selectIncomingPolicy(const char* sender, const char* recipient,
                           __vexa_recipient_policy* record, std::vector<Considered>* considered) {
   const RecipientTraits::Subject subject = envelope(sender, recipient);
-  const auto server =
-      CMF::RefApsGwServerCache::instance(false)->find(std::string(subject.recipient.domain()));
-  const ngid_t domain = server.isNull() ? 0 : server->configurationDomain();
-  if (domain != 0 && select(all().incoming, domain, subject, record, considered)) return true;
-  return select(all().incoming, 0, subject, record, considered);
+  const std::string name(subject.recipient.domain());
+  bool found = false;
+  Client::atOneRevision([&] {
+    if (considered) considered->clear();
+    const auto server = CMF::RefApsGwServerCache::instance(false)->find(name);
+    const ngid_t domain = server.isNull() ? 0 : server->configurationDomain();
+    found = (domain != 0 && select(all().incoming, domain, subject, record, considered)) ||
+            select(all().incoming, 0, subject, record, considered);
+  });
+  return found;
 }
 
 bool selectOutgoingPolicy(const char* sender, const char* recipient,
