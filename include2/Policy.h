@@ -6,7 +6,7 @@
 //
 // Choosing one answers from one revision of the configuration that all caches of the process have
 // followed to: the policy and its profiles belong together, however fast the configuration changes.
-// It may wait for event handlers that apply a change, for one second at most.
+// It may wait for the event handlers that apply a change, for one second at most.
 #pragma once
 
 #include <cstdint>

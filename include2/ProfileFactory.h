@@ -103,6 +103,7 @@ class KESTRAV_API ProfileFactory {
   ~ProfileFactory();
 
   void start();
+  void forgetEarlierRevisions();
   void readFolderIds();
 
   const std::unique_ptr<Caches> caches_;

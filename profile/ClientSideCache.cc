@@ -1,6 +1,7 @@
 #include "config/ClientSideCache.h"
 
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "platform/common/NoDestructor.h"
@@ -91,12 +92,15 @@ RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::instance(
     const Event::RefHandler handler(new ApsSysClientSideCacheHandler<Rec, GID>, false);
     dispatcher()->add(handler, 127, 1);
   });
+  std::optional<Read> kept = now.snapshot.current();
+  if (kept && RevisionScope::usable(kept->at)) return kept->settings;
+  if (!RevisionScope::mayRead()) return kept ? kept->settings : read().settings;
+  const Lock pin(true);  // before the lock of a build, so that a growing map does not wait for it
   // A thread that has pinned an older revision than the one that others act on gets a snapshot of
   // its own. So does a decision at another revision.
-  Read found = now.snapshot.get(
-      read, [](const Read& made) { return made.at >= dispatcher()->delivering(); });
-  if (!RevisionScope::usable(found.at) && RevisionScope::mayRead()) found = read();
-  return found.settings;
+  kept = now.snapshot.get(read,
+                          [](const Read& made) { return made.at >= dispatcher()->delivering(); });
+  return RevisionScope::usable(kept->at) ? kept->settings : read().settings;
 }
 
 template <class Rec, unsigned int GID>

@@ -98,6 +98,7 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
     }
     generation = generation_;
   }
+  if (!RevisionScope::mayRead()) return {};
 
   auto* scanner = new ProfileDictionaryScanner(name);
   Ref<DictionaryScannerImpl> handle(scanner);
@@ -120,8 +121,10 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
   // This thread may have pinned a snapshot that is older than the change that caused clean().
   if (revision < cleanedRevision_) return handle;
   // Another thread may have been faster; all callers share its scanner.
-  const Scanner& kept = (this->*cache).emplace(name, Scanner{handle, revision}).first->second;
-  return RevisionScope::usable(kept.revision) ? kept.handle : handle;
+  Scanner& kept = (this->*cache).emplace(name, Scanner{handle, revision}).first->second;
+  if (RevisionScope::usable(kept.revision)) return kept.handle;
+  if (kept.revision < revision) kept = Scanner{handle, revision};
+  return handle;
 }
 
 void DictionaryFactory::clean() {

@@ -31,7 +31,7 @@ class ProfileCache {
  public:
   struct Entry {
     Handle profile;
-    Config::Revision read;
+    Config::Revision read = 0;
   };
   using Entries = std::map<int, Entry>;
   // Dropped entries. Destroying them may destroy profiles: do so after locks are released.
@@ -52,36 +52,38 @@ class ProfileCache {
     return drops_;
   }
 
-  // Keeps `made` unless it is outdated or there is an entry. Returns the entry's profile, if there
-  // is one that the thread may use, or `made`.
+  // Keeps `made` unless it is outdated or there is an entry that the thread may use. Returns that
+  // entry's profile, or `made`.
   Handle publish(std::uint64_t ticket, Config::Revision read, int id, const Handle& made) {
+    Entry replaced;  // destroyed after the lock is released
     const std::unique_lock guard(mutex_);
     const auto entry = entries_.find(id);
-    if (entry != entries_.end()) {
-      return Config::RevisionScope::usable(entry->second.read) ? entry->second.profile : made;
+    if (entry != entries_.end() && Config::RevisionScope::usable(entry->second.read)) {
+      return entry->second.profile;
     }
-    if (ticket == drops_ && read >= lastDrop_) entries_.emplace(id, Entry{made, read});
+    if (entry != entries_.end() && entry->second.read >= read) return made;
+    if (ticket == drops_ && read >= lastDrop_) {
+      replaced = std::exchange(entries_[id], Entry{made, read});
+    }
     return made;
   }
 
   [[nodiscard]] Dropped erase(int id) {
-    const Config::Revision now = newestRevision();
     const std::unique_lock guard(mutex_);
-    noteDrop(now);
+    noteDrop();
     return entries_.extract(id);
   }
 
   [[nodiscard]] Entries clear() {
-    const Config::Revision now = newestRevision();
     const std::unique_lock guard(mutex_);
-    noteDrop(now);
+    noteDrop();
     return std::exchange(entries_, Entries());
   }
 
  private:
-  void noteDrop(Config::Revision now) {
+  void noteDrop() {
     ++drops_;
-    lastDrop_ = now;
+    lastDrop_ = newestRevision();  // with the lock held: it must not go back
   }
 
   mutable std::shared_mutex mutex_;

@@ -10,6 +10,7 @@
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
 #include "platform/common/Strings.h"
+#include "platform/config/client/StoreAccess.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/AntivirusRecords.h"
 #include "platform/config/records/ContentRecords.h"
@@ -21,6 +22,7 @@
 #include "platform/config/records/WebFilterRecords.h"
 #include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
+#include "platform/dictionary/DictionaryFactory.h"
 #include "profile/factory/FactoryHandlers.h"
 #include "profile/factory/ProfileLoading.h"
 
@@ -129,7 +131,8 @@ ProfileFactory* ProfileFactory::instance() {
     factory = new ProfileFactory;
     s_made.store(factory, std::memory_order_release);
   }
-  factory->start();
+  // This thread may have pinned an older revision than the handlers will be told of.
+  Config::Client::atNewestRevision([factory] { factory->start(); });
   s_instance.store(factory, std::memory_order_release);
   return factory;
 }
@@ -144,6 +147,7 @@ void ProfileFactory::start() {
   // Handlers stay registered when a later step fails; the next call does not register them again.
   if (!handlersRegistered_) {
     registerFactoryHandlers();
+    forgetEarlierRevisions();
     handlersRegistered_ = true;
   }
   const auto settings =
@@ -156,6 +160,22 @@ void ProfileFactory::start() {
     }
   }
   registerQuarantineFolderHandler();
+  dropAll(caches_->quarantineFolder);
+}
+
+// Nothing announces changes of revisions before the registration of the handlers. A load that has
+// read such a revision must not be kept.
+void ProfileFactory::forgetEarlierRevisions() {
+  DictionaryFactory::instance().clean();
+  clearAntispamProfiles();
+  clearAntivirusProfiles();
+  clearContentProfiles();
+  clearDLPProfiles();
+  clearFilePatternProfiles();
+  clearNotificationProfiles();
+  clearSessionProfiles();
+  clearWebFilterProfiles();
+  dropAll(caches_->encryption);
 }
 
 void ProfileFactory::readFolderIds() {
@@ -195,10 +215,9 @@ ProfileWebFilter ProfileFactory::createProfileWebFilter(int id) const {
     if (cache.find(id, profile)) return profile;
   }
   if (!Config::RevisionScope::mayRead()) return profile;
-  // The session lock, not its own: kept on purpose.
-  LoadLock loading(caches_->session.lock);
   const std::uint64_t ticket = cache.ticket();
   const CMF::Lock store(true);
+  LoadLock loading(caches_->session.lock);  // not its own: kept on purpose
   cmf_query* query = nCfg_query(GID_WEB_FILTER_PROFILE);
   if (query == nullptr || id == 0) return profile;
   if (cmf_query_do_get_by_gid(query, static_cast<unsigned int>(id)) != 0) return profile;

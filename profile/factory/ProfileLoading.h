@@ -68,9 +68,11 @@ typename Kind::Handle load(ProfileFactory::Caches& all, int id,
   }
   if (!Config::RevisionScope::mayRead()) return Handle();
 
-  LoadLock loading(kind.lock);
   const std::uint64_t ticket = cache.ticket();
-  const CMF::Lock store(true);  // all that the profile is made from is read at one revision
+  // All that the profile is made from is read at one revision. Pinned before the lock is taken: a
+  // decision that has pinned may wait for the lock, and a growing map for the decision.
+  const CMF::Lock store(true);
+  LoadLock loading(kind.lock);
   for (const ngid_t domain : domains) {
     CMF::TableQuery<typename Kind::Record, Kind::kTable> table(domain);
     const auto found = CMF::find(table, static_cast<unsigned int>(id));

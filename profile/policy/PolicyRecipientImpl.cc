@@ -28,8 +28,9 @@ CMF::RefApsGwServer protectedDomain(const EmailAddress& recipient) {
 }
 
 int directionTo(const EmailAddress& recipient) {
-  return protectedDomain(recipient).isNull() ? PolicyRecipient::kOutgoing
-                                             : PolicyRecipient::kIncoming;
+  bool incoming = false;
+  Config::Client::atOneRevision([&] { incoming = !protectedDomain(recipient).isNull(); });
+  return incoming ? PolicyRecipient::kIncoming : PolicyRecipient::kOutgoing;
 }
 
 void logFailure(const Exception& failure) {

@@ -22,12 +22,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kWaitMs = 1000;                // an idle thread looks at the store this often
-constexpr auto kWakeAgain = 5ms;             // a wake is lost on a thread that is about to wait
-constexpr auto kPatienceAtExit = 2000ms;     // for the handler that is running
-constexpr auto kPatienceAtFork = 1000ms;     // for the delivery that is running
-constexpr auto kPatienceOfHold = 1000ms;     // for the delivery of the revision
-constexpr auto kPatienceWithHolds = 1000ms;  // for the decisions that hold delivery
+constexpr int kWaitMs = 1000;                 // an idle thread looks at the store this often
+constexpr auto kWakeAgain = 5ms;              // a wake is lost on a thread that is about to wait
+constexpr auto kPatienceAtExit = 2000ms;      // for the handler that is running
+constexpr auto kPatienceAtFork = 1000ms;      // for the delivery that is running
+constexpr auto kPatienceOfDecision = 1000ms;  // for the delivery that is running
 constexpr auto kNoLimit = std::chrono::hours(24 * 365);
 
 // The event thread takes no signals: they are for the threads of the daemon.
@@ -129,11 +128,12 @@ void EventLoop::attached(const std::shared_ptr<ConfigStore>& store) {
   {
     const std::scoped_lock lock(mutex_);
     store_ = store;
-    applied_ = delivering_ = store->revision();
+    delivering_ = store->revision();
   }
-  if (list_.empty()) return;
-  resync();
-  startThread();
+  const bool heard = !list_.empty();
+  if (heard) resync();
+  applied_ = delivering();  // only now: a handler may use the caches
+  if (heard) startThread();
 }
 
 void EventLoop::detaching() {
@@ -200,33 +200,15 @@ void EventLoop::awaitCalls() {
   changed_.notify_all();
 }
 
-EventLoop::Hold::Hold(EventLoop& loop, Revision revision) : loop_(loop), revision_(revision) {
-  const auto reached = [&] { return loop_.applied() >= revision_; };
-  const auto over = [&] {
-    return reached() || loop_.thread_ == nullptr || loop_.ended_ || loop_.ending_;
-  };
-  std::unique_lock lock(loop_.mutex_);
-  loop_.held_.insert(revision_);
-  if (!HandlerList::calling() && loop_.stalled_ != loop_.delivering() &&
-      !loop_.changed_.wait_for(lock, kPatienceOfHold, over)) {
-    loop_.stalled_ = loop_.delivering();
-  }
-  reached_ = reached();
-}
-
-EventLoop::Hold::~Hold() {
-  const std::scoped_lock lock(loop_.mutex_);
-  // Delivery that lost its patience has forgotten the holds.
-  if (const auto hold = loop_.held_.find(revision_); hold != loop_.held_.end()) {
-    loop_.held_.erase(hold);
-    loop_.changed_.notify_all();
-  }
-}
-
-void EventLoop::awaitHolds(Revision next) {
+bool EventLoop::awaitCaches(Revision revision) {
+  const auto reached = [&] { return applied() >= revision; };
+  if (reached()) return true;
+  if (HandlerList::calling()) return false;
   std::unique_lock lock(mutex_);
-  const auto free = [&] { return held_.empty() || *held_.begin() >= next || ending_; };
-  if (!changed_.wait_for(lock, kPatienceWithHolds, free)) held_.clear();
+  if (applied() < delivering() && stalled_ == delivering()) return reached();
+  const auto over = [&] { return reached() || thread_ == nullptr || ended_ || ending_; };
+  if (!changed_.wait_for(lock, kPatienceOfDecision, over)) stalled_ = delivering();
+  return reached();
 }
 
 // ---- the thread's life
@@ -299,7 +281,6 @@ void EventLoop::afterFork(bool child) {
     (void)thread_.release();                  // it does not exist here
     new (&changed_) std::condition_variable;  // neither do those that waited
     awaitingCalls_ = 0;
-    held_.clear();
     ended_ = ending_ = false;
     forkedInCalls_ = inCalls_;
   }
@@ -340,7 +321,6 @@ Revision EventLoop::wait(ConfigStore& store) {
 
 void EventLoop::deliver(ConfigStore& store, Revision upTo) {
   for (Revision next = applied() + 1; next <= upTo && !ending_; ++next) {
-    awaitHolds(next);
     const Calls calls(*this);
     const HandlerList::Within within;  // a handler may end with the list
     HandlerList::Registrations listeners;

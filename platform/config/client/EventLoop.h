@@ -10,7 +10,6 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <thread>
 
 #include "platform/config/client/HandlerList.h"
@@ -38,24 +37,10 @@ class EventLoop final : public AttachmentObserver {
   void detaching() override;
   void detached() override;
 
-  // Keeps the caches at a revision: waits until it is applied, and while a Hold exists no later one
-  // is delivered. Neither waits longer than a second: a thread that holds may wait for a handler,
-  // or a handler for it.
-  class Hold {
-   public:
-    Hold(EventLoop& loop, Revision revision);
-    ~Hold();
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
-
-    // False when the wait was given up. At once where nobody delivers, and on the thread that does.
-    bool reached() const { return reached_; }
-
-   private:
-    EventLoop& loop_;
-    const Revision revision_;
-    bool reached_ = false;
-  };
+  // Waits until the caches have followed to the revision. False when it gave up: after a second,
+  // because a handler may wait for the calling thread, and at once where nobody delivers, on the
+  // thread that does, and for a delivery that was given up before.
+  bool awaitCaches(Revision revision);
 
   EventLoop();
 
@@ -74,7 +59,6 @@ class EventLoop final : public AttachmentObserver {
   };
 
   void awaitCalls();
-  void awaitHolds(Revision next);
   void resync();
   void listen();
   void startThread();
@@ -100,8 +84,7 @@ class EventLoop final : public AttachmentObserver {
   bool stopped_ = false;   // by stop()
   bool inCalls_ = false;   // handlers are being called
   int awaitingCalls_ = 0;  // threads that wait for the end of that
-  std::multiset<Revision> held_;
-  Revision stalled_ = 0;  // a Hold gave up while it was being delivered
+  Revision stalled_ = 0;   // awaitCaches() gave up while it was being delivered
 
   std::atomic<bool> forkedInCalls_{false};  // set in the child
 

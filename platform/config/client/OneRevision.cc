@@ -1,6 +1,6 @@
 #include "platform/config/client/OneRevision.h"
 
-#include <exception>
+#include <cxxabi.h>
 
 #include "platform/config/client/EventLoop.h"
 #include "platform/config/client/HandlerList.h"
@@ -17,16 +17,18 @@ bool decideFromCaches(void (*decide)(void*), void* argument) {
   RevisionScope scope(EventLoop::instance().applied(), Source::kCaches);
   try {
     decide(argument);
-  } catch (const std::exception&) {
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
     if (!scope.missed()) throw;
   }
   return !scope.missed();
 }
 
 void decideAt(const Snapshot& snapshot, void (*decide)(void*), void* argument) {
-  const EventLoop::Hold hold(EventLoop::instance(), snapshot.revision());
+  const bool followed = EventLoop::instance().awaitCaches(snapshot.revision());
   const RevisionScope scope(snapshot.revision(),
-                            hold.reached() ? Source::kCachesAndStore : Source::kStore);
+                            followed ? Source::kCachesAndStore : Source::kStore);
   decide(argument);
 }
 

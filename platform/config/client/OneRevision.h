@@ -12,10 +12,10 @@ namespace Kestrav::Config::Client {
 // from the library's caches or reads from the store is as it was at one revision.
 //
 // The first call answers from the caches, at the applied revision. When an entry is missing and the
-// store has a newer revision, the second call answers from that one. It waits until the caches have
-// followed, and delivery of later revisions waits for it. It does not wait for an event handler
-// that does not return: after a second, and on the event thread itself, the second call uses no
-// caches. That is as exact, but reads whole tables.
+// store has a newer revision, the second call answers from that one. It pins the store and waits
+// until the caches have followed. It does not wait for an event handler that does not return: after
+// a second, and on the event thread itself, the second call takes from the caches only what was
+// read at that very revision. That is as exact, but may read whole tables.
 //
 // Within another decision: calls `decide` once, as part of it. Throws what `decide` throws, and
 // Exception when the store cannot be read.

@@ -1,5 +1,6 @@
 #include "platform/config/client/ServerCache.h"
 
+#include <algorithm>
 #include <shared_mutex>
 
 #include "platform/common/NoDestructor.h"
@@ -138,15 +139,30 @@ struct ApsGwServerCache::State {
     const std::shared_lock shared(lock);
     return index != nullptr;
   }
+  // REQUIRES: `lock` is held.
+  RefApsGwServer find(const std::string& domain) const;
   void buildOnce();
   void apply(const __aps_gw_server* before, const __aps_gw_server* after);
   void forget();
 };
 
+RefApsGwServer ApsGwServerCache::State::find(const std::string& domain) const {
+  return answer(domain, [this](std::string_view name, DomainIndex::Contents& contents) {
+    return index->find(name, contents);
+  });
+}
+
 void ApsGwServerCache::State::buildOnce() {
   const std::scoped_lock writing(writer);
   if (built()) return;
-  Build made = buildFromNewest();
+  // This thread may have pinned a revision whose next changes were delivered before. In a decision
+  // it has pinned the store for sure, and should not wait for another thread to read it.
+  const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
+  const Revision least = RevisionScope::active() || store == nullptr
+                             ? EventLoop::instance().delivering()
+                             : store->revision();
+  Build made = build();
+  if (made.revision < least) made = buildFromNewest();
   builtAt = made.revision;
   use(std::move(made.index), made.revision);
 }
@@ -196,19 +212,23 @@ RefApsGwServer ApsGwServerCache::find(const std::string& domain) const {
     {
       const std::shared_lock shared(state_->lock);
       if (state_->index != nullptr) {
-        if (RevisionScope::upToDate(state_->changedAt)) {
-          return answer(domain, [this](std::string_view name, DomainIndex::Contents& contents) {
-            return state_->index->find(name, contents);
-          });
-        }
+        if (RevisionScope::upToDate(state_->changedAt)) return state_->find(domain);
         break;
       }
     }
     state_->buildOnce();
   }
   if (!RevisionScope::mayRead()) return {};
-  // The index is ahead of the revision that the thread answers from, or behind it.
+  // Changes of other tables may keep the index behind the revision that the thread answers from.
   const Config::Snapshot snapshot = Config::Client::newestSnapshot();
+  const Revision lastChange = snapshot.lastChanged(GID_PROTECTED_DOMAIN);
+  {
+    const std::shared_lock shared(state_->lock);
+    if (state_->index != nullptr && lastChange <= state_->changedAt &&
+        state_->changedAt <= std::min(snapshot.revision(), EventLoop::instance().applied())) {
+      return state_->find(domain);
+    }
+  }
   return answer(domain, [&](std::string_view name, DomainIndex::Contents& contents) {
     return findInStore(snapshot, name, contents);
   });

@@ -1,6 +1,8 @@
 #include "platform/config/client/StoreAccess.h"
 
 #include <atomic>
+#include <string>
+#include <system_error>
 #include <thread>
 
 #include "platform/common/Exception.h"
@@ -25,13 +27,20 @@ void logStoreFailure(const char* operation, const std::exception& reason) {
 
 void atNewestRevision(const std::function<void()>& work) {
   std::exception_ptr failure;
-  std::thread([&] {
-    try {
-      work();
-    } catch (...) {
-      failure = std::current_exception();
-    }
-  }).join();
+  std::thread thread;
+  try {
+    thread = std::thread([&] {
+      try {
+        work();
+      } catch (...) {
+        failure = std::current_exception();
+      }
+    });
+  } catch (const std::system_error& reason) {
+    throw Exception(std::string("A thread to read the store cannot be started: ") + reason.what(),
+                    StoreError::kInternal);
+  }
+  thread.join();
   if (failure) std::rethrow_exception(failure);
 }
 

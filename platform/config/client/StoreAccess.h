@@ -3,6 +3,7 @@
 
 #include <exception>
 
+#include "platform/common/Export.h"
 #include "platform/config/store/ConfigStore.h"
 
 namespace Kestrav::Config::Client {
@@ -14,7 +15,8 @@ Snapshot newestSnapshot();
 void logStoreFailure(const char* operation, const std::exception& reason);
 
 // Runs `work` on a thread that holds no snapshot, and waits for it: a thread with a query or a read
-// lock open reads its own revision only. What `work` throws is thrown here.
-void atNewestRevision(const std::function<void()>& work);
+// lock open reads its own revision only. What `work` throws is thrown here, and Exception kInternal
+// when there is no thread to be had.
+KESTRAV_API void atNewestRevision(const std::function<void()>& work);
 
 }  // namespace Kestrav::Config::Client

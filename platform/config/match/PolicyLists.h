@@ -1,8 +1,8 @@
 // The compiled policy lists of one table, one for each configuration domain. A list is compiled on
 // first use and dropped when the table or a group changes.
 //
-// Any thread may call of(); the event thread drops. A list of a revision older than the one being
-// delivered is used once and not kept.
+// Any thread may call of(); the event thread drops. A list of a revision older than the last drop
+// is used once and not kept.
 #pragma once
 
 #include <cstdint>
@@ -41,14 +41,17 @@ class PolicyLists {
     const Snapshot snapshot = store->snapshot();
     auto list = std::make_shared<const List>(gid_, domain, snapshot);
     std::unique_lock lock(mutex_);
-    if (snapshot.revision() < dispatcher_->delivering()) return list;
-    const auto& kept = lists_.try_emplace(domain, list).first->second;
-    return RevisionScope::usable(kept->revision()) ? kept : list;
+    if (snapshot.revision() < droppedAt_) return list;
+    auto& kept = lists_.try_emplace(domain, list).first->second;
+    if (RevisionScope::usable(kept->revision())) return kept;
+    if (kept->revision() < list->revision()) kept = list;
+    return list;
   }
 
   void drop(ngid_t domain) {
     std::shared_ptr<const List> dropped;  // destroyed after the lock is released
     std::unique_lock lock(mutex_);
+    droppedAt_ = dispatcher_->delivering();
     const auto found = lists_.find(domain);
     if (found == lists_.end()) return;
     dropped = std::move(found->second);
@@ -58,6 +61,7 @@ class PolicyLists {
   void dropAll() {
     Map dropped;
     std::unique_lock lock(mutex_);
+    droppedAt_ = dispatcher_->delivering();
     dropped.swap(lists_);
   }
 
@@ -66,8 +70,9 @@ class PolicyLists {
 
   const G_CLI_GID gid_;
   const CMF::Event::Dispatcher dispatcher_ = CMF::Event::Dispatcher::instance("", false, false);
-  std::shared_mutex mutex_;  // guards lists_
+  std::shared_mutex mutex_;  // guards what follows
   Map lists_;
+  Revision droppedAt_ = 0;  // the revision whose delivery made the last drop
 };
 
 }  // namespace Kestrav::Config

@@ -64,6 +64,10 @@ struct AllLists {
         connections));
     add(new GroupChanged<__vexa_email_address_group, GID_EMAIL_ADDRESS_GROUP, RecipientLists,
                          RecipientLists>(incoming, outgoing));
+    // Nothing announces changes of revisions before these registrations.
+    connections.dropAll();
+    incoming.dropAll();
+    outgoing.dropAll();
   }
 
   static void add(CMF::Event::Handler* handler) {
