@@ -54,7 +54,8 @@ TEST(CriterionText, NaturalFormsAreUnderstood) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     const auto parsed = parseCriterion(c.criterion, c.text);
-    ASSERT_TRUE(std::holds_alternative<CriterionValue>(parsed)) << std::get<Mistake>(parsed).what;
+    ASSERT_TRUE(std::holds_alternative<CriterionValue>(parsed))
+        << std::get<Mistake>(parsed).what.full();
     EXPECT_EQ(std::get<CriterionValue>(parsed), c.value);
   }
 }

@@ -5,7 +5,64 @@ using namespace Kestrav::Config::Text;
 
 TEST(HostileText, AliasesAreRefused) {
   EXPECT_EQ(mistakesOf("a: &a [x, x]\nb: &b [*a, *a]\nc: [*b, *b]\n"),
-            "gateway.yaml:2:8: an alias; the value itself, written out\n");
+            "gateway.yaml:1:4: an anchor; the value without '&' and a name\n");
+  EXPECT_EQ(mistakesOf("system: *a\n"),
+            "gateway.yaml:1:9: no valid YAML: the referenced anchor is not defined; lists and maps "
+            "by indentation, quotes around special characters\n");
+}
+
+TEST(HostileText, AnchorsAreRefusedWhereverTheyStand) {
+  for (const char* text :
+       {"&a", "--- &a\n", "&a system: {}", "system: &a", "system: &a {}", "&a {system: {}}",
+        "system: {&a host-name: x}", "system: {host-name: &a x}", "system: {host-name: &a \"x\"}",
+        "quarantine-folders: &a [x]", "quarantine-folders: [&a x]", "quarantine-folders:\n- &a",
+        "? &a system\n: {}", "system: {host-name: !!binary &a QQ==}",
+        "system:\n  host-name: &a |\n    x"}) {
+    SCOPED_TRACE(text);
+    EXPECT_NE(mistakesOf(text).find(" an anchor; "), std::string::npos) << mistakesOf(text);
+  }
+}
+
+TEST(HostileText, TagsAreRefusedWhereverTheyStand) {
+  for (const char* text : {"!a",
+                           "!!map {}",
+                           "! {}",
+                           "!<?> {}",
+                           "!<!> {}",
+                           "! []",
+                           "!a system: {}",
+                           "system: !!null",
+                           "system: !!null x",
+                           "system: !",
+                           "system: {host-name: ! x}",
+                           "system: {host-name: !<?> x}",
+                           "system: {host-name: !<!> x}",
+                           "system: {host-name: !!str x}",
+                           "system: {!!str host-name: x}",
+                           "quarantine-folders: !!seq [x]",
+                           "quarantine-folders: [!a x]",
+                           "quarantine-folders: [!a ]",
+                           "%TAG !e! tag:x,\n---\nsystem: {host-name: !e!f x}",
+                           "\xEF\xBB\xBFsystem: !!map {}",
+                           "quarantine-folders: [\"Ä\", ! x]"}) {
+    SCOPED_TRACE(text);
+    EXPECT_NE(mistakesOf(text).find(" a tag; "), std::string::npos) << mistakesOf(text);
+  }
+  for (const char* text :
+       {"system: {host-name: 'x'}", "system: {host-name: \"x\"}", "system:\n  host-name: |-\n    x",
+        "quarantine-folders: [\"Ä\", 'x']", "\xEF\xBB\xBFquarantine-folders: ['x']",
+        "system: {host-name: !!binary eA==}"}) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(mistakesOf(text), "");
+  }
+}
+
+TEST(HostileText, LongLinesAreRefused) {
+  const std::string longest(kMaximumLine, '#');
+  EXPECT_EQ(mistakesOf("# x\n" + longest + "\n" + longest), "");
+  EXPECT_EQ(mistakesOf("# x\n" + longest + "#\n"),
+            "gateway.yaml:2:1: the line is too long; at most 1 MiB; lists and maps over several "
+            "lines\n");
 }
 
 TEST(HostileText, DeepNestingIsRefused) {

@@ -63,7 +63,7 @@ TEST(Syntax, TextsAreHeldAgainstTheirForm) {
     const auto mistake = checkSyntax(c.syntax, c.text);
     EXPECT_EQ(!mistake.has_value(), c.right);
     if (mistake) {
-      EXPECT_FALSE(mistake->what.empty());
+      EXPECT_FALSE(mistake->what.full().empty());
       EXPECT_FALSE(mistake->wouldBeRight.empty());
     }
   }
@@ -111,7 +111,7 @@ TEST(Syntax, Switches) {
 }
 
 TEST(Syntax, TextsInMessagesAreShortAndOnOneLine) {
-  EXPECT_EQ(shown("abc"), "'abc'");
-  EXPECT_EQ(shown("a\nb"), "'a b'");
-  EXPECT_EQ(shown(std::string(100, 'x')), "'" + std::string(60, 'x') + "...'");
+  EXPECT_EQ(shown("abc").full(), "'abc'");
+  EXPECT_EQ(shown("a\nb").full(), "'a b'");
+  EXPECT_EQ(shown(std::string(100, 'x')).full(), "'" + std::string(60, 'x') + "...'");
 }

@@ -23,7 +23,7 @@ constexpr Choice kDictionaryNameKinds[] = {
 namespace of_aps_as_word_entry {
 using Record = ::__aps_as_word_entry;
 constexpr Field kFields[] = {
-    text("word", AT(text)).required().help("Word or phrase to look for."),
+    text("word", AT(text)).syntax("text").required().help("Word or phrase to look for."),
     reserved("reserved-256", AT(reserved_256)),
     boolean("in-body", AT(in_body)).defaultsTo(1).help("Look for it in the body."),
     boolean("in-subject", AT(in_subject)).defaultsTo(1).help("Look for it in the subject."),

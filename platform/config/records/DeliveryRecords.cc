@@ -91,8 +91,8 @@ constexpr Field kFields[] = {
     ownId("id", AT(id)),
     number("type", AT(type)).help("Number of the kind of message."),
     text("subject", AT(subject)).syntax("header-value").help("Subject of the message."),
-    text("text", AT(text)).help("Body in plain text."),
-    text("html", AT(html)).help("Body in HTML."),
+    text("text", AT(text)).syntax("text").help("Body in plain text."),
+    text("html", AT(html)).syntax("text").help("Body in HTML."),
 };
 }  // namespace of_aps_cmsg_type
 constexpr RecordType kCustomMessageType{"__aps_cmsg_type", sizeof(::__aps_cmsg_type),
@@ -111,10 +111,14 @@ constexpr Field kFields[] = {
     bit("signing", AT(key_usage), Record::kSigning).defaultsTo(1).help("The key pair signs."),
     text("name", AT(name)).required().help("Name of the binding."),
     text("private-key", AT(private_key))
+        .syntax("text")
         .secret()
         .help("Private key, or the absolute path of a file that holds it."),
-    text("certificate", AT(certificate)).help("Certificate."),
-    text("pass-phrase", AT(pass_phrase)).secret().help("Pass phrase of the private key."),
+    text("certificate", AT(certificate)).syntax("text").help("Certificate."),
+    text("pass-phrase", AT(pass_phrase))
+        .syntax("text")
+        .secret()
+        .help("Pass phrase of the private key."),
     words("status", AT(status), kBindingStatuses).help("Outcome of the latest verification."),
 };
 }  // namespace of_vexa_certificate_binding
@@ -128,7 +132,7 @@ using Record = ::__aps_attachment_signature;
 constexpr Field kFields[] = {
     number("type", AT(type)).help("Number of the hash type."),
     text("hash", AT(hash)).required().help("Hash in hexadecimal."),
-    text("comment", AT(comment)).help("What the attachment is."),
+    text("comment", AT(comment)).syntax("text").help("What the attachment is."),
     ownId("id", AT(id)),
 };
 }  // namespace of_aps_attachment_signature

@@ -25,7 +25,10 @@ static_assert(coversEveryByte(kDictionaryType) && isWellFormed(kDictionaryType))
 namespace of_vexa_dictionary_item {
 using Record = ::__vexa_dictionary_item;
 constexpr Field kFields[] = {
-    text("pattern", AT(text)).required().help("Word, phrase or pattern to look for."),
+    text("pattern", AT(text))
+        .syntax("text")
+        .required()
+        .help("Word, phrase or pattern to look for."),
     words("kind", AT(kind), kDictionaryPatternKinds)
         .defaultsTo(2)
         .help("How the pattern is written."),

@@ -16,13 +16,13 @@ using Record = ::__aps_mail_disclaimer;
 constexpr Field kFields[] = {
     boolean("first-header-enabled", AT(first_header_enabled)).help("Use the first header."),
     boolean("first-text-enabled", AT(first_text_enabled)).help("Use the first texts."),
-    text("first-text", AT(first_text)).help("First disclaimer in plain text."),
-    text("first-html", AT(first_html)).help("First disclaimer in HTML."),
+    text("first-text", AT(first_text)).syntax("text").help("First disclaimer in plain text."),
+    text("first-html", AT(first_html)).syntax("text").help("First disclaimer in HTML."),
     number("first-option", AT(first_option)).help("Option of the first disclaimer; on for 1 only."),
     boolean("second-header-enabled", AT(second_header_enabled)).help("Use the second header."),
     boolean("second-text-enabled", AT(second_text_enabled)).help("Use the second texts."),
-    text("second-text", AT(second_text)).help("Second disclaimer in plain text."),
-    text("second-html", AT(second_html)).help("Second disclaimer in HTML."),
+    text("second-text", AT(second_text)).syntax("text").help("Second disclaimer in plain text."),
+    text("second-html", AT(second_html)).syntax("text").help("Second disclaimer in HTML."),
     number("second-option", AT(second_option))
         .help("Option of the second disclaimer; on for 1 only."),
     boolean("exclusions-enabled", AT(exclusions_enabled))

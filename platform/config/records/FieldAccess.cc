@@ -1,5 +1,6 @@
 #include "platform/config/records/FieldAccess.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -7,6 +8,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/common/IPAddressMask.h"
+#include "platform/common/Strings.h"
 
 namespace Kestrav::Config {
 namespace {
@@ -225,10 +227,40 @@ bool holdsDefault(const RecordType& type, const Field& field, const void* record
   return sameField(field, record, defaults.data());
 }
 
+std::size_t findPrivateKey(std::string_view text) {
+  constexpr std::string_view kLabel = "PRIVATE KEY";
+  for (std::size_t at = 0; (at = text.find(kLabel, at)) != text.npos;) {
+    at += kLabel.size();
+    if (text.substr(at).starts_with(" BLOCK")) at += 6;
+    std::size_t data = std::min(text.find_first_not_of('-', at), text.size());
+    if (data == at) continue;
+    // A line break may be written as an escape.
+    while (data < text.size()) {
+      const std::string_view rest = text.substr(data);
+      if (rest.starts_with("\\n") || rest.starts_with("\\r")) {
+        data += 2;
+      } else if (std::string_view(" \t\r\n").find(rest.front()) != text.npos) {
+        ++data;
+      } else {
+        break;
+      }
+    }
+    if (data < text.size() &&
+        (isAsciiLetterOrDigit(text[data]) || text[data] == '+' || text[data] == '/')) {
+      return data;
+    }
+  }
+  return text.npos;
+}
+
+bool isSecret(const Field& field, std::string_view text) {
+  return field.secret || findPrivateKey(text) != text.npos;
+}
+
 std::string describeField(const Field& field, const void* record) {
   if (isText(field)) {
     const std::string_view text = readText(field, record);
-    if (field.secret) return text.empty() ? "none" : "(secret)";
+    if (isSecret(field, text)) return text.empty() ? "none" : "(secret)";
     std::string line = "\"";
     for (const char c : text) {
       if (c == '\n') {

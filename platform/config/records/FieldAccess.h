@@ -63,6 +63,12 @@ KESTRAV_API bool sameRecord(const RecordType& type, const void* a, const void* b
 // True when the field holds its default.
 KESTRAV_API bool holdsDefault(const RecordType& type, const Field& field, const void* record);
 
+// The offset of the data of a private key in PEM form; npos when the text holds none. A header
+// without data, as in a search pattern, is no key.
+KESTRAV_API std::size_t findPrivateKey(std::string_view text);
+// True when the text must not be printed: the field is a secret, or the text holds a private key.
+KESTRAV_API bool isSecret(const Field& field, std::string_view text);
+
 // One value for people, on one line: texts quoted, numbers as words if they have one, references as
 // "#7", lists by the number of their entries. Secrets are masked.
 KESTRAV_API std::string describeField(const Field& field, const void* record);

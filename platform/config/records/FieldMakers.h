@@ -81,8 +81,9 @@ constexpr FieldMaker make(Kind kind, std::string_view name, std::size_t offset, 
 constexpr FieldMaker reserved(std::string_view name, std::size_t offset, std::size_t size) {
   return make(Kind::kReserved, name, offset, size);
 }
+// One line, unless another syntax is given; "text" is any text.
 constexpr FieldMaker text(std::string_view name, std::size_t offset, std::size_t size) {
-  return make(Kind::kText, name, offset, size);
+  return make(Kind::kText, name, offset, size).syntax("line");
 }
 constexpr FieldMaker number(std::string_view name, std::size_t offset, std::size_t size) {
   FieldMaker made = make(Kind::kUnsigned, name, offset, size);

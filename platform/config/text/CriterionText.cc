@@ -93,6 +93,7 @@ std::variant<CriterionValue, Mistake> parseCriterion(const Criterion& criterion,
     if (text.starts_with(prefix)) value = {form, text.substr(prefix.size())};
   }
   const std::string right = examples(criterion);
+  if (auto mistake = checkSyntax("line", text)) return *mistake;
   // Written for a stored value that is not a form.
   if (text.starts_with("invalid:")) return Mistake{shown(text) + " applies to nothing", right};
   if (!has(criterion, value.form)) {

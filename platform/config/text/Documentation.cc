@@ -34,7 +34,7 @@ std::string valueOf(const Field& field) {
       return number.str();
     }
     case Kind::kText: {
-      std::string text = field.syntax.empty() ? "text" : std::string(field.syntax);
+      std::string text(field.syntax);
       text += ", at most " + std::to_string(field.size - 1) + " bytes";
       if (!field.defaultText.empty()) text += "; `" + std::string(field.defaultText) + "`";
       if (field.secret) text += "; secret";

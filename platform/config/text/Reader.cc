@@ -7,8 +7,6 @@
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
-#include "platform/config/text/Nearest.h"
-#include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
 namespace {
@@ -59,24 +57,46 @@ std::string comparable(G_CLI_GID table, std::string_view name) {
 }
 
 std::string Reader::toString(const Place& place) const {
-  return files_[place.file] + ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
+  return files_[place.file]->name + ":" + std::to_string(place.line) + ":" +
+         std::to_string(place.column);
 }
 
-void Reader::problem(const Place& place, std::string what, std::string right) {
-  if (problems_.size() >= kMaximumProblems) return;
-  problems_.push_back(
-      {files_[place.file], place.line, place.column, std::move(what), std::move(right)});
+void Reader::record(const Place& place, const Phrase& what, std::string right, Severity severity) {
+  ++recorded_[static_cast<std::size_t>(severity)];
+  const Source& source = *files_[place.file];
+  const auto at = secretLines_.try_emplace(place.file, source.content).first;
+  const bool masked = at->second.contains(place.line);
+  problems_.push_back({source.name, place.line, place.column, masked ? what.masked() : what.full(),
+                       std::move(right), severity});
 }
 
-void Reader::readDocument(const std::string& file, const YamlNode& root) {
-  file_ = files_.size();
-  files_.push_back(file);
+std::string Reader::suggestion(const std::string& word, std::vector<std::string> known) {
+  ++effort_.suggestions;
+  const std::string near = nearest(word, known);
+  if (!near.empty()) return "'" + near + "'";
+  return "one of " + alternatives(known);
+}
+
+Phrase Reader::shownKey(const YamlNode& key, const YamlNode& value, const RecordType* type) {
+  if (isKnownKey(key.text)) return shown(key.text);
+  const bool hidden =
+      value.kind == YamlNode::Kind::kNull || (type != nullptr && holdsSecrets(*type));
+  if (hidden) return "'...'";
+  const auto inKey = [](char c) {
+    return isAsciiLetterOrDigit(static_cast<unsigned char>(c)) || c == '-' || c == '_';
+  };
+  const auto end = std::find_if_not(key.text.begin(), key.text.end(), inKey);
+  return shown(key.text, static_cast<std::size_t>(end - key.text.begin()));
+}
+
+void Reader::readDocument(const Source& source, const YamlNode& root) {
+  files_.push_back(&source);
   readTables(root, 0);
 }
 
 void Reader::readTables(const YamlNode& node, std::size_t space) {
   const std::string what = space == 0 ? "the configuration" : "a domain's configuration";
-  walk(node, what, [&](const YamlNode& key, const YamlNode& value) {
+  walk(node, what, nullptr, [&](const YamlNode& key, const YamlNode& value) {
     const Table* table = findTableByKey(key.text);
     if (table != nullptr && table->owner != 0) {
       const Table* owner = findTable(table->owner);
@@ -88,10 +108,8 @@ void Reader::readTables(const YamlNode& node, std::size_t space) {
     } else if (table != nullptr) {
       readTable(*table, key, value, space);
     } else {
-      const std::vector<std::string> keys = tableKeys(space);
-      const std::string near = nearest(key.text, keys);
-      problem(key, "unknown key " + shown(key.text),
-              near.empty() ? "one of " + alternatives(keys) : "'" + near + "'");
+      problem(key, "unknown key " + shownKey(key, value, nullptr),
+              [&] { return suggestion(key.text, tableKeys(space)); });
     }
   });
 }

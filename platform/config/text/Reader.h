@@ -1,20 +1,25 @@
 // Makes a Configuration from parsed texts. Records every mistake; none ends the reading.
 //
-// Call readDocument() for each text, then finish(), which resolves names and compares records. For
-// one thread.
+// Call readDocument() for each text, then finish(), which resolves names and compares records. The
+// sources outlive the reader. For one thread.
 #pragma once
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "platform/config/records/Field.h"
 #include "platform/config/text/Configuration.h"
+#include "platform/config/text/Nearest.h"
 #include "platform/config/text/Problem.h"
+#include "platform/config/text/SecretText.h"
 #include "platform/config/text/Syntax.h"
+#include "platform/config/text/Text.h"
 #include "platform/config/text/YamlTree.h"
 
 namespace Kestrav::Config::Text {
@@ -23,9 +28,16 @@ class Reader {
  public:
   explicit Reader(std::vector<Problem>& problems) : problems_(problems) {}
 
-  void readDocument(const std::string& file, const YamlNode& root);
-  // The result. Meaningful only when there are no problems.
+  void readDocument(const Source& source, const YamlNode& root);
+  // The result. Meaningful only when there are no mistakes.
   Configuration finish();
+
+  // For tests.
+  struct Effort {
+    std::size_t lists = 0;        // lists of names that were prepared for searches
+    std::size_t suggestions = 0;  // searches for what a mistyped word meant
+  };
+  const Effort& effort() const { return effort_; }
 
  private:
   friend class RecordReader;
@@ -45,20 +57,42 @@ class Reader {
     Place place;
   };
 
-  Place placeOf(const YamlNode& node) const { return {file_, node.line, node.column}; }
+  Place placeOf(const YamlNode& node) const { return {files_.size() - 1, node.line, node.column}; }
   std::string toString(const Place& place) const;
-  void problem(const Place& place, std::string what, std::string right);
-  void problem(const YamlNode& node, std::string what, std::string right) {
-    problem(placeOf(node), std::move(what), std::move(right));
+
+  // Records a problem. `right` is a text or a function that returns it. The function is not called
+  // when kMaximumProblems are recorded already.
+  template <class Right>
+  void problem(const Place& place, const Phrase& what, Right right,
+               Severity severity = Severity::kMistake) {
+    if (recorded_[static_cast<std::size_t>(severity)] >= kMaximumProblems) return;
+    if constexpr (std::is_invocable_v<Right&>) {
+      record(place, what, right(), severity);
+    } else {
+      record(place, what, std::move(right), severity);
+    }
+  }
+  template <class Right>
+  void problem(const YamlNode& node, const Phrase& what, Right right) {
+    problem(placeOf(node), what, std::move(right));
   }
   void problem(const YamlNode& node, Mistake mistake) {
-    problem(placeOf(node), std::move(mistake.what), std::move(mistake.wouldBeRight));
+    problem(placeOf(node), mistake.what, std::move(mistake.wouldBeRight));
   }
+  void record(const Place& place, const Phrase& what, std::string right, Severity severity);
+
+  // "'word'" for the known word that is closest to `word`, else "one of" these.
+  std::string suggestion(const std::string& word, std::vector<std::string> known);
+
+  // A key as messages show it. A key that no record has may be a misplaced secret: it is hidden
+  // when it has no value or when `type` (null for none) holds secrets, and else ends at the first
+  // character that no key has.
+  static Phrase shownKey(const YamlNode& key, const YamlNode& value, const RecordType* type);
 
   // Calls visit(key, value) for each pair of a map. A key that occurs twice or is no text is a
-  // problem. A null node is an empty map.
+  // problem. A null node is an empty map. `type` as in shownKey().
   template <class Visit>
-  void walk(const YamlNode& node, const std::string& what, Visit visit);
+  void walk(const YamlNode& node, const std::string& what, const RecordType* type, Visit visit);
 
   void readTables(const YamlNode& node, std::size_t space);
   void readTable(const Table& table, const YamlNode& key, const YamlNode& value, std::size_t space);
@@ -69,7 +103,9 @@ class Reader {
 
   // References.cc
   std::size_t find(G_CLI_GID table, std::size_t space, const std::string& name) const;
-  std::vector<std::string> namesOf(G_CLI_GID table, std::size_t space) const;
+  // The names of the table's records in one space; null for none.
+  const WordList* namesOf(G_CLI_GID table, std::size_t space);
+  std::string suggestionFor(const Reference& reference);
   void resolve(const Reference& reference);
   bool resolveText(const Reference& reference);
   void checkIds();
@@ -77,17 +113,21 @@ class Reader {
   void checkDictionaryNames();
 
   std::vector<Problem>& problems_;
+  std::size_t recorded_[2] = {};  // problems by severity
   Configuration configuration_;
-  std::vector<std::string> files_;
-  std::size_t file_ = 0;
-  std::vector<Place> places_;  // of each record
+  std::vector<const Source*> files_;                // the last one is being read
+  std::map<std::size_t, SecretLines> secretLines_;  // of files with problems
+  std::vector<Place> places_;                       // of each record
   std::vector<Reference> references_;
   std::map<std::pair<G_CLI_GID, std::size_t>, std::unordered_map<std::string, std::size_t>> names_;
-  std::map<G_CLI_GID, Place> singles_;  // settings that were given
+  std::map<std::pair<G_CLI_GID, std::size_t>, WordList> words_;  // of names_, sorted
+  std::map<G_CLI_GID, Place> singles_;                           // settings that were given
+  Effort effort_;
 };
 
 template <class Visit>
-void Reader::walk(const YamlNode& node, const std::string& what, Visit visit) {
+void Reader::walk(const YamlNode& node, const std::string& what, const RecordType* type,
+                  Visit visit) {
   if (node.kind == YamlNode::Kind::kNull) return;
   if (node.kind != YamlNode::Kind::kMap) {
     problem(node, "a list or a single value for " + what, "a map of 'key: value' lines");
@@ -102,7 +142,7 @@ void Reader::walk(const YamlNode& node, const std::string& what, Visit visit) {
     }
     const auto [at, added] = seen.emplace(key.text, &key);
     if (!added) {
-      problem(key, "the key " + shown(key.text) + " occurs twice",
+      problem(key, "the key " + shownKey(key, node.items[i + 1], type) + " occurs twice",
               "one of them; the first is in line " + std::to_string(at->second->line));
       continue;
     }
@@ -132,6 +172,7 @@ class RecordReader {
   void readScalar(const RecordType& type, const Field& field, void* base, const YamlNode& node,
                   const Path& path);
   void readText(const Field& field, void* base, const YamlNode& node);
+
   void readNumber(const Field& field, void* base, const YamlNode& node);
   void readWord(const Field& field, void* base, const YamlNode& node);
   void readReference(const Field& field, void* base, const YamlNode& node, const Path& path);
@@ -139,6 +180,7 @@ class RecordReader {
   void readCriterion(const RecordType& type, const Criterion& criterion, void* base,
                      const YamlNode& node, const Path& path);
   void checkPattern(const RecordType& type, const void* base, const YamlNode& node);
+  void checkRewriting(const RecordType& type, const YamlNode& node);
   OwnedRecord& record() { return reader_.configuration_.records_[record_].record; }
 
   Reader& reader_;

@@ -1,5 +1,3 @@
-#include <yaml-cpp/binary.h>
-
 #include <algorithm>
 #include <map>
 #include <variant>
@@ -9,6 +7,7 @@
 #include "platform/config/text/CriterionText.h"
 #include "platform/config/text/Nearest.h"
 #include "platform/config/text/Reader.h"
+#include "platform/config/text/Rewriting.h"
 #include "platform/config/text/Text.h"
 
 namespace Kestrav::Config::Text {
@@ -57,6 +56,7 @@ std::vector<RecordReader::Pair> RecordReader::read(const YamlNode& node, const T
   std::vector<Pair> found;
   readFields(*table.type, record().data(), node, {}, std::string(table.singular), table.ownerField,
              extras, &found);
+  checkRewriting(*table.type, node);
   return found;
 }
 
@@ -70,7 +70,7 @@ void RecordReader::readFields(const RecordType& type, void* base, const YamlNode
     readField(type, lone, base, node, path);
     given[lone.name] = true;
   } else {
-    reader_.walk(node, "the " + what, [&](const YamlNode& key, const YamlNode& value) {
+    reader_.walk(node, "the " + what, &type, [&](const YamlNode& key, const YamlNode& value) {
       const auto named = [&](const Field* field) { return field->name == key.text; };
       const auto field = std::find_if(fields.begin(), fields.end(), named);
       given[key.text] = true;
@@ -81,13 +81,14 @@ void RecordReader::readFields(const RecordType& type, void* base, const YamlNode
       } else if (std::find(extras.begin(), extras.end(), key.text) != extras.end()) {
         found->push_back({&key, &value});
       } else {
-        std::vector<std::string> known(extras);
-        for (const Field* other : fields) known.emplace_back(other->name);
-        for (const Criterion& other : type.criteria) known.emplace_back(other.name);
-        const std::string near = nearest(key.text, known);
-        std::sort(known.begin(), known.end());
-        reader_.problem(key, "unknown key " + shown(key.text) + " in the " + what,
-                        near.empty() ? "one of " + alternatives(known) : inQuotes(near));
+        const Phrase shownKey = Reader::shownKey(key, value, &type);
+        reader_.problem(key, "unknown key " + shownKey + " in the " + what, [&] {
+          std::vector<std::string> known(extras);
+          for (const Field* other : fields) known.emplace_back(other->name);
+          for (const Criterion& other : type.criteria) known.emplace_back(other.name);
+          std::sort(known.begin(), known.end());
+          return reader_.suggestion(key.text, std::move(known));
+        });
       }
     });
     if (node.kind == YamlNode::Kind::kSequence) return;
@@ -133,7 +134,9 @@ void RecordReader::readScalar(const RecordType&, const Field& field, void* base,
         expectation(field) + (nothing ? ", or no " + inQuotes(field.name) + " at all" : ""));
     return;
   }
-  if (node.binary && field.kind != Kind::kText) {
+  const bool takesBytes = field.kind == Kind::kText || field.kind == Kind::kTextReference ||
+                          field.kind == Kind::kReference;
+  if (node.binary && !takesBytes) {
     reader_.problem(node, inQuotes(field.name) + " is given as bytes", expectation(field));
     return;
   }
@@ -177,12 +180,8 @@ void RecordReader::readScalar(const RecordType&, const Field& field, void* base,
 }
 
 void RecordReader::readText(const Field& field, void* base, const YamlNode& node) {
-  std::string text = node.text;
-  if (node.binary) {
-    const std::vector<unsigned char> bytes = YAML::DecodeBase64(node.text);
-    text.assign(bytes.begin(), bytes.end());
-  }
-  if (field.secret && text == kMaskedSecret) {
+  const std::string& text = node.text;
+  if (text == kMaskedSecret) {
     reader_.problem(node,
                     "the secret " + inQuotes(field.name) + " was masked when this was written",
                     "the secret itself; write the configuration with its secrets");
@@ -190,6 +189,11 @@ void RecordReader::readText(const Field& field, void* base, const YamlNode& node
   }
   if (text.empty() && field.required) {
     reader_.problem(node, inQuotes(field.name) + " is empty", expectation(field));
+    return;
+  }
+  if (!field.secret && findPrivateKey(text) != std::string::npos) {
+    reader_.problem(node, inQuotes(field.name) + " holds a private key",
+                    "a text without it; dumps mask a private key only under 'private-key'");
     return;
   }
   if (auto mistake = checkSyntax(field.syntax, text)) {
@@ -239,13 +243,19 @@ void RecordReader::readWord(const Field& field, void* base, const YamlNode& node
       writeNumber(field, base, *value)) {
     return;
   }
-  const std::string near = nearest(node.text, words);
-  reader_.problem(node, inQuotes(field.name) + " cannot be " + shown(node.text),
-                  near.empty() ? alternatives(words) : inQuotes(near));
+  reader_.problem(node, inQuotes(field.name) + " cannot be " + shown(node.text), [&] {
+    ++reader_.effort_.suggestions;
+    const std::string near = nearest(node.text, words);
+    return near.empty() ? alternatives(words) : inQuotes(near);
+  });
 }
 
 void RecordReader::readReference(const Field& field, void* base, const YamlNode& node,
                                  const Path& path) {
+  if (auto mistake = checkSyntax("line", node.text)) {
+    reader_.problem(node, *mistake);
+    return;
+  }
   if (field.kind == Kind::kTextReference) {
     if (node.text.empty()) return;
     if (!writeText(field, base, node.text)) {
@@ -341,6 +351,17 @@ void RecordReader::checkPattern(const RecordType& type, const void* base, const 
   if (kind == DictionaryPatternKind::kRegex) mistake = checkSyntax("regex", text);
   if (kind == DictionaryPatternKind::kWildcard) mistake = checkSyntax("pattern", text);
   if (mistake) reader_.problem(node, *mistake);
+}
+
+void RecordReader::checkRewriting(const RecordType& type, const YamlNode& node) {
+  const auto pattern = rewritingOf(type, record().data());
+  if (!pattern) return;
+  if (auto mistake = Text::checkRewriting(*pattern)) {
+    reader_.problem(node, *mistake);
+  } else if (auto warning = checkRewritten(*pattern)) {
+    reader_.problem(reader_.placeOf(node), warning->what, warning->wouldBeRight,
+                    Severity::kWarning);
+  }
 }
 
 }  // namespace Kestrav::Config::Text

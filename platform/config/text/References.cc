@@ -1,14 +1,14 @@
 #include <algorithm>
-#include <set>
 
 #include "platform/config/records/FieldAccess.h"
 #include "platform/config/records/Gid.h"
 #include "platform/config/records/Tables.h"
-#include "platform/config/text/Nearest.h"
 #include "platform/config/text/Reader.h"
 
 namespace Kestrav::Config::Text {
 namespace {
+
+constexpr std::size_t kMostAlternatives = 12;  // names that a message lists
 
 // Tables whose records are looked up by number alone, in all domains. Their numbers must differ
 // between domains.
@@ -40,14 +40,40 @@ std::size_t Reader::find(G_CLI_GID table, std::size_t space, const std::string& 
   return Configuration::kNone;
 }
 
-std::vector<std::string> Reader::namesOf(G_CLI_GID table, std::size_t space) const {
-  std::set<std::string> sorted;
-  for (const std::size_t place : {space, std::size_t{0}}) {
-    const auto names = names_.find({table, place});
-    if (names == names_.end()) continue;
-    for (const auto& [name, record] : names->second) sorted.insert(name);
+const WordList* Reader::namesOf(G_CLI_GID table, std::size_t space) {
+  const auto names = names_.find({table, space});
+  if (names == names_.end()) return nullptr;
+  const auto [at, added] = words_.try_emplace({table, space});
+  if (added) {
+    ++effort_.lists;
+    std::vector<std::string> sorted;
+    for (const auto& [name, record] : names->second) sorted.push_back(name);
+    std::sort(sorted.begin(), sorted.end());
+    at->second = WordList(sorted);
   }
-  return {sorted.begin(), sorted.end()};
+  return &at->second;
+}
+
+std::string Reader::suggestionFor(const Reference& reference) {
+  ++effort_.suggestions;
+  std::vector<G_CLI_GID> tables = {reference.field->target};
+  tables.insert(tables.end(), reference.field->alternatives.begin(),
+                reference.field->alternatives.end());
+  const std::size_t own = configuration_.records_[reference.record].space;
+  std::vector<const WordList*> lists;
+  for (const G_CLI_GID table : tables) {
+    for (std::size_t space = own;; space = 0) {
+      if (const WordList* names = namesOf(table, space)) lists.push_back(names);
+      if (space == 0) break;
+    }
+  }
+  const std::string near = nearest(reference.name, lists);
+  if (!near.empty()) return "'" + near + "'";
+  std::vector<std::string> some;
+  for (const WordList* list : lists) list->addTo(some, kMostAlternatives);
+  if (!some.empty()) return "one of " + alternatives(some);
+  return "an entry of that name under '" + std::string(findTable(reference.field->target)->key) +
+         "'";
 }
 
 void Reader::resolve(const Reference& reference) {
@@ -61,22 +87,12 @@ void Reader::resolve(const Reference& reference) {
       return;
     }
   }
-  std::vector<std::string> names = namesOf(reference.field->target, record.space);
   std::string kind(findTable(reference.field->target)->singular);
   for (const G_CLI_GID other : reference.field->alternatives) {
     kind += " or " + std::string(findTable(other)->singular);
-    for (std::string& name : namesOf(other, record.space)) names.push_back(std::move(name));
   }
-  const std::string near = nearest(reference.name, names);
-  std::string right = "'" + near + "'";
-  if (near.empty() && names.empty()) {
-    right = "an entry of that name under '" + std::string(findTable(reference.field->target)->key) +
-            "'";
-  } else if (near.empty()) {
-    names.resize(std::min<std::size_t>(names.size(), 12));
-    right = "one of " + alternatives(names);
-  }
-  problem(reference.place, "there is no " + kind + " " + shown(reference.name), right);
+  problem(reference.place, "there is no " + kind + " " + shown(reference.name),
+          [&] { return suggestionFor(reference); });
 }
 
 bool Reader::resolveText(const Reference& reference) {

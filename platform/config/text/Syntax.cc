@@ -1,14 +1,19 @@
 #include "platform/config/text/Syntax.h"
 
+#include <yaml-cpp/binary.h>
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <vector>
 
 #include "platform/common/Exception.h"
 #include "platform/common/IPAddress.h"
 #include "platform/common/IPAddressMask.h"
 #include "platform/common/Strings.h"
+#include "platform/config/text/Rewriting.h"
 #include "platform/parser/EmailAddress.h"
 #include "platform/parser/Utf8.h"
 #include "platform/regex/StringPattern.h"
@@ -18,15 +23,25 @@ namespace {
 
 using Answer = std::optional<Mistake>;
 
-constexpr std::size_t kShown = 60;
+// Names and other texts that end in a header or in one line of output. Any bytes may occur.
+Answer line(const std::string& text) {
+  for (std::size_t pos = 0; pos < text.size();) {
+    const char32_t c = nextCodePoint(text, pos);
+    if (c != kIllFormed && isControl(c) && c != '\t') {
+      return Mistake{shown(text) + " is more than one line", "one line without control characters"};
+    }
+  }
+  return std::nullopt;
+}
 
 Answer pattern(const std::string& text, bool regularExpression) {
   try {
     StringPattern(text, true, regularExpression);
     return std::nullopt;
   } catch (const Exception& exception) {
-    return Mistake{"the pattern " + shown(text) + " does not compile: " + exception.message(),
-                   regularExpression ? "a regular expression" : "a pattern with *, ? and [...]"};
+    return Mistake{
+        "the pattern " + shown(text) + " does not compile: " + reason(exception.message()),
+        regularExpression ? "a regular expression" : "a pattern with *, ? and [...]"};
   }
 }
 
@@ -98,7 +113,7 @@ Answer emailList(const std::string& text) {
     EmailAddress::rfc5322ParseSet(text, true, false);
     return std::nullopt;
   } catch (const Exception& exception) {
-    return Mistake{shown(text) + " is no list of e-mail addresses: " + exception.message(),
+    return Mistake{shown(text) + " is no list of e-mail addresses: " + reason(exception.message()),
                    "addresses separated by commas"};
   }
 }
@@ -145,53 +160,22 @@ Answer headerValue(const std::string& text) {
   return std::nullopt;
 }
 
-// A pair of "%%" encloses the name of a value.
-Answer rewriteText(const std::string& text) {
-  std::size_t from = 0;
-  while ((from = text.find("%%", from)) != std::string::npos) {
-    const std::size_t end = text.find("%%", from + 2);
-    if (end == std::string::npos) {
-      return Mistake{shown(text) + " has a '%%' that is not closed", "%%LOCAL%% or %%DOMAIN%%"};
-    }
-    const std::string name = text.substr(from + 2, end - from - 2);
-    if (name != "LOCAL" && name != "DOMAIN") {
-      return Mistake{shown(text) + " names an unknown value " + shown(name),
-                     "%%LOCAL%% or %%DOMAIN%%"};
-    }
-    from = end + 2;
-  }
-  for (std::size_t pos = 0; pos < text.size();) {
-    const char32_t c = nextCodePoint(text, pos);
-    if (c == kIllFormed || isControl(c)) {
-      return Mistake{shown(text) + " cannot stand in an address",
-                     "text without control characters"};
-    }
-  }
-  return std::nullopt;
-}
-
-Answer rewriteTemplate(const std::string& text) {
-  if (Answer answer = rewriteText(text)) return answer;
-  std::string sample = text;
-  for (const auto& [name, value] :
-       {std::pair<std::string_view, std::string_view>("%%LOCAL%%", "user"),
-        {"%%DOMAIN%%", "example.com"}}) {
-    for (std::size_t at; (at = sample.find(name)) != std::string::npos;) {
-      sample.replace(at, name.size(), value);
-    }
-  }
-  if (!email(sample)) return std::nullopt;
-  return Mistake{shown(text) + " gives no e-mail address", "such as %%LOCAL%%@example.com"};
-}
-
 }  // namespace
 
 std::optional<Mistake> checkSyntax(std::string_view syntax, const std::string& text) {
-  if (syntax.empty() || text.empty()) return std::nullopt;
+  if (text.empty() || syntax.empty() || syntax == "text") return std::nullopt;
   if (syntax == "pattern") return pattern(text, false);
   if (syntax == "regex") return pattern(text, true);
-  if (syntax == "pattern-list") return patternList(text, false);
   if (syntax == "regex-list") return patternList(text, true);
+  if (syntax == "header-value") return headerValue(text);
+  if (syntax == "rewrite-text") return checkRewriting(text);
+  if (syntax == "rewrite-template") {
+    Answer answer = checkRewriting(text);
+    return answer ? answer : checkRewritten(text);
+  }
+  if (Answer answer = line(text)) return answer;
+  if (syntax == "line") return std::nullopt;
+  if (syntax == "pattern-list") return patternList(text, false);
   if (syntax == "email") return email(text);
   if (syntax == "email-list") return emailList(text);
   if (syntax == "ip-mask") return ipMask(text);
@@ -200,11 +184,22 @@ std::optional<Mistake> checkSyntax(std::string_view syntax, const std::string& t
   if (syntax == "local-part") return localPart(text);
   if (syntax == "address-entry") return addressEntry(text);
   if (syntax == "header-name") return headerName(text);
-  if (syntax == "header-value") return headerValue(text);
-  if (syntax == "rewrite-text") return rewriteText(text);
-  if (syntax == "rewrite-template") return rewriteTemplate(text);
   throw Exception("no check for texts of the form '" + std::string(syntax) + "'",
                   Exception::kBadText, "Syntax", __LINE__);
+}
+
+std::optional<std::string> parseBinary(std::string_view text) {
+  std::string digits(text);
+  std::erase_if(digits, [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; });
+  const std::size_t end = std::min(digits.find('='), digits.size());
+  const bool whole = digits.size() % 4 == 0 && digits.size() - end <= 2 &&
+                     digits.find_first_not_of('=', end) == std::string::npos;
+  const bool plain =
+      std::all_of(digits.begin(), digits.begin() + static_cast<std::ptrdiff_t>(end),
+                  [](char c) { return isAsciiLetterOrDigit(c) || c == '+' || c == '/'; });
+  if (!whole || !plain) return std::nullopt;
+  const std::vector<unsigned char> bytes = YAML::DecodeBase64(digits);
+  return std::string(bytes.begin(), bytes.end());
 }
 
 std::optional<std::int64_t> parseInteger(std::string_view text) {
@@ -245,16 +240,6 @@ std::optional<bool> parseBoolean(std::string_view text) {
     if (stringEqualsNoCase(text, word)) return false;
   }
   return std::nullopt;
-}
-
-std::string shown(std::string_view text) {
-  std::string line = printableUtf8(text);
-  if (line.size() > kShown) {
-    std::size_t cut = kShown;
-    while (cut > 0 && (static_cast<unsigned char>(line[cut]) & 0xc0) == 0x80) --cut;
-    line = line.substr(0, cut) + "...";
-  }
-  return "'" + line + "'";
 }
 
 }  // namespace Kestrav::Config::Text

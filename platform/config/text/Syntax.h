@@ -6,11 +6,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/config/text/Phrase.h"
+
 namespace Kestrav::Config::Text {
 
 // Why a value is refused.
 struct Mistake {
-  std::string what;
+  Phrase what;
   std::string wouldBeRight;
 };
 
@@ -18,14 +20,13 @@ struct Mistake {
 // empty text is always right, and so is any text of a field without a syntax.
 std::optional<Mistake> checkSyntax(std::string_view syntax, const std::string& text);
 
+// The bytes of a base64 text, which may have blanks and line breaks; nothing when it is malformed.
+std::optional<std::string> parseBinary(std::string_view text);
 // Whole numbers in decimal or, after "0x", hexadecimal form.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 // Also ".inf", "-.inf" and ".nan".
 std::optional<double> parseReal(const std::string& text);
 // on, off, true, false, yes, no.
 std::optional<bool> parseBoolean(std::string_view text);
-
-// A text as messages show it: quoted, shortened, on one line.
-std::string shown(std::string_view text);
 
 }  // namespace Kestrav::Config::Text

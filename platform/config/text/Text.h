@@ -40,9 +40,10 @@
 namespace Kestrav::Config::Text {
 
 inline constexpr std::size_t kMaximumSource = 64u << 20;  // bytes of one file
+inline constexpr std::size_t kMaximumLine = 1u << 20;     // bytes of one line
 inline constexpr int kMaximumDepth = 24;                  // of nested lists and maps
 inline constexpr std::size_t kMaximumNodes = 8'000'000;   // values of one file
-inline constexpr std::size_t kMaximumProblems = 1000;     // that are reported
+inline constexpr std::size_t kMaximumProblems = 1000;     // of each severity, that are reported
 
 // Replaces a secret in a text that was written without secrets. Cannot be loaded.
 inline constexpr std::string_view kMaskedSecret = "<masked>";
@@ -53,12 +54,12 @@ struct Source {
 };
 
 // Reads several texts as one configuration, in the given order: lists are joined, a setting may
-// occur once. With mistakes the result is empty and `problems` holds all of them, by text and
+// occur once. With mistakes the result is empty. `problems` holds mistakes and warnings by text and
 // place.
 KESTRAV_API std::optional<Configuration> read(std::span<const Source> sources,
                                               std::vector<Problem>& problems);
 
-// The same from files. A folder means its *.yaml files in alphabetical order.
+// The same from files, which may be pipes. A folder means its *.yaml files in alphabetical order.
 KESTRAV_API std::optional<Configuration> read(std::span<const std::filesystem::path> paths,
                                               std::vector<Problem>& problems);
 

@@ -256,9 +256,6 @@ class Writer {
       }
       case Kind::kText:
       case Kind::kTextReference:
-        emitter_.text(field.name,
-                      field.secret && !options_.secrets ? kMaskedSecret : readText(field, record));
-        return;
       case Kind::kReference:
       case Kind::kAddressMask:
         emitter_.text(field.name, scalar(field, record, domain));
@@ -271,8 +268,10 @@ class Writer {
   std::string scalar(const Field& field, const void* record, ngid_t domain) {
     switch (field.kind) {
       case Kind::kText:
-      case Kind::kTextReference:
-        return std::string(readText(field, record));
+      case Kind::kTextReference: {
+        const std::string_view text = readText(field, record);
+        return std::string(!options_.secrets && isSecret(field, text) ? kMaskedSecret : text);
+      }
       case Kind::kBool:
       case Kind::kBit:
         return readNumber(field, record) != 0 ? "on" : "off";

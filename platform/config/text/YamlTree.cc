@@ -6,8 +6,10 @@
 #include <yaml-cpp/parser.h>
 
 #include <sstream>
+#include <string_view>
 #include <utility>
 
+#include "platform/config/text/Syntax.h"
 #include "platform/config/text/Text.h"
 #include "platform/parser/Utf8.h"
 
@@ -20,7 +22,8 @@ struct Stop {
 
 class TreeBuilder : public YAML::EventHandler {
  public:
-  explicit TreeBuilder(const std::string& file) : file_(file) {}
+  TreeBuilder(const std::string& file, std::string_view content, std::vector<Problem>& problems)
+      : file_(file), content_(content), problems_(problems) {}
 
   YamlNode take() { return std::move(root_); }
 
@@ -32,7 +35,9 @@ class TreeBuilder : public YAML::EventHandler {
   }
   void OnDocumentEnd() override {}
 
-  void OnNull(const YAML::Mark& mark, YAML::anchor_t) override {
+  void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+    refuseAnchor(mark, anchor);
+    refuseTag(mark, {});
     add(node(mark, YamlNode::Kind::kNull));
   }
 
@@ -40,33 +45,58 @@ class TreeBuilder : public YAML::EventHandler {
     stop(mark, "an alias", "the value itself, written out");
   }
 
-  void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+  void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                 const std::string& value) override {
+    refuseAnchor(mark, anchor);
     YamlNode scalar = node(mark, YamlNode::Kind::kScalar);
+    scalar.text = value;
     if (tag == "tag:yaml.org,2002:binary") {
       scalar.binary = true;
-    } else if (!tag.empty() && tag != "?" && tag != "!" && tag != "tag:yaml.org,2002:str") {
-      stop(mark, "the tag '" + printableUtf8(tag) + "'", "a value without a tag");
+      if (auto bytes = parseBinary(value)) {
+        scalar.text = std::move(*bytes);
+      } else {
+        problems_.push_back(problem(mark, "bytes that are no base64",
+                                    "groups of four letters, digits, '+' or '/', the last one "
+                                    "filled up with '='"));
+      }
+    } else {
+      refuseTag(mark, tag);
+      if (tag == "!") lastQuoted_ = mark;
     }
-    scalar.text = value;
-    if (tag == "!") lastQuoted_ = mark;
     add(std::move(scalar));
   }
 
-  void OnSequenceStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+  void OnSequenceStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                        YAML::EmitterStyle::value) override {
-    open(mark, tag, YamlNode::Kind::kSequence);
+    open(mark, tag, anchor, YamlNode::Kind::kSequence);
   }
   void OnSequenceEnd() override { close(); }
-  void OnMapStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
+  void OnMapStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                   YAML::EmitterStyle::value) override {
-    open(mark, tag, YamlNode::Kind::kMap);
+    open(mark, tag, anchor, YamlNode::Kind::kMap);
   }
   void OnMapEnd() override { close(); }
 
  private:
+  Problem problem(const YAML::Mark& mark, std::string what, std::string right) const {
+    return {file_, mark.line + 1, mark.column + 1, std::move(what), std::move(right)};
+  }
   [[noreturn]] void stop(const YAML::Mark& mark, std::string what, std::string right) const {
-    throw Stop{{file_, mark.line + 1, mark.column + 1, std::move(what), std::move(right)}};
+    throw Stop{problem(mark, std::move(what), std::move(right))};
+  }
+
+  void refuseAnchor(const YAML::Mark& mark, YAML::anchor_t anchor) const {
+    if (anchor != YAML::NullAnchor) stop(mark, "an anchor", "the value without '&' and a name");
+  }
+
+  // The parser gives "?" for a plain value and "!" for a quoted one. The same texts can be written
+  // as tags, but then the value begins with '!'.
+  void refuseTag(const YAML::Mark& mark, const std::string& tag) const {
+    const auto at = static_cast<std::size_t>(mark.pos);
+    const bool written = at < content_.size() && content_[at] == '!';
+    if (written || (!tag.empty() && tag != "?" && tag != "!")) {
+      stop(mark, "a tag", "a value without '!' and a name");
+    }
   }
 
   YamlNode node(const YAML::Mark& mark, YamlNode::Kind kind) {
@@ -81,10 +111,10 @@ class TreeBuilder : public YAML::EventHandler {
     return made;
   }
 
-  void open(const YAML::Mark& mark, const std::string& tag, YamlNode::Kind kind) {
-    if (!tag.empty() && tag != "?") {
-      stop(mark, "the tag '" + printableUtf8(tag) + "'", "a value without a tag");
-    }
+  void open(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+            YamlNode::Kind kind) {
+    refuseAnchor(mark, anchor);
+    refuseTag(mark, tag);
     if (open_.size() >= static_cast<std::size_t>(kMaximumDepth)) {
       stop(mark, "values nested too deep",
            "at most " + std::to_string(kMaximumDepth) + " lists and maps inside each other");
@@ -114,6 +144,8 @@ class TreeBuilder : public YAML::EventHandler {
   }
 
   const std::string& file_;
+  const std::string_view content_;  // without a byte order mark
+  std::vector<Problem>& problems_;
   YamlNode root_;
   std::vector<YamlNode> open_;  // values whose end has not been seen, outermost first
   std::size_t nodes_ = 0;
@@ -123,15 +155,9 @@ class TreeBuilder : public YAML::EventHandler {
 
 // True when the quote that opens at `mark` is not closed. The parser ends such a text at the end of
 // the file, so that one forgotten quote would swallow everything after it.
-bool isUnclosedQuote(const std::string& content, const YAML::Mark& mark) {
+bool isUnclosedQuote(std::string_view content, const YAML::Mark& mark) {
   if (mark.is_null()) return false;
-  std::size_t at = 0;
-  for (int line = 0; line < mark.line; ++line) {
-    at = content.find('\n', at);
-    if (at == content.npos) return false;
-    ++at;
-  }
-  at += static_cast<std::size_t>(mark.column);
+  auto at = static_cast<std::size_t>(mark.pos);
   if (at >= content.size() || (content[at] != '"' && content[at] != '\'')) return false;
   const char quote = content[at];
   for (++at; at < content.size(); ++at) {
@@ -145,10 +171,12 @@ bool isUnclosedQuote(const std::string& content, const YAML::Mark& mark) {
   return true;
 }
 
-// The place of the first byte that is not UTF-8 or not a character that YAML allows.
-std::optional<Problem> badCharacter(const std::string& file, const std::string& content) {
+// The first byte that is not UTF-8 or not a character that YAML allows, or the first line that is
+// too long.
+std::optional<Problem> badLine(const std::string& file, const std::string& content) {
   int line = 1;
   int column = 1;
+  std::size_t start = 0;
   for (std::size_t pos = 0; pos < content.size();) {
     const char32_t c = nextCodePoint(content, pos);
     if (c == kIllFormed) {
@@ -160,11 +188,22 @@ std::optional<Problem> badCharacter(const std::string& file, const std::string& 
     if (c == '\n') {
       ++line;
       column = 1;
+      start = pos;
     } else {
       ++column;
+      if (pos - start > kMaximumLine) {
+        return Problem{file, line, 1, "the line is too long",
+                       "at most " + std::to_string(kMaximumLine >> 20) +
+                           " MiB; lists and maps over several lines"};
+      }
     }
   }
   return std::nullopt;
+}
+
+// The parser's message. Some end in a colon and a piece of the text, which may be a secret.
+std::string messageOf(const YAML::Exception& exception) {
+  return exception.msg.substr(0, exception.msg.find(": "));
 }
 
 }  // namespace
@@ -176,17 +215,19 @@ std::optional<YamlNode> parseYaml(const std::string& file, const std::string& co
                         "at most " + std::to_string(kMaximumSource >> 20) + " MiB; split it"});
     return std::nullopt;
   }
-  if (const auto bad = badCharacter(file, content)) {
+  if (const auto bad = badLine(file, content)) {
     problems.push_back(*bad);
     return std::nullopt;
   }
   try {
     std::istringstream stream(content);
     YAML::Parser parser(stream);
-    TreeBuilder builder(file);
+    std::string_view text = content;
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    TreeBuilder builder(file, text, problems);
     while (parser.HandleNextDocument(builder)) {
     }
-    if (isUnclosedQuote(content, builder.lastQuoted())) {
+    if (isUnclosedQuote(text, builder.lastQuoted())) {
       problems.push_back({file, builder.lastQuoted().line + 1, builder.lastQuoted().column + 1,
                           "a quote that is not closed", "the same quote at the end of the text"});
       return std::nullopt;
@@ -196,7 +237,7 @@ std::optional<YamlNode> parseYaml(const std::string& file, const std::string& co
     problems.push_back(stop.problem);
   } catch (const YAML::Exception& exception) {
     problems.push_back({file, exception.mark.line + 1, exception.mark.column + 1,
-                        "no valid YAML: " + exception.msg,
+                        "no valid YAML: " + messageOf(exception),
                         "lists and maps by indentation, quotes around special characters"});
   }
   return std::nullopt;

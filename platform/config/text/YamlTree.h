@@ -1,7 +1,7 @@
 // A YAML text as a tree of values with their places.
 //
-// Supports what configurations need: one document, bounded in size and depth, without anchors and
-// aliases (a few aliases can expand to any amount of text).
+// Supports what configurations need: one document, bounded in size and depth, without anchors,
+// aliases (a few can expand to any amount of text) and tags, except !!binary.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ struct YamlNode {
   enum class Kind { kNull, kScalar, kSequence, kMap };
   Kind kind = Kind::kNull;
   std::string text;     // of a scalar
-  bool binary = false;  // the text is base64
+  bool binary = false;  // the text was given as base64
   int line = 0;         // from 1
   int column = 0;
   std::vector<YamlNode> items;  // of a sequence; of a map: key, value, key, value ...
