@@ -106,6 +106,10 @@ bool holdsSecret(const Field& field) {
           std::any_of(field.element->fields.begin(), field.element->fields.end(), holdsSecret));
 }
 
+bool holdsPrivateKey(const Json& value) {
+  return Config::findPrivateKey(compact(value)) != std::string::npos;
+}
+
 // The fields of `to` that differ from those of `from`.
 Json changesOf(const Config::RecordType& type, const Json& from, const Json& to,
                const RenderOptions& options) {
@@ -114,7 +118,8 @@ Json changesOf(const Config::RecordType& type, const Json& from, const Json& to,
     const Json before = from.contains(name) ? from[name] : Json();
     if (from.contains(name) && before == value) continue;
     const Field* field = Config::findField(type, name);
-    const bool masked = !options.secrets && field != nullptr && holdsSecret(*field);
+    const bool masked = !options.secrets && ((field != nullptr && holdsSecret(*field)) ||
+                                             holdsPrivateKey(before) || holdsPrivateKey(value));
     const auto shown = [&](const Json& json) { return masked ? Json(kMasked) : json; };
     changes.push_back(
         fieldChange(name, from.contains(name) ? shown(before) : Json(), shown(value)));

@@ -12,7 +12,8 @@ namespace Kestrav::Tool {
 namespace {
 
 bool isStore(const std::filesystem::path& path) {
-  return std::filesystem::exists(path / "data.mdb");
+  std::error_code error;
+  return std::filesystem::exists(path / "data.mdb", error);
 }
 
 }  // namespace
@@ -27,7 +28,8 @@ int diff(const Context& context, const DiffOptions& options) {
     }
     std::error_code error;
     if (!std::filesystem::exists(path, error) && !error) {
-      context.err << oneLine(path) << ": does not exist; a file, a folder of files or a store\n";
+      context.err << oneLine(path.string())
+                  << ": does not exist; a file, a folder of files or a store\n";
       return nullptr;
     }
     return scratch.load(context, {path});

@@ -128,7 +128,7 @@ int get(const Context& context, const GetOptions& options) {
       context.out << indented(list);
     } else {
       for (const Json& entry : list)
-        context.out << entry["id"] << "\t" << entry["name"].get<std::string>() << "\n";
+        context.out << entry["id"] << "\t" << oneLine(entry["name"].get<std::string>()) << "\n";
     }
     return kDone;
   }
@@ -139,7 +139,7 @@ int get(const Context& context, const GetOptions& options) {
   if (!record) {
     std::vector<std::string> known;
     for (const Json& entry : listRecords(snapshot, *table, *domain)) known.push_back(entry["name"]);
-    context.err << "vexactl: in " << names.domainName(*domain) << " "
+    context.err << "vexactl: in " << oneLine(names.domainName(*domain)) << " "
                 << unknown(std::string(table->singular), options.name, known) << "\n";
     return kNo;
   }

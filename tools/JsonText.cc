@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/Messages.h"
+
 namespace Kestrav::Tool {
 namespace {
 
@@ -18,7 +20,7 @@ std::string indented(const nlohmann::ordered_json& value) {
 }
 
 std::string plain(const nlohmann::ordered_json& value) {
-  if (value.is_string()) return value.get<std::string>();
+  if (value.is_string()) return escaped(value.get_ref<const std::string&>());
   if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
   return compact(value);
 }

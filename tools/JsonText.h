@@ -12,7 +12,7 @@ std::string compact(const nlohmann::ordered_json& value);
 // Indented, with a line break at the end.
 std::string indented(const nlohmann::ordered_json& value);
 
-// For people: texts without quotes, on and off for booleans, the rest as compact().
+// For people: texts without quotes, escaped(); on and off for booleans, the rest as compact().
 std::string plain(const nlohmann::ordered_json& value);
 
 }  // namespace Kestrav::Tool

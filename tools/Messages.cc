@@ -4,19 +4,40 @@
 
 #include "platform/common/Exception.h"
 #include "platform/config/text/Nearest.h"
+#include "platform/parser/Utf8.h"
 
 namespace Kestrav::Tool {
 
-std::string oneLine(const std::string& text) {
+std::string escaped(std::string_view text) {
+  std::string made;
+  const auto escape = [&](const char* format, unsigned value) {
+    char digits[12];
+    std::snprintf(digits, sizeof digits, format, value);
+    made += digits;
+  };
+  for (std::size_t pos = 0; pos < text.size();) {
+    const std::size_t start = pos;
+    const char32_t c = nextCodePoint(text, pos);
+    if (c != kIllFormed && (!isControl(c) || c == '\n' || c == '\t')) {
+      made += text.substr(start, pos - start);
+    } else if (c != kIllFormed && c >= 0x80) {
+      escape("\\u%04x", static_cast<unsigned>(c));
+    } else {
+      for (const char byte : text.substr(start, pos - start)) {
+        escape("\\x%02x", static_cast<unsigned char>(byte));
+      }
+    }
+  }
+  return made;
+}
+
+std::string oneLine(std::string_view text) {
   std::string line;
-  for (const char c : text) {
-    const auto octet = static_cast<unsigned char>(c);
+  for (const char c : escaped(text)) {
     if (c == '\n') {
       line += "\\n";
-    } else if (octet < 0x20 || octet == 0x7F) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%02x", octet);
-      line += escape;
+    } else if (c == '\t') {
+      line += "\\x09";
     } else {
       line += c;
     }
@@ -40,11 +61,11 @@ std::string unknown(const std::string& kind, const std::string& word,
                     const std::vector<std::string>& known) {
   const std::string text = "there is no " + kind + " \"" + oneLine(word) + "\"";
   const std::string near = Config::Text::nearest(word, known);
-  if (!near.empty()) return text + "; did you mean \"" + near + "\"?";
+  if (!near.empty()) return text + "; did you mean \"" + oneLine(near) + "\"?";
   if (known.empty()) return text + "; there are none";
   constexpr std::size_t kLongestList = 60;
   if (known.size() > kLongestList) return text;
-  return text + "; expected " + Config::Text::alternatives(known);
+  return text + "; expected " + oneLine(Config::Text::alternatives(known));
 }
 
 }  // namespace Kestrav::Tool

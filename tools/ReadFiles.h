@@ -8,8 +8,9 @@
 
 namespace Kestrav::Tool {
 
-// Nothing when there are mistakes; each is printed with file, line and column. `consequence` is
-// appended to the line that counts them: "; nothing was changed".
+// Prints mistakes and warnings with file, line and column, and then their number. Nothing when
+// there are mistakes; `consequence` is appended to the line with their number: "; nothing was
+// changed".
 std::optional<Config::Text::Configuration> readFiles(const Context& context, const Files& files,
                                                      const char* consequence = "");
 

@@ -29,8 +29,10 @@ Json valueDocument(const Field& field, const void* record, ngid_t domain, const 
                    const RenderOptions& options) {
   switch (field.kind) {
     case Kind::kText:
-    case Kind::kTextReference:
-      return std::string(Config::readText(field, record));
+    case Kind::kTextReference: {
+      const std::string_view text = Config::readText(field, record);
+      return std::string(!options.secrets && Config::isSecret(field, text) ? kMasked : text);
+    }
     case Kind::kFloat:
       return Config::readReal(field, record);
     case Kind::kBool:
@@ -73,9 +75,7 @@ nlohmann::ordered_json recordDocument(const Config::RecordType& type, const void
     if (!options.numbers && isNumber(field)) continue;
     if (!options.defaults && field.kind != Kind::kId && Config::holdsDefault(type, field, record))
       continue;
-    const bool masked = field.secret && !options.secrets;
-    document[std::string(field.name)] =
-        masked ? Json(kMasked) : valueDocument(field, record, domain, names, options);
+    document[std::string(field.name)] = valueDocument(field, record, domain, names, options);
   }
   return document;
 }
@@ -90,11 +90,8 @@ nlohmann::ordered_json fieldChanges(const Config::RecordType& type, const void* 
   Json changes = Json::array();
   for (const Field& field : type.fields) {
     if (field.kind == Kind::kReserved || Config::sameField(field, before, after)) continue;
-    const auto value = [&](const void* record) {
-      const bool masked = field.secret && !options.secrets;
-      return masked ? Json(kMasked) : valueDocument(field, record, domain, names, options);
-    };
-    changes.push_back(fieldChange(field.name, value(before), value(after)));
+    changes.push_back(fieldChange(field.name, valueDocument(field, before, domain, names, options),
+                                  valueDocument(field, after, domain, names, options)));
   }
   return changes;
 }

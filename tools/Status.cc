@@ -4,6 +4,7 @@
 
 #include "platform/config/store/StatusArea.h"
 #include "tools/JsonText.h"
+#include "tools/Messages.h"
 #include "tools/OpenStore.h"
 #include "tools/Switches.h"
 
@@ -38,7 +39,7 @@ Json statusDocument(const Context& context, Config::ConfigStore& store) {
 }
 
 void print(const Json& document, std::ostream& out) {
-  out << "store      " << document["store"].get<std::string>() << "\n"
+  out << "store      " << oneLine(document["store"].get<std::string>()) << "\n"
       << "revision   " << document["revision"] << "\n"
       << "size       " << document["usedBytes"] << " bytes used of " << document["mapBytes"] << "\n"
       << "journal    " << document["journal"]["entries"] << " changes since revision "
@@ -53,8 +54,8 @@ void print(const Json& document, std::ostream& out) {
   out << "processes\n";
   if (document["processes"].empty()) out << "  none\n";
   for (const Json& process : document["processes"]) {
-    out << "  " << process["pid"] << "  " << process["name"].get<std::string>() << "  applied "
-        << process["applied"] << ", lag " << process["lag"] << "\n";
+    out << "  " << process["pid"] << "  " << oneLine(process["name"].get<std::string>())
+        << "  applied " << process["applied"] << ", lag " << process["lag"] << "\n";
   }
 }
 
