@@ -11,6 +11,7 @@
 #include "platform/parser/EmailAddress.h"
 #include "platform/parser/GMimeLibrary.h"
 #include "platform/parser/MailboxBuilder.h"
+#include "platform/parser/Rfc2047.h"
 #include "platform/parser/Utf8.h"
 
 namespace Kestrav {
@@ -87,7 +88,7 @@ std::string displayName(const std::string& phrase) {
   ensureGMime();
   std::string text = phrase;
   g_mime_utils_unquote_string(text.data());
-  char* decoded = g_mime_utils_header_decode_phrase(nullptr, text.c_str());
+  char* decoded = g_mime_utils_header_decode_phrase(nullptr, wordsInQ(text.c_str()).c_str());
   std::string name = printableUtf8(decoded ? decoded : "");
   g_free(decoded);
   std::replace(name.begin(), name.end(), '\t', ' ');

@@ -142,6 +142,22 @@ class WordBuilder {
   std::size_t room_;
 };
 
+// The bytes of a base64 text. Padding may be missing; other characters are skipped.
+std::string bytesOfBase64(std::string_view text) {
+  std::string digits;
+  for (const char c : text) {
+    if (isAsciiLetterOrDigit(static_cast<unsigned char>(c)) || c == '+' || c == '/') digits += c;
+  }
+  if (digits.size() % 4 == 1) digits.pop_back();
+  digits.append((4 - digits.size() % 4) % 4, '=');
+  gint state = 0;
+  guint save = 0;
+  std::string bytes(digits.size(), '\0');
+  bytes.resize(g_base64_decode_step(digits.data(), digits.size(),
+                                    reinterpret_cast<guchar*>(bytes.data()), &state, &save));
+  return bytes;
+}
+
 std::optional<std::string> shorter(std::string_view text, const std::string& charset) {
   if (!converted(text, charset)) return std::nullopt;
   const WordBuilder builder(text, charset);
@@ -152,6 +168,27 @@ std::optional<std::string> shorter(std::string_view text, const std::string& cha
 }
 
 }  // namespace
+
+std::string wordsInQ(std::string_view text) {
+  constexpr std::size_t kEncoding = 3;  // "?B?"
+  std::string made;
+  std::size_t done = 0;
+  for (std::size_t at = 0; (at = text.find("=?", at)) != text.npos; at += 2) {
+    const std::size_t charsetEnd = text.find('?', at + 2);
+    if (charsetEnd == text.npos) break;
+    const std::string_view encoding = text.substr(charsetEnd, kEncoding);
+    if (encoding != "?B?" && encoding != "?b?") continue;
+    const std::size_t start = charsetEnd + kEncoding;
+    const std::size_t end = text.find('?', start);
+    if (end == text.npos) break;
+    if (!text.substr(end).starts_with("?=")) continue;
+    made += text.substr(done, charsetEnd - done);
+    made += "?Q?" + QEncoding::encode(bytesOfBase64(text.substr(start, end - start)));
+    done = end;
+    at = end;
+  }
+  return made += text.substr(done);
+}
 
 std::string vexa_encode_rfc2047(const std::string& text, const std::string& charset) {
   if (text.empty()) return {};
@@ -165,7 +202,7 @@ std::string vexa_encode_rfc2047(const std::string& text, const std::string& char
 std::string vexa_decode_rfc2047(const std::string& text) {
   ensureGMime();
   const std::unique_ptr<char, void (*)(void*)> decoded(
-      g_mime_utils_header_decode_text(nullptr, text.c_str()), g_free);
+      g_mime_utils_header_decode_text(nullptr, wordsInQ(text).c_str()), g_free);
   return printableUtf8(decoded.get());
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "platform/common/Export.h"
 
@@ -28,5 +29,9 @@ KESTRAV_API std::string vexa_encode_rfc2047(const std::string& text, const std::
 //
 // Any thread may call it.
 KESTRAV_API std::string vexa_decode_rfc2047(const std::string& text);
+
+// The text with its base64 words in Q, for GMime: it drops the end of a base64 word without
+// padding, and what follows padding when it joins words.
+std::string wordsInQ(std::string_view text);
 
 }  // namespace Kestrav

@@ -172,6 +172,7 @@ TEST(AddressList, KeepsTheDisplayName) {
   EXPECT_EQ(stringForm("\"Smith, John\" <a@b.example>"), "\"Smith, John\" <a@b.example>");
   EXPECT_EQ(stringForm("\"J. \\\"Q\\\"\" <a@b.example>"), "\"J. \\\"Q\\\"\" <a@b.example>");
   EXPECT_EQ(stringForm("=?utf-8?Q?J=C3=B6rg?= <a@b.example>"), "Jörg <a@b.example>");
+  EXPECT_EQ(stringForm("=?utf-8?B?SsO2cmc?= <a@b.example>"), "Jörg <a@b.example>");
   EXPECT_EQ(stringForm("=?iso-8859-1?Q?J=F6rg?= M. <a@b.example>"), "\"Jörg M.\" <a@b.example>");
   EXPECT_EQ(stringForm("N (comment) <a@b.example>"), "N <a@b.example>");
   EXPECT_EQ(stringForm("a@b.example (comment)"), "a@b.example");

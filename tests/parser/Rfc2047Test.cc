@@ -156,6 +156,36 @@ TEST(Rfc2047, DecodesOnlyWords) {
   EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?open"), "=?utf-8?Q?open");
 }
 
+TEST(Rfc2047, DecodesBase64WithAnyPadding) {
+  const struct {
+    const char* words;
+    const char* text;
+  } cases[] = {
+      {"=?utf-8?B?Yg?=", "b"},
+      {"=?utf-8?b?YmI?=", "bb"},
+      {"=?utf-8?B?YmJi?=", "bbb"},
+      {"=?utf-8?B?Yg=?=", "b"},
+      {"=?utf-8?B?Yg==?=", "b"},
+      {"=?utf-8?B?YmJiY?=", "bbb"},
+      {"=?utf-8?B?Ym I?=", "bb"},
+      {"=?utf-8?B?"
+       "?=",
+       ""},
+      {"a =?utf-8?B?YmI?= c", "a bb c"},
+      {"=?utf-8?B?Yg?= =?utf-8?B?Yg?=", "bb"},
+      {"=?utf-8?B?Yg==?= =?utf-8?B?Yg==?=", "bb"},
+      {"=?utf-8?Q?a?= =?utf-8?B?Yg?=", "ab"},
+      {"=?utf-8?B?w7?= =?utf-8?B?vA?=", "ü"},
+      {"=?ISO-8859-1?B?/A?=", "ü"},
+      {"=?utf-8?B?Yg", "=?utf-8?B?Yg"},
+      {"=?utf-8?B?Yg?x", "=?utf-8?B?Yg?x"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.words);
+    EXPECT_EQ(vexa_decode_rfc2047(c.words), c.text);
+  }
+}
+
 TEST(Rfc2047, DecodesNothingThatBreaksALine) {
   EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?a=0D=0Ab?="), "a  b");
   EXPECT_EQ(vexa_decode_rfc2047("=?utf-8?Q?=1B[2J?="), " [2J");
