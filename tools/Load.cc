@@ -39,10 +39,10 @@ class Counts {
 // A copy of the store, for a trial of the change. A store that does not exist yet counts as an
 // empty one and is not created.
 std::shared_ptr<Config::ConfigStore> trialCopy(const Context& context, Scratch& scratch) {
-  std::error_code ignored;
-  const bool mayBeCreated = !std::filesystem::exists(context.store, ignored) ||
-                            (std::filesystem::is_directory(context.store, ignored) &&
-                             std::filesystem::is_empty(context.store, ignored));
+  std::error_code error;
+  const bool missing = !std::filesystem::exists(context.store, error) && !error;
+  const bool mayBeCreated = missing || (std::filesystem::is_directory(context.store, error) &&
+                                        std::filesystem::is_empty(context.store, error));
   if (mayBeCreated) return scratch.empty();
   return scratch.copy(openStore(context, IfMissing::kRefuse)->snapshot());
 }

@@ -91,6 +91,33 @@ TEST_F(Mistakes, HaveAPlaceAndARemedy) {
   EXPECT_EQ(last, "vexactl: " + std::to_string(reported) + " mistakes");
 }
 
+TEST_F(Mistakes, AreNoWarnings) {
+  const std::string rewriting =
+      "antispam-actions:\n  - name: a\n    rewrite-domain: {kind: replace, text: \"\"}\n";
+  const std::string path = file("doubtful.yaml", rewriting);
+  const std::string warning =
+      path + ":2:5: warning: '%%LOCAL%%@' gives no e-mail address; such as %%LOCAL%%@example.com\n";
+  const Result checked = run({"check", path});
+  EXPECT_EQ(checked.code, 0);
+  EXPECT_EQ(checked.out, "no mistakes; 1 record\n");
+  EXPECT_EQ(checked.err, warning + "vexactl: 1 warning\n");
+  const Result loaded = run({"load", path});
+  EXPECT_EQ(loaded.code, 0);
+  EXPECT_EQ(loaded.err, checked.err);
+  const Result both = run({"check", file("doubtful.yaml", rewriting + "unheard-of: 1\n")});
+  EXPECT_EQ(both.code, 2);
+  EXPECT_EQ(both.err.find(warning), 0u) << both.err;
+  EXPECT_TRUE(contains(both.err, "vexactl: 1 mistake, 1 warning\n")) << both.err;
+}
+
+TEST_F(Mistakes, AreCountedUpToALimit) {
+  std::string text = "quarantine-folders:\n";
+  for (int i = 0; i < 1200; ++i) text += "  - {nam: x}\n";
+  const Result result = run({"check", file("many.yaml", text)});
+  EXPECT_EQ(linesIn(result.err), 1001);
+  EXPECT_TRUE(contains(result.err, "vexactl: at least 1000 mistakes\n"));
+}
+
 TEST_F(Mistakes, OfSeveralFilesNameTheirFile) {
   const std::string one = file("one.yaml", "quarantine-folders: [Bulk]\n");
   const std::string two = file("two.yaml", "\nquarantine-folders: [Bulk]\n");

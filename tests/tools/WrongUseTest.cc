@@ -108,6 +108,62 @@ TEST_F(WrongUse, OfAFileWithoutPermission) {
       << result.err;
 }
 
+TEST_F(WrongUse, OfACircleOfLinks) {
+  const std::filesystem::path loop = folder() / "loop";
+  std::filesystem::create_symlink("loop", loop);
+  const std::string message = "cannot be read: Too many levels of symbolic links; a YAML file\n";
+  for (const std::vector<std::string>& verb :
+       {std::vector<std::string>{"check"}, {"load"}, {"load", "--dry-run"}, {"diff", example()}}) {
+    SCOPED_TRACE(verb.front());
+    auto arguments = verb;
+    arguments.push_back(loop);
+    const Result result = run(arguments);
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.find(loop.string() + ": " + message), 0u) << result.err;
+  }
+  for (const std::vector<std::string>& verb :
+       {std::vector<std::string>{"dump"}, {"load", example()}, {"load", "--dry-run", example()}}) {
+    SCOPED_TRACE(verb.front());
+    auto arguments = verb;
+    arguments.insert(arguments.begin(), {"--store", loop});
+    const Result result = vexactl(arguments);
+    expectRefused(result);
+    EXPECT_EQ(placeless(result.err),
+              "vexactl: Cannot open the store in FOLDER/loop: Too many levels of symbolic links\n");
+  }
+}
+
+// Terminals interpret control characters, also those above ASCII, and reject bytes that are no
+// UTF-8.
+TEST_F(WrongUse, ShowsOddArgumentsEscaped) {
+  load(example());
+  const std::string odd = "a\xff\xc2\x9b\x1b\n\tb";
+  const std::string shown = "a\\xff\\u009b\\x1b\\n\\x09b";
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{odd},
+        {"--" + odd},
+        {"dump", odd},
+        {"get", odd},
+        {"get", "antispam-profiles", odd},
+        {"get", "antispam-profiles", "x", "--domain", odd},
+        {"set", odd, "on"},
+        {"set", "content-inspection", odd},
+        {"check", odd},
+        {"load", odd},
+        {"diff", odd},
+        {"--store", odd, "status"},
+        {"watch", "--changes", odd},
+        {"explain", "--client", odd, "--server", "192.0.2.1"}}) {
+    SCOPED_TRACE(arguments.front());
+    const bool store = arguments.front() == "--store";
+    const Result result = store ? vexactl(arguments) : run(arguments);
+    EXPECT_NE(result.code, 0);
+    EXPECT_TRUE(contains(result.err, shown)) << result.err;
+    EXPECT_EQ(linesIn(result.err), contains(result.err, "mistake") ? 2 : 1) << result.err;
+  }
+}
+
 // Every verb that needs a store, with a path that is no store.
 class NoStore : public WrongUse, public testing::WithParamInterface<const char*> {
  protected:
