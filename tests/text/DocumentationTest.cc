@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
+#include "platform/config/text/Reader.h"
 #include "platform/config/text/Text.h"
 
 using namespace Kestrav::Config;
@@ -20,6 +23,29 @@ std::string fileContent(const std::string& path) {
   std::ostringstream content;
   content << stream.rdbuf();
   return content.str();
+}
+
+// The keys of all records, in the syntax of a fuzzer's dictionary.
+std::set<std::string> keysOf(const RecordType& type) {
+  std::set<std::string> keys;
+  for (const Criterion& criterion : type.criteria) keys.emplace(criterion.name);
+  for (const Field* field : visibleFields(type)) {
+    keys.emplace(field->name);
+    if (field->element != nullptr) keys.merge(keysOf(*field->element));
+  }
+  return keys;
+}
+
+std::set<std::string> allKeys() {
+  std::set<std::string> keys = {"configuration"};
+  for (const Table& table : tables()) {
+    if (table.owner == 0) keys.emplace(table.key);
+    if (table.owner != 0) keys.emplace(table.keyInOwner);
+    std::set<std::string> own = keysOf(*table.type);
+    if (!table.ownerField.empty()) own.erase(std::string(table.ownerField));
+    keys.merge(own);
+  }
+  return keys;
 }
 
 }  // namespace
@@ -35,6 +61,24 @@ TEST(Documentation, TheSchemaIsThatOfTheFieldTables) {
   const std::string path = std::string(KESTRAV_DOCS) + "/schema/gateway.schema.json";
   if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) std::ofstream(path) << schema();
   EXPECT_EQ(fileContent(path), schema());
+}
+
+TEST(Documentation, TheFuzzersDictionaryHasEveryKey) {
+  std::string expected = "# Generated from the field tables.\n";
+  for (const std::string& key : allKeys()) expected += "\"" + key + ": \"\n";
+  const std::string path = KESTRAV_FUZZ "/text.dict";
+  if (std::getenv("KESTRAV_UPDATE_GOLDEN") != nullptr) std::ofstream(path) << expected;
+  EXPECT_EQ(fileContent(path), expected);
+}
+
+TEST(Documentation, TheFuzzersSeedsHaveEveryKey) {
+  std::string seeds;
+  for (const auto& entry : std::filesystem::directory_iterator(KESTRAV_FUZZ "/corpus/text")) {
+    seeds += fileContent(entry.path());
+  }
+  for (const std::string& key : allKeys()) {
+    EXPECT_NE(seeds.find(key + ":"), std::string::npos) << key;
+  }
 }
 
 TEST(Documentation, TheExamplesHaveNoMistakes) {
