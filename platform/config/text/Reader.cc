@@ -72,21 +72,26 @@ void Reader::record(const Place& place, const Phrase& what, std::string right, S
 
 std::string Reader::suggestion(const std::string& word, std::vector<std::string> known) {
   ++effort_.suggestions;
-  const std::string near = nearest(word, known);
+  const std::string key = keyIn(word);
+  const std::string near = nearest(isKnownKey(key) ? key : word, known);
   if (!near.empty()) return "'" + near + "'";
   return "one of " + alternatives(known);
 }
 
-Phrase Reader::shownKey(const YamlNode& key, const YamlNode& value, const RecordType* type) {
-  if (isKnownKey(key.text)) return shown(key.text);
-  const bool hidden =
-      value.kind == YamlNode::Kind::kNull || (type != nullptr && holdsSecrets(*type));
-  if (hidden) return "'...'";
+std::string Reader::keyIn(const std::string& text) {
   const auto inKey = [](char c) {
     return isAsciiLetterOrDigit(static_cast<unsigned char>(c)) || c == '-' || c == '_';
   };
-  const auto end = std::find_if_not(key.text.begin(), key.text.end(), inKey);
-  return shown(key.text, static_cast<std::size_t>(end - key.text.begin()));
+  return {text.begin(), std::find_if_not(text.begin(), text.end(), inKey)};
+}
+
+Phrase Reader::shownKey(const YamlNode& key, const YamlNode& value, const RecordType* type) {
+  const std::string word = keyIn(key.text);
+  const bool mayBeSecret =
+      value.kind == YamlNode::Kind::kNull || (type != nullptr && holdsSecrets(*type));
+  const Phrase phrase = shown(key.text, word.size());
+  if (isKnownKey(word)) return phrase.full();
+  return mayBeSecret ? Phrase(phrase.masked()) : phrase;
 }
 
 void Reader::readDocument(const Source& source, const YamlNode& root) {

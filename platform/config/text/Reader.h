@@ -81,12 +81,14 @@ class Reader {
   }
   void record(const Place& place, const Phrase& what, std::string right, Severity severity);
 
-  // "'word'" for the known word that is closest to `word`, else "one of" these.
+  // "'key'" for the known key that is closest to `word`, else "one of" these.
   std::string suggestion(const std::string& word, std::vector<std::string> known);
 
-  // A key as messages show it. A key that no record has may be a misplaced secret: it is hidden
-  // when it has no value or when `type` (null for none) holds secrets, and else ends at the first
-  // character that no key has.
+  // The text up to the first character that no key has: "pass-phrase" of "pass-phrase x".
+  static std::string keyIn(const std::string& text);
+  // A key as messages show it, up to the first character that no key has. One that no record has
+  // may be a misplaced secret: it is hidden when it has no value or when `type` (null for none)
+  // holds secrets.
   static Phrase shownKey(const YamlNode& key, const YamlNode& value, const RecordType* type);
 
   // Calls visit(key, value) for each pair of a map. A key that occurs twice or is no text is a
