@@ -132,6 +132,28 @@ TEST_F(WriterTest, TextsOfAllSortsSurvive) {
   expectSame(*store_, *other);
 }
 
+TEST_F(WriterTest, EmptyLinesBeforeTheNextTableSurvive) {
+  load(
+      "message-templates: [{name: m, html: \"x\\n\\n\"}]\n"
+      "certificate-bindings: [{name: b, owner: \"*\"}]\n");
+  EXPECT_FALSE(changes(dump())) << dump();
+}
+
+TEST_F(WriterTest, NamesThatAreNoUtf8AreFoundAgain) {
+  load(
+      "antispam-profiles: [!!binary /w==]\n"
+      "email-groups: [!!binary /g==]\n"
+      "outgoing-policies:\n"
+      "  - {name: p, from: !!binary Z3JvdXA6/g==, antispam: !!binary /w==}\n");
+  const Snapshot snapshot = store_->snapshot();
+  const StoredRecord record = snapshot.at(GID_OUTGOING_POLICY, 0, 0);
+  const auto* policy = record.as<__vexa_recipient_policy>();
+  EXPECT_EQ(policy->antispam_profile, 1u);
+  EXPECT_EQ(policy->sender_group, 1u);
+  EXPECT_NE(dump().find("from: !!binary \"Z3JvdXA6/g==\""), std::string::npos) << dump();
+  EXPECT_FALSE(changes(dump()));
+}
+
 TEST_F(WriterTest, UnknownWordsAreWrittenAsNumbers) {
   __aps_antispam_action action{};
   std::strcpy(action.name, "odd");

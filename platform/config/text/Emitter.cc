@@ -37,9 +37,11 @@ bool mustBeEscaped(char32_t c) {
   return isControl(c) || c == 0xFEFF || c == 0xFFFE || c == 0xFFFF;
 }
 
-// True for several lines that a literal block preserves.
+// True for several lines that a literal block preserves. Empty lines at the end of a block look
+// like the blank line before the next table.
 bool isBlock(std::string_view text) {
-  if (text.find('\n') == std::string_view::npos || text.front() == ' ' || text.front() == '\n') {
+  if (text.find('\n') == std::string_view::npos || text.front() == ' ' || text.front() == '\n' ||
+      text.ends_with("\n\n")) {
     return false;
   }
   bool onlyBlanks = true;  // so far in this line
@@ -105,10 +107,8 @@ void Emitter::text(std::string_view key, std::string_view value) {
     pair(key, quoted(value));
     return;
   }
-  // "-": no line feed at the end, "+": more than one.
   const bool ends = value.ends_with('\n');
-  const bool endsTwice = value.ends_with("\n\n");
-  pair(key, endsTwice ? "|+" : ends ? "|" : "|-");
+  pair(key, ends ? "|" : "|-");  // "-": no line feed at the end
   if (ends) value.remove_suffix(1);
   indent_ += 2;
   for (std::size_t from = 0; from <= value.size();) {
