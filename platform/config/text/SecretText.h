@@ -15,7 +15,7 @@ bool holdsSecrets(const RecordType& type);
 // True for the key of a table, field or criterion of any record.
 bool isKnownKey(std::string_view key);
 
-// The offset behind the first name of a secret's key in the text; npos when there is none. Ignores
+// The offset after the first name of a secret's key in the text; npos when there is none. Ignores
 // case and how the words of the name are joined.
 std::size_t secretKeyEnd(std::string_view text);
 

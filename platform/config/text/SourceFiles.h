@@ -10,8 +10,8 @@
 
 namespace Kestrav::Config::Text {
 
-// Reads each file up to its end, whatever size the file system reports for it. A folder means its
-// *.yaml files in alphabetical order. What cannot be read is a problem and left out.
+// Reads each file up to its end and ignores the size that the file system reports. A folder means
+// its *.yaml files in alphabetical order. What cannot be read is a problem and left out.
 std::vector<Source> readFiles(std::span<const std::filesystem::path> paths,
                               std::vector<Problem>& problems);
 
