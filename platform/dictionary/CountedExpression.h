@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,7 +34,7 @@ class CountedExpression {
   Count count(std::string_view subject, std::uint32_t most) const;
 
  private:
-  std::optional<Pcre::Program> program_;  // always compiled
+  Pcre::Program program_;
 };
 
 }  // namespace Kestrav::Dictionary

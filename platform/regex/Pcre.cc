@@ -36,6 +36,58 @@ pcre2_code* compile(const std::string& text, Options options, CompileError& erro
                        &error.offset, nullptr);
 }
 
+// The length of the settings, such as "(*UTF)", which are valid at the start only.
+std::size_t leadingSettings(std::string_view text) {
+  static constexpr std::string_view kNames[] = {
+      "UTF",        "UCP",         "NOTEMPTY",    "NOTEMPTY_ATSTART", "NO_AUTO_POSSESS",
+      "CR",         "LF",          "CRLF",        "ANYCRLF",          "ANY",
+      "NUL",        "NO_JIT",      "BSR_ANYCRLF", "BSR_UNICODE",      "NO_DOTSTAR_ANCHOR",
+      "LIMIT_HEAP", "LIMIT_DEPTH", "LIMIT_MATCH", "LIMIT_RECURSION",  "NO_START_OPT"};
+  std::size_t end = 0;
+  while (text.substr(end, 2) == "(*") {
+    const std::string_view rest = text.substr(end + 2);
+    const std::string_view name = rest.substr(0, rest.find_first_of("=)"));
+    if (std::find(std::begin(kNames), std::end(kNames), name) == std::end(kNames)) break;
+    const std::size_t close = rest.find(')');
+    if (close == std::string_view::npos) break;
+    end += 2 + close + 1;
+  }
+  return end;
+}
+
+// `text` as one group between two items. Closes an open "\Q" and, with `closeComment`, a comment.
+std::string enclosed(const std::string& text, const char* before, const char* after,
+                     bool closeComment) {
+  const std::size_t settings = leadingSettings(text);
+  return text.substr(0, settings) + before + "(?:" + text.substr(settings) + "\\E" +
+         (closeComment ? "\n)" : ")") + after;
+}
+
+// Generated code remembers where a repeat of one item, such as "b*", has failed. It skips later
+// attempts of the repeat that start before that place. In PCRE2 10.42 this is wrong behind groups
+// that can take several lengths at one start: groups with alternatives, and atomic groups. An
+// example is "(..|^)b*x" on "bxc". A callout at the start of the expression turns off this
+// optimisation and no other one.
+constexpr const char* kNoEarlyFailure = "(?C)";
+
+// True for all expressions with such groups and for some others.
+bool canFailEarly(std::string_view text) {
+  constexpr std::string_view kRepeats = "*+{";
+  const std::size_t open = text.find('(');
+  if (text.find_first_of(kRepeats, open) == text.npos) return false;  // also without "("
+  // Atomic groups. "(a){2}+" is one, too; blanks of any alphabet and comments may precede its "+".
+  if (text.find("(?>") != text.npos || text.find("(*") != text.npos) return true;
+  const bool comments = text.find('#') != text.npos;
+  for (std::size_t i = text.find('+'); i != text.npos; i = text.find('+', i + 1)) {
+    const std::size_t last = text.substr(0, i).find_last_not_of(" \t\n\v\f\r");
+    const char previous = last == text.npos ? ' ' : text[last];
+    if (comments || previous == '?' || previous == '}' || previous < 0) return true;
+  }
+  // A group with alternatives, and a repeat after it or of it.
+  const std::size_t close = text.find(')', text.find('|', open));
+  return text.find_first_of(kRepeats, close) != text.npos;
+}
+
 // Called before every item of a metered program.
 int onCallout(pcre2_callout_block* block, void* data) {
   Meter& meter = *static_cast<Meter*>(data);
@@ -123,13 +175,17 @@ void Program::Free::operator()(pcre2_code* code) const {
   pcre2_code_free(code);
 }
 
-bool compiles(const std::string& text, Options options, CompileError& error) {
-  pcre2_code* code = compile(text, options, error);
-  pcre2_code_free(code);
-  return code != nullptr;
-}
-
 Program::Program(const std::string& text, Options options) : code_(compile(text, options, error_)) {
+  // Callouts precede all items of a metered expression.
+  const bool guarded = !options.metered && canFailEarly(text);
+  const char* before = options.checksStart ? kCheck : guarded ? kNoEarlyFailure : "";
+  const char* after = options.checksEnd ? kCheck : "";
+  // The text must be an expression by itself, and errors give offsets in it. So it was compiled
+  // alone first.
+  if (code_ && (*before != '\0' || *after != '\0')) {
+    code_.reset(compile(enclosed(text, before, after, false), options, error_));
+    if (!code_) code_.reset(compile(enclosed(text, before, after, true), options, error_));
+  }
   // Where no code can be generated (memory that may not be made executable), it is interpreted.
   if (code_) pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
 }

@@ -20,6 +20,9 @@ struct Options {
   bool ignoreCase = false;
   bool utf8 = false;     // expression and subjects are UTF-8, otherwise single bytes
   bool metered = false;  // counts its work in the search's Meter
+  // Of a metered expression: kCheck before and after it.
+  bool checksStart = false;
+  bool checksEnd = false;
 };
 
 struct CompileError {
@@ -62,9 +65,6 @@ inline constexpr const char* kCheck = "(?C251)";
 
 // The steps allowed from each place where a match could start.
 inline constexpr std::uint32_t kMatchLimit = 100'000;
-
-// Cheaper than a Program, which also generates code.
-bool compiles(const std::string& text, Options options, CompileError& error);
 
 class Program {
  public:

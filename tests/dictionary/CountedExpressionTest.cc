@@ -54,6 +54,8 @@ TEST(CountedExpression, WholeWords) {
       {"(?x)cash # money", "cash", 1},  // ends in a comment
       {"(?i)cash", "CASH", 1},
       {"(*ANYCRLF)cash", "cash", 1},  // a verb must stay at the start
+      {"(*F)|cash", "cash", 1},       // other verbs stay where they are
+      {"(*atomic:ab)*c", "ababc", 1},
       {"(a)\\1", "aa aaa", 1},
       {"\\$+", "a$$b", 1},  // no letter at its ends, so it splits no word
       {"na\xC3\xAF", "na\xC3\xAFve na\xC3\xAF", 1},
