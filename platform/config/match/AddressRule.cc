@@ -92,6 +92,8 @@ void AddressRule::addTerm(std::string_view pattern) {
   constexpr std::string_view kBelowDomain = "*@*.";
   if (pattern.starts_with(kBelowDomain) && isPlain(pattern.substr(kBelowDomain.size()))) {
     terms_.push_back({kSubdomainTag, std::string(pattern.substr(kBelowDomain.size()))});
+  } else if (pattern == kInDomain) {
+    // Matches addresses without a domain, which show no key of one.
   } else if (pattern.starts_with(kInDomain) && isPlain(pattern.substr(kInDomain.size()))) {
     terms_.push_back({kDomainTag, std::string(pattern.substr(kInDomain.size()))});
   } else if (const std::size_t at = pattern.rfind('@');
