@@ -28,10 +28,23 @@ std::string errorText(int code) {
   return std::string(reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(length));
 }
 
+// True for all expressions with a positive look-ahead and for some others.
+//
+// PCRE2 10.42 takes the first byte of a match from a look-ahead at the start, and looks for the
+// last byte behind the first one. So "(?=a)b?a" does not match "ca", with generated code or
+// without.
+bool canLookAhead(std::string_view text) {
+  for (const char* start : {"(?=", "(?*", "(*"}) {
+    if (text.find(start) != text.npos) return true;
+  }
+  return false;
+}
+
 pcre2_code* compile(const std::string& text, Options options, CompileError& error) {
   const std::uint32_t flags = PCRE2_NEVER_BACKSLASH_C | (options.ignoreCase ? PCRE2_CASELESS : 0u) |
                               (options.utf8 ? PCRE2_UTF : 0u) |
-                              (options.metered ? PCRE2_AUTO_CALLOUT : 0u);
+                              (options.metered ? PCRE2_AUTO_CALLOUT : 0u) |
+                              (canLookAhead(text) ? PCRE2_NO_START_OPTIMIZE : 0u);
   return pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), flags, &error.code,
                        &error.offset, nullptr);
 }
