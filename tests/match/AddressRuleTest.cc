@@ -91,14 +91,10 @@ TEST(AddressRule, HasKeysOnlyWhenTheyCoverAllThatItMatches) {
     std::vector<std::string> members;
     std::size_t keys;
   } cases[] = {
-      {AddressKind::kAddress, "a@b", {}, 1},
-      {AddressKind::kWildcard, "*@b", {}, 1},
-      {AddressKind::kWildcard, "*@*.b", {}, 1},
-      {AddressKind::kWildcard, "a*@b", {}, 0},
-      {AddressKind::kWildcard, "*@", {}, 0},
-      {AddressKind::kGroup, "", {"a@b", "*@*.b"}, 2},
-      {AddressKind::kGroup, "", {"a@b", "a*@b"}, 0},
-      {AddressKind::kAny, "", {}, 0},
+      {AddressKind::kAddress, "a@b", {}, 1},         {AddressKind::kWildcard, "*@b", {}, 1},
+      {AddressKind::kWildcard, "*@*.b", {}, 1},      {AddressKind::kWildcard, "a*@b", {}, 0},
+      {AddressKind::kWildcard, "*@", {}, 0},         {AddressKind::kGroup, "", {"a@b", "*@*.b"}, 2},
+      {AddressKind::kGroup, "", {"a@b", "a*@b"}, 0}, {AddressKind::kAny, "", {}, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(static_cast<int>(c.kind)) + " " + c.text);
