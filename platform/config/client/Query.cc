@@ -9,6 +9,15 @@
 
 namespace Kestrav::Config::Client {
 
+namespace {
+
+bool onlyInSystem(G_CLI_GID gid) {
+  const Table* table = findTable(gid);
+  return table != nullptr && table->scope != Scope::kDomainList;
+}
+
+}  // namespace
+
 // The snapshot that one call reads from: the query's own, or one that lasts for the call.
 class Query::View {
  public:
@@ -52,7 +61,7 @@ const TableIndex& Query::index(const Snapshot& snapshot) {
 void Query::follow(const Snapshot& snapshot) {
   if (const std::uint64_t present = attachmentNumber(); attachment_ != present) {
     attachment_ = present;
-    moveTo(domain_);
+    forget();
   }
   revision_ = snapshot.revision();
   if (index_ != nullptr || !place_) return;
@@ -60,14 +69,17 @@ void Query::follow(const Snapshot& snapshot) {
   if (current_row < 0) leave();
 }
 
-void Query::refresh() {
+void Query::refresh(ngid_t current) {
+  if (const ngid_t domain = onlyInSystem(gid_) ? 0 : current; domain != domain_) {
+    domain_ = domain;
+    forget();
+  }
   index_.reset();
   cached(false);
 }
 
-void Query::moveTo(ngid_t domain) {
-  domain_ = domain;
-  refresh();
+void Query::forget() {
+  index_.reset();
   leave();
   lost_ = false;
 }

@@ -21,13 +21,11 @@ class Query : public cmf_query {
   Query(unsigned int gid, ngid_t domain, Life life);
 
   bool shared() const { return life_ == Life::kShared; }
-  ngid_t domain() const { return domain_; }
   Revision revision() const { return revision_; }
 
-  // Answers from the newest revision from now on. The query stays on its record.
-  void refresh();
-  // As refresh, in another domain. The query loses its record.
-  void moveTo(ngid_t domain);
+  // Answers from the newest revision from now on, in the thread's current domain or, for a table
+  // that only the system has, in the system. The query loses its record when its domain changes.
+  void refresh(ngid_t current);
 
   int size();
   bool place(int row);
@@ -46,6 +44,7 @@ class Query : public cmf_query {
   void follow(const Snapshot& snapshot);
   void load(const Snapshot& snapshot);
   void leave();
+  void forget();
   bool cached() const { return (header[3] & CMF_QUERY_CACHED) != 0; }
   void cached(bool on);
 

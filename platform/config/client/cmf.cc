@@ -77,12 +77,8 @@ int cmf_query_do_get_by_gid(cmf_query* query, unsigned int id) {
 cmf_query* nCfg_query(unsigned int gid) {
   SharedQueries& queries = sharedQueries();
   std::unique_ptr<Query>& query = queries.byTable[gid];
-  if (query == nullptr) query = std::make_unique<Query>(gid, queries.domain, Query::Life::kShared);
-  if (query->domain() != queries.domain) {
-    query->moveTo(queries.domain);
-  } else {
-    query->refresh();
-  }
+  if (query == nullptr) query = std::make_unique<Query>(gid, 0, Query::Life::kShared);
+  query->refresh(queries.domain);
   return query.get();
 }
 

@@ -35,7 +35,8 @@ KESTRAV_API int cmf_set_query_cache_st(cmf_query* query, int unused, int index);
 KESTRAV_API const void* cmf_query_update(cmf_query* query);
 // Positions the query on the record whose id is `id`; 0, or -1 when there is none.
 KESTRAV_API int cmf_query_do_get_by_gid(cmf_query* query, unsigned int id);
-// This thread's shared query of a table, over the domain of cmf_set_cur_domain_id (0 at first).
+// This thread's shared query of a table, over the domain of cmf_set_cur_domain_id (0 at first). A
+// table that only the system has is read in domain 0 always.
 KESTRAV_API cmf_query* nCfg_query(unsigned int gid);
 
 // Index of the first record whose id is `id`, -1 when there is none. Does not move the query.
