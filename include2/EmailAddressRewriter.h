@@ -27,6 +27,9 @@ class KESTRAV_API EmailAddressRewriter {
   // unclosed "%%").
   explicit EmailAddressRewriter(const std::string& pattern);
 
+  // "%%LOCAL%%" is the local part without quotes. When the address's local part needs quotes, what
+  // comes before the last "@" of the result is quoted as a whole.
+  //
   // Null for the null address. Throws Exception, code 1, when the rewriter is null, and what
   // EmailAddress::rfc5321Parse throws when the result is no address.
   EmailAddress operator()(const EmailAddress& address) const;
@@ -35,6 +38,7 @@ class KESTRAV_API EmailAddressRewriter {
 
   // The rewriter that an action's two modification records describe, one for each part: kind 1 puts
   // the text before the part, 2 after it, 3 replaces the part; any other kind leaves it unchanged.
+  // When the texts do not compile, this is logged, and the rewriter answers the null address always.
   static EmailAddressRewriter adapter(const cfg_as_email_address_modification_& local,
                                       const cfg_as_email_address_modification_& domain);
 

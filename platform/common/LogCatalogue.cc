@@ -56,6 +56,8 @@ constexpr LogEntry kCatalogue[] = {
     {LogCode::kEventsResynchronised, Severity::kWarning,
      "fell behind the configuration journal at revision {0}; rebuilt from revision {1}"},
     {LogCode::kPolicyRecordSkipped, Severity::kWarning, "policy {0} skipped: {1}"},
+    {LogCode::kRewriterUnusable, Severity::kError,
+     "rewriting text \"{0}\" does not compile: addresses cannot be rewritten with it"},
 };
 
 constexpr bool ascending() {

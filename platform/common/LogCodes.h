@@ -36,6 +36,7 @@ inline constexpr std::uint32_t kStoreMigrated = 0x4000304;         // folder, ol
 inline constexpr std::uint32_t kHandlerFailed = 0x4000401;         // table, reason
 inline constexpr std::uint32_t kEventsResynchronised = 0x4000402;  // applied and current revision
 inline constexpr std::uint32_t kPolicyRecordSkipped = 0x4000501;   // policy id, reason
+inline constexpr std::uint32_t kRewriterUnusable = 0x4000601;      // rewriting text
 
 inline constexpr std::uint32_t kAll[] = {
     kAntispamProfileUpdate,
@@ -63,6 +64,7 @@ inline constexpr std::uint32_t kAll[] = {
     kHandlerFailed,
     kEventsResynchronised,
     kPolicyRecordSkipped,
+    kRewriterUnusable,
 };
 
 }  // namespace Kestrav::LogCode

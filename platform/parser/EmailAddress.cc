@@ -25,15 +25,6 @@ bool isDotString(std::string_view local) {
   return std::all_of(local.begin(), local.end(), [](char c) { return c == '.' || isAtomOctet(c); });
 }
 
-std::string quoted(std::string_view text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') out += '\\';
-    out += c;
-  }
-  return out + '"';
-}
-
 bool isPhraseOfAtoms(std::string_view name) {
   return std::all_of(name.begin(), name.end(), [](char c) { return c == ' ' || isAtomOctet(c); });
 }
@@ -60,7 +51,7 @@ const std::string& EmailAddress::displayName() const {
 
 std::string EmailAddress::asString() const {
   if (displayName().empty()) return address();
-  return (isPhraseOfAtoms(displayName()) ? displayName() : quoted(displayName())) + " <" +
+  return (isPhraseOfAtoms(displayName()) ? displayName() : quotedText(displayName())) + " <" +
          address() + ">";
 }
 
@@ -73,7 +64,7 @@ std::weak_ordering EmailAddress::operator<=>(const EmailAddress& other) const {
 
 EmailAddress MailboxBuilder::build(std::string local, std::string domain) {
   auto parts = std::make_shared<EmailAddress::Parts>();
-  parts->address = isDotString(local) ? local : quoted(local);
+  parts->address = isDotString(local) ? local : quotedText(local);
   if (!domain.empty()) parts->address += '@' + domain;
   parts->local = std::move(local);
   parts->domain = std::move(domain);
@@ -92,6 +83,15 @@ Exception invalidAddress(const std::string& reason, std::string_view text) {
   if (text.size() > kLongestQuotedText) shown += "...";
   return Exception("Not an email address: " + reason, EmailAddress::kInvalidAddress)
       .stringParameter(shown);
+}
+
+std::string quotedText(std::string_view text) {
+  std::string out = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + '"';
 }
 
 bool isAtomOctet(char c) {

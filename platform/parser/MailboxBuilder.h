@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "platform/common/Exception.h"
+#include "platform/common/Export.h"
 #include "platform/parser/EmailAddress.h"
 
 namespace Kestrav {
@@ -20,6 +21,9 @@ class MailboxBuilder {
 
 // The error of both parsers about `text`.
 Exception invalidAddress(const std::string& reason, std::string_view text);
+
+// `text` as a quoted string (RFC 5321, RFC 5322), with its quotes and backslashes escaped.
+KESTRAV_API std::string quotedText(std::string_view text);
 
 // The octets of an unquoted local part other than dots (RFC 5321 atext, RFC 6531).
 bool isAtomOctet(char c);

@@ -77,10 +77,11 @@ TEST(AntispamAction, RewritingTakesTheLocalPartFromTheFirstHalf) {
             "spam-user@vault.example");
 }
 
-TEST(AntispamAction, RewritingRuleWithAnUnclosedMarkerIsAnError) {
-  const AntispamActionRecord broken = action().rewrite(3, "%%LOCAL", 0, "");
-  put(broken);
-  EXPECT_THROW(profileWithDefault(broken->id), Exception);
+TEST(AntispamAction, RewritingTextThatDoesNotCompileLeavesTheOtherActions) {
+  const ActionContainer actions =
+      converted(action().rewrite(3, "%%LOCAL", 0, "").alternateHost("relay.example"));
+  EXPECT_TRUE(actions.find(0x400).addressRewriter()(address("user@example.com")).isNull());
+  EXPECT_EQ(actions.find(0x40000).alternateHost(), "relay.example");
 }
 
 TEST(AntispamAction, AlternateHostNeedsTheOptionAndAHost) {

@@ -4,11 +4,15 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
 #include "platform/common/Strings.h"
 #include "platform/config/records/SharedRecords.h"
+#include "profile/action/StoredRewriter.h"
 #include "tests/support/Addresses.h"
+#include "tests/support/LogCapture.h"
 
 using namespace Kestrav;
 using Kestrav::Testing::address;
@@ -41,6 +45,55 @@ TEST(EmailAddressRewriter, ValuesAreTakenAsTheyAre) {
   EXPECT_EQ(rewrite("%%LOCAL%%@x.example", "a&b@example.com"), "a&b@x.example");
   EXPECT_EQ(rewrite("%%LOCAL%%@x.example", "a%%DOMAIN%%b@example.com"), "a%%DOMAIN%%b@x.example");
   EXPECT_EQ(rewrite("{{LOCAL}}%%LOCAL%%@x.example", "u@example.com"), "{{LOCAL}}u@x.example");
+}
+
+TEST(EmailAddressRewriter, LocalPartThatNeedsQuotesIsQuotedAgain) {
+  struct Case {
+    const char* pattern;
+    const char* address;
+    const char* expected;
+  };
+  const std::string longest = "\"" + std::string(61, 'x') + " \"";
+  const Case cases[] = {
+      // Only the domain changes.
+      {"%%LOCAL%%@x.example", R"("john smith"@a.example)", R"("john smith"@x.example)"},
+      {"%%LOCAL%%@x.example", R"("\"x\""@a.example)", R"("\"x\""@x.example)"},
+      {"%%LOCAL%%@x.example", R"("a\\b"@a.example)", R"("a\\b"@x.example)"},
+      {"%%LOCAL%%@x.example", R"("a@b"@a.example)", R"("a@b"@x.example)"},
+      {"%%LOCAL%%@x.example", R"("<a>"@a.example)", R"("<a>"@x.example)"},
+      {"%%LOCAL%%@x.example", R"(" a "@a.example)", R"(" a "@x.example)"},
+      {"%%LOCAL%%@x.example", R"(""@a.example)", R"(""@x.example)"},
+      {"%%LOCAL%%@x.example", R"(".a..b."@a.example)", R"(".a..b."@x.example)"},
+      {"%%LOCAL%%@x.example", R"("%%DOMAIN%% %%"@a.example)", R"("%%DOMAIN%% %%"@x.example)"},
+      {"%%LOCAL%%@x.example", "\"j\xC3\xBC rg\"@a.example", "\"j\xC3\xBC rg\"@x.example"},
+      // The quotes are not needed.
+      {"%%LOCAL%%@x.example", R"("john"@a.example)", "john@x.example"},
+      {"%%LOCAL%%@x.example", "j\xC3\xBCrg@a.example", "j\xC3\xBCrg@x.example"},
+      // The local part changes, too.
+      {"%%LOCAL%%+spam@x.example", R"("john smith"@a.example)", R"("john smith+spam"@x.example)"},
+      {"  spam-%%LOCAL%%@%%DOMAIN%%", R"("john smith"@a.example)",
+       R"("spam-john smith"@a.example)"},
+      {"archive@x.example", R"("john smith"@a.example)", "archive@x.example"},
+      {"%%DOMAIN%%@x.example", R"("john smith"@a.example)", "a.example@x.example"},
+      // The pattern has the quotes.
+      {"\"%%LOCAL%%\"@x.example", R"("john smith"@a.example)", R"("john smith"@x.example)"},
+      {"\"%%LOCAL%%\"@x.example", R"("\"x\""@a.example)", R"("\"x\""@x.example)"},
+      {"\"%%LOCAL%%\"@x.example", "john@a.example", "john@x.example"},
+      {"\"my %%LOCAL%%\"@x.example", "john@a.example", R"("my john"@x.example)"},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(std::string(row.pattern) + " of " + row.address);
+    EXPECT_EQ(rewrite(row.pattern, row.address), row.expected);
+  }
+  EXPECT_EQ(rewrite("%%LOCAL%%@x.example", longest + "@a.example"), longest + "@x.example");
+}
+
+TEST(EmailAddressRewriter, QuotedLocalPartThatBecomesTooLongIsAnError) {
+  const std::string longest = "\"" + std::string(61, 'x') + " \"@a.example";
+  EXPECT_THROW(rewrite("%%LOCAL%%y@x.example", longest), Exception);
+  EXPECT_THROW(rewrite("%%LOCAL%%@%%DOMAIN%%%%DOMAIN%%",
+                       "\"a b\"@" + std::string(63, 'a') + "." + std::string(63, 'b') + ".example"),
+               Exception);
 }
 
 TEST(EmailAddressRewriter, NullAddressStaysNull) {
@@ -125,6 +178,29 @@ TEST(EmailAddressRewriter, AdapterTextMayNameTheParts) {
                                           half(3, "vault.example"))(address("u@a.example"))
                 .address(),
             "u+a.example@vault.example");
+}
+
+TEST(EmailAddressRewriter, AdapterOfATextThatDoesNotCompileAnswersTheNullAddress) {
+  const Testing::LogCapture log;
+  for (int times = 0; times < 3; ++times) {
+    const auto unusable = EmailAddressRewriter::adapter(half(1, "%%oops"), half(0, ""));
+    EXPECT_FALSE(unusable.isNull());
+    EXPECT_TRUE(unusable(address("u@a.example")).isNull());
+    EXPECT_TRUE(unusable(EmailAddress()).isNull());
+  }
+  EXPECT_EQ(log.fields(LogCode::kRewriterUnusable),
+            (std::vector<std::vector<std::string>>{{"%%oops%%LOCAL%%@%%DOMAIN%%"}}));
+}
+
+TEST(EmailAddressRewriter, StoredTextThatDoesNotCompileGivesNoRewriter) {
+  const Testing::LogCapture log;
+  ASSERT_TRUE(storedRewriter("%%LOCAL%%@x.example").has_value());
+  EXPECT_TRUE(log.codes().empty());
+  for (int n = 0; n < 300; ++n) {  // more texts than it remembers
+    EXPECT_FALSE(storedRewriter(std::to_string(n) + "%%LOCAL@x.example").has_value());
+    EXPECT_FALSE(storedRewriter(std::to_string(n) + "%%LOCAL@x.example").has_value());
+  }
+  EXPECT_EQ(log.fields(LogCode::kRewriterUnusable).size(), 300u);
 }
 
 TEST(EmailAddressRewriter, AdapterTextWithoutAnEndEndsWithItsField) {
