@@ -38,7 +38,7 @@ class KESTRAV_API Profile : public Ref<ProfileImpl> {
 
   std::uint32_t type() const;
 
-  // The record's id in its table.
+  // The record's id in its table; 0 for a web filter.
   int id() const;
   const std::string& name() const;
 

@@ -70,14 +70,24 @@ struct KESTRAV_API DeepHeaderSettings {
   std::uint32_t level = 6;
 };
 
-// Local parts of the mailboxes through which users control their quarantine.
+// Local parts of the mailboxes through which users control their quarantine. Empty ones are not
+// configured.
 struct KESTRAV_API QuarantineControlSettings {
+  // At least one of them is.
+  bool isConfigured() const { return !first.empty() || !second.empty(); }
+
   std::string first;
   std::string second;
 };
 
-// Local parts of the mailboxes through which users train the Bayesian filter.
+// Local parts of the mailboxes through which users train the Bayesian filter. Empty ones are not
+// configured.
 struct KESTRAV_API BayesianSystemSettings {
+  // At least one account is.
+  bool isConfigured() const {
+    return !account1.empty() || !account2.empty() || !account3.empty() || !account4.empty();
+  }
+
   std::string domain;
   std::string account1;
   std::string account2;
@@ -180,7 +190,9 @@ class KESTRAV_API ProfileAntiSpam : public Profile {
   static const BayesianSystemSettings* bayesianSystemSettings(bool reload);
 
   // 2 for a mailbox that controls a quarantine, 1 for one that trains the Bayesian filter, 0 for
-  // any other. Compares the local part and ignores case.
+  // any other. Compares the local part and ignores case. An account that is not configured equals
+  // an empty local part: the null address gives 2 on a gateway without quarantine control accounts.
+  // So check address.isNull() and the settings' isConfigured() first.
   static unsigned int controlAccountType(const EmailAddress& address);
 };
 

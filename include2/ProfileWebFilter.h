@@ -13,7 +13,8 @@ class KESTRAV_API ProfileWebFilter : public Profile {
   // The null profile.
   ProfileWebFilter() = default;
 
-  // From a record of table 1528. Reads its categories from the store and skips unknown ones.
+  // From a record of table 1528, but id() is 0. Reads its categories from the store and skips
+  // unknown ones.
   explicit ProfileWebFilter(const void* record);
 
   // Throws Exception "ProfileWebFilter", code 1, on a null profile.

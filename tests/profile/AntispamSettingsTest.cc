@@ -118,6 +118,37 @@ TEST(SystemAntispamSettings, StayUntilTheyAreReloaded) {
   EXPECT_EQ(ProfileAntiSpam::bayesianSystemSettings(true)->account1, "new");
 }
 
+TEST(SystemAntispamSettings, TellWhetherAnAccountIsConfigured) {
+  struct Case {
+    SystemAntispamRecord record;
+    bool quarantine;
+    bool bayesian;
+  };
+  const auto none = [] {
+    return SystemAntispamRecord().quarantineControl("", "").bayesianControl("", "", "", "", "");
+  };
+  for (const Case& row : {
+           Case{none(), false, false},
+           Case{none().quarantineControl("a", ""), true, false},
+           Case{none().quarantineControl("", "a"), true, false},
+           Case{none().bayesianControl("train.example", "", "", "", ""), false, false},
+           Case{none().bayesianControl("", "a", "", "", ""), false, true},
+           Case{none().bayesianControl("", "", "a", "", ""), false, true},
+           Case{none().bayesianControl("", "", "", "a", ""), false, true},
+           Case{none().bayesianControl("", "", "", "", "a"), false, true},
+       }) {
+    put(row.record);
+    reload();
+    const QuarantineControlSettings quarantine = *ProfileAntiSpam::quarantineControlSettings(false);
+    const BayesianSystemSettings bayesian = *ProfileAntiSpam::bayesianSystemSettings(false);
+    SCOPED_TRACE(quarantine.first + "," + quarantine.second + ";" + bayesian.domain + "," +
+                 bayesian.account1 + "," + bayesian.account2 + "," + bayesian.account3 + "," +
+                 bayesian.account4);
+    EXPECT_EQ(quarantine.isConfigured(), row.quarantine);
+    EXPECT_EQ(bayesian.isConfigured(), row.bayesian);
+  }
+}
+
 TEST(ControlAccount, IsRecognisedByItsLocalPart) {
   put(SystemAntispamRecord()
           .quarantineControl("release", "delete")
@@ -154,4 +185,16 @@ TEST(ControlAccount, QuarantineComesBeforeTraining) {
   reload();
   EXPECT_EQ(accountType("both@example.com"), 2u);
   EXPECT_EQ(accountType("b@example.com"), 1u);
+}
+
+TEST(ControlAccount, NullAddressIsAnyAccountThatIsNotConfigured) {
+  put(SystemAntispamRecord().quarantineControl("", "").bayesianControl("", "", "", "", ""));
+  reload();
+  EXPECT_EQ(ProfileAntiSpam::controlAccountType(EmailAddress()), 2u);
+  put(SystemAntispamRecord().quarantineControl("a", "b").bayesianControl("", "", "c", "d", "e"));
+  reload();
+  EXPECT_EQ(ProfileAntiSpam::controlAccountType(EmailAddress()), 1u);
+  put(SystemAntispamRecord().quarantineControl("a", "b").bayesianControl("", "c", "d", "e", "f"));
+  reload();
+  EXPECT_EQ(ProfileAntiSpam::controlAccountType(EmailAddress()), 0u);
 }

@@ -33,6 +33,7 @@ TEST(ProfileWebFilter, ConfiguredCategoriesAreSpamAndNoOthers) {
       WebFilterRecord(freshId()).name("strict").categories({last, zero, gambling}).data());
   EXPECT_EQ(spamCategories(profile), (std::vector<int>{0, 11, 255}));
   EXPECT_EQ(profile.type(), 8u);
+  EXPECT_EQ(profile.id(), 0);
   EXPECT_EQ(profile.name(), "strict");
   EXPECT_EQ(profile.messageParseType(), 0u);
   EXPECT_TRUE(profile.actions().empty());
