@@ -1,8 +1,11 @@
-#include "profile/Adapters.h"
+#include "Adapters.h"
 
 #include "platform/common/IPAddress.h"
 #include "platform/common/IPAddressMask.h"
 #include "platform/common/Strings.h"
+#include "platform/config/records/SharedRecords.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringContainer.h"
 
 namespace Kestrav {
 

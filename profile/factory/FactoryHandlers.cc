@@ -1,4 +1,4 @@
-#include "profile/factory/FactoryHandlers.h"
+#include "FactoryHandlers.h"
 
 #include <array>
 #include <exception>
@@ -16,6 +16,7 @@
 #include "platform/config/records/SessionRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
+#include "profile/factory/FactoryEvents.h"
 #include "profile/sets/TrustedMTATables.h"
 
 namespace Kestrav {

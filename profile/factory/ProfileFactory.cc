@@ -23,7 +23,7 @@
 #include "platform/config/store/Attachment.h"
 #include "platform/config/store/Fork.h"
 #include "platform/dictionary/DictionaryFactory.h"
-#include "profile/factory/FactoryHandlers.h"
+#include "profile/factory/FactoryEvents.h"
 #include "profile/factory/ProfileLoading.h"
 
 namespace Kestrav {

@@ -8,6 +8,8 @@
 #include <exception>
 #include <string>
 
+#include "Adapters.h"
+#include "FactoryHandlers.h"
 #include "VexaRefcounted.h"
 #include "config/CMF.h"
 #include "config/Event.h"
@@ -16,11 +18,13 @@
 #include "platform/common/IPAddressMask.h"
 #include "platform/common/Logger.h"
 #include "platform/config/records/QuarantineRecords.h"
+#include "platform/config/records/SharedRecords.h"
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/StatusArea.h"
 #include "platform/dictionary/DictionaryScanner.h"
 #include "platform/parser/EmailAddress.h"
 #include "platform/parser/Header.h"
+#include "platform/regex/PatternContainer.h"
 #include "platform/regex/StringPattern.h"
 
 using namespace Kestrav;
@@ -43,7 +47,13 @@ bool expect(bool holds, const char* what) {
 }
 
 bool valuesWork() {
-  return expect(IPAddressMask("192.0.2.0/24").matches(IPAddress("192.0.2.7")), "mask") &&
+  const aps_bounded_string domain{"b.example"};
+  PatternContainer patterns;
+  adapter(patterns, 1, &domain);
+  const CMF::Event::RefHandler handler(new CMF::Event::WebFilterHandler, false);
+  return expect(patterns.matches("a@b.example"), "adapter") &&
+         expect(handler->gid() == GID_WEB_FILTER_PROFILE, "handler") &&
+         expect(IPAddressMask("192.0.2.0/24").matches(IPAddress("192.0.2.7")), "mask") &&
          expect(StringPattern("*.example", true, false).matches("mail.EXAMPLE"), "pattern") &&
          expect(EmailAddress::rfc5321Parse("a@b.example", false).domain() == "b.example",
                 "address") &&

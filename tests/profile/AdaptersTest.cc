@@ -1,4 +1,4 @@
-#include "profile/Adapters.h"
+#include "Adapters.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +8,9 @@
 #include <vector>
 
 #include "platform/common/Strings.h"
+#include "platform/config/records/SharedRecords.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringContainer.h"
 
 using namespace Kestrav;
 using testing::ElementsAre;

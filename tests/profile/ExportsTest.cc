@@ -2,10 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <list>
+#include <string>
 #include <vector>
 
-#include "platform/config/records/SessionRecords.h"
-#include "profile/factory/FactoryHandlers.h"
+#include "Adapters.h"
+#include "FactoryHandlers.h"
+#include "platform/config/records/SharedRecords.h"
+#include "platform/regex/PatternContainer.h"
+#include "platform/regex/StringContainer.h"
 
 using namespace Kestrav::CMF::Event;
 
@@ -42,4 +47,19 @@ TEST(Exports, FactorysHandlersCanBeMade) {
   EXPECT_THAT(tables, testing::ElementsAre(456, 377, 363, 1832, 948, 1339, 512, 199, 871, 898, 862,
                                            864, 901, 1251, 916, 1782, 1229, 617, 1418, 1441, 1511,
                                            1528, 446, 448, 1682));
+}
+
+TEST(Exports, AdaptersFillTheirContainers) {
+  const __aps_hideheader_list_t header{"X-Mailer"};
+  const aps_fqdn_t host{"bl.example"};
+  const aps_bounded_string domain{"example.com"};
+  Kestrav::StringContainer headers;
+  Kestrav::PatternContainer patterns;
+  std::list<std::string> hosts;
+  Kestrav::adapter(headers, 1, &header);
+  Kestrav::adapter(hosts, 1, &host);
+  Kestrav::adapter(patterns, 1, &domain);
+  EXPECT_TRUE(headers.contains("x-mailer"));
+  EXPECT_THAT(hosts, testing::ElementsAre("bl.example"));
+  EXPECT_TRUE(patterns.matches("user@mail.example.com"));
 }

@@ -15,7 +15,7 @@
 #include "platform/config/records/DeliveryRecords.h"
 #include "platform/config/records/SessionRecords.h"
 #include "profile/factory/FactoryCaches.h"
-#include "profile/factory/FactoryHandlers.h"
+#include "profile/factory/FactoryEvents.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "ProfileGlobalSettings.h"
-#include "platform/common/Exception.h"
 #include "platform/config/client/cmf.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
@@ -188,18 +187,6 @@ TEST(ProfileFactory, IdZeroNamesNoProfile) {
   EXPECT_TRUE(folder(0).isNull());
   EXPECT_TRUE(antispam(static_cast<std::uint32_t>(-1)).isNull());
   EXPECT_TRUE(webFilter(static_cast<std::uint32_t>(-1)).isNull());
-}
-
-TEST(ProfileFactory, FailureOfAProfileReachesTheCallerAndLeavesNothingBehind) {
-  const std::uint32_t action = freshId();
-  const std::uint32_t id = freshId();
-  put(AntispamActionRecord(action).rewrite(3, "%%LOCAL", 0, ""),
-      AntispamRecord(id).defaultAction(action));
-  EXPECT_THROW(antispam(id), Exception);
-  EXPECT_THROW(antispam(id), Exception);  // the lock is free again
-  EventsHeld held;
-  held.put(AntispamActionRecord(action).rewrite(3, "%%LOCAL%%", 0, ""));
-  EXPECT_FALSE(antispam(id).isNull());
 }
 
 // --- Dropping

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "FactoryHandlers.h"
 #include "platform/common/Exception.h"
-#include "profile/factory/FactoryHandlers.h"
 #include "tests/profile/AnyRecord.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"

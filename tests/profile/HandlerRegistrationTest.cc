@@ -9,7 +9,7 @@
 #include <typeinfo>
 #include <vector>
 
-#include "profile/factory/FactoryHandlers.h"
+#include "FactoryHandlers.h"
 #include "tests/profile/Factory.h"
 #include "tests/profile/Gateway.h"
 #include "tests/profile/Hooks.h"

@@ -1,10 +1,10 @@
 // The handlers that keep the profile factory's caches and the sets of trusted MTAs up to date: one
 // for each table that profiles are made from, directly or indirectly.
 //
-// They run on the configuration library's event thread.
+// The factory makes and registers them itself. A daemon that registers another one, or calls
+// message(), only drops what would be made again. message() and resync() run on the event thread.
 #pragma once
 
-#include "ProfileFactory.h"
 #include "config/Event.h"
 #include "platform/common/Export.h"
 #include "platform/config/records/Gid.h"
@@ -14,39 +14,30 @@ struct __aps_antispam_action;
 struct __aps_as_wf_profile;
 struct __aps_cmsg_type;
 struct __aps_content_action;
+struct __aps_dlp_profile;
 struct __aps_fasmilter;
+struct __aps_gw_as_profile;
+struct __aps_gw_av_profile;
+struct __aps_gw_content_profile;
 struct __aps_ip_mask_string;
 struct __aps_mailserver;
+struct __aps_profile_notification;
+struct __aps_systemquarantine_folders;
 struct __aps_vip_map;
+struct __attachment_file_pattern;
+struct __qv_ip_profile;
 struct __vexa_bounce_profile;
 struct __vexa_dictionary;
 struct __vexa_dictionary_group;
 struct __vexa_dictionary_group_item;
 struct __vexa_dictionary_item;
+struct __vexa_encryption_profile;
 struct aps_antivirus_action;
 
 namespace Kestrav {
 
-// The part of the factory that only its event handlers use.
-class FactoryEvents {
- public:
-  // The factory, even while it is still registering its handlers.
-  static ProfileFactory& factory();
-  static ProfileFactory::Caches& caches(ProfileFactory& factory);
-
-  // Kinds that callers have no reason to clear.
-  static void clearEncryptionProfiles(ProfileFactory& factory);
-  static void clearQuarantineFolders(ProfileFactory& factory);
-  static void readFolderIdsOfAnotherStore(ProfileFactory& factory);
-};
-
-// Clears every cache that depends on `table`, in the order that FactoryHandlers.cc lists.
+// Clears every cache of the factory that depends on `table`: what a handler that clears does.
 KESTRAV_API void clearProfilesOfTable(unsigned int table);
-
-// Register the factory's handlers with the dispatcher. The handler of quarantine folders is
-// separate because it is registered last.
-void registerFactoryHandlers();
-void registerQuarantineFolderHandler();
 
 }  // namespace Kestrav
 

@@ -1,15 +1,21 @@
 // Copy the fixed-size text lists of configuration records to the containers that profiles use.
+//
+// Any thread may call them; the caller has the container to itself.
 #pragma once
 
 #include <list>
 #include <string>
 
 #include "platform/common/Export.h"
-#include "platform/config/records/SharedRecords.h"
-#include "platform/regex/PatternContainer.h"
-#include "platform/regex/StringContainer.h"
+
+struct __aps_hideheader_list_t;
+struct aps_bounded_string;
+struct aps_fqdn_t;
 
 namespace Kestrav {
+
+class PatternContainer;
+class StringContainer;
 
 // Each adds the first `count` entries of `list` in order and skips empty ones; a count below 1 adds
 // nothing. An entry without a NUL takes its whole field.
