@@ -3,18 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <functional>
 
 #include "PolicyIPAddress.h"
 #include "PolicyRecipient.h"
 #include "ProfileFactory.h"
-#include "ProfileGlobalSettings.h"
 #include "TrustedMTASet.h"
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
-#include "config/ServerCache.h"
 #include "platform/config/records/QuarantineRecords.h"
 #include "platform/dictionary/DictionaryFactory.h"
+#include "tests/profile/EntryPoints.h"
 #include "tests/profile/Gateway.h"
 #include "tests/support/AntispamRecords.h"
 #include "tests/support/DictionaryRecords.h"
@@ -120,79 +118,6 @@ TEST_F(PreFork, ChildOfAnotherStoreReadsItsFoldersAndAnswersFromItAlone) {
   erase(GID_QUARANTINE_FOLDER, id_ + 1);
 }
 
-struct EntryPoint {
-  const char* name;
-  std::function<void()> call;
-};
-
-// What a child that uses its parent's store may not ask. The factory and the handles were made
-// before the fork.
-std::vector<EntryPoint> entryPoints(ProfileFactory* factory, std::uint32_t id) {
-  using namespace CMF;
-  static PolicyIPAddress ip(IPAddress("192.0.2.1"), IPAddress("192.0.2.2"));
-  static PolicyRecipient other(kSender, kRecipient, false, false);
-  static __qv_ip_policy record{};
-  static __vexa_recipient_policy recipientRecord{};
-  const int number = static_cast<int>(id);
-  ConfigStore* const store = &Testing::store();
-  return {
-      {"PolicyIPAddress by addresses",
-       [] { PolicyIPAddress(IPAddress("192.0.2.1"), IPAddress("192.0.2.2")); }},
-      {"PolicyIPAddress by record", [] { PolicyIPAddress{record}; }},
-      {"PolicyRecipient by addresses", [] { PolicyRecipient(kSender, kRecipient, false, false); }},
-      {"PolicyRecipient without policy", [] { PolicyRecipient(kSender, kRecipient, true, false); }},
-      {"PolicyRecipient by IP policy", [] { PolicyRecipient(kSender, kRecipient, ip); }},
-      {"PolicyRecipient by another", [] { PolicyRecipient(kRecipient, other); }},
-      {"cfg_ip_policy_match",
-       [] {
-         cfg_ip_policy_match(IPAddress("192.0.2.1").asIpAddr(), IPAddress("192.0.2.2").asIpAddr(),
-                             &record);
-       }},
-      {"cfg_get_incoming_policy",
-       [] { cfg_get_incoming_policy(nullptr, "someone@fork.example", &recipientRecord); }},
-      {"cfg_get_outgoing_policy",
-       [] { cfg_get_outgoing_policy(nullptr, "someone@elsewhere.example", &recipientRecord); }},
-      {"ProfileFactory::instance", [] { ProfileFactory::instance(); }},
-      {"createProfileAntiSpam", [=] { factory->createProfileAntiSpam(number, 0); }},
-      {"createProfileWebFilter", [=] { factory->createProfileWebFilter(number); }},
-      {"createProfileQuarantineFolder", [=] { factory->createProfileQuarantineFolder(number, 0); }},
-      {"ProfileAntiSpam by record", [=] { ProfileAntiSpam(0, number, AntispamRecord(id).data()); }},
-      {"ProfileWebFilter by record", [=] { ProfileWebFilter(WebFilterRecord(id).data()); }},
-      {"createProfileScanner",
-       [] { DictionaryFactory::instance()->createProfileScanner("anything"); }},
-      {"createGroupScanner", [] { DictionaryFactory::instance()->createGroupScanner("anything"); }},
-      {"clearAntispamProfiles", [=] { factory->clearAntispamProfiles(); }},
-      {"deferredPeriod", [=] { factory->deferredPeriod(); }},
-      {"ProfileGlobalSettings::deferredPeriod", [] { ProfileGlobalSettings::deferredPeriod(); }},
-      {"quarantineControlSettings", [] { ProfileAntiSpam::quarantineControlSettings(false); }},
-      {"bayesianSystemSettings", [] { ProfileAntiSpam::bayesianSystemSettings(false); }},
-      {"controlAccountType", [] { ProfileAntiSpam::controlAccountType(kSender); }},
-#define KESTRAV_ROW(Rec, GID, Type) \
-  {"client-side cache of " #Rec, [] { RefApsSysClientSideCache<Rec, GID>::instance(false); }},
-      KESTRAV_CLIENT_SIDE_CACHES(KESTRAV_ROW)
-#undef KESTRAV_ROW
-          {"RefApsGwServerCache::instance", [] { RefApsGwServerCache::instance(false); }},
-      {"TrustedMTASetRef::instance", [] { TrustedMTASetRef::instance(false); }},
-      {"initializeTrustedMTASet", [] { initializeTrustedMTASet(); }},
-      {"waitApplied", [] { dispatcher()->waitApplied(1, 0); }},
-      {"ConfigStore::attach", [] { ConfigStore::attach(ConfigStore::attached()); }},
-      {"ConfigStore::detach", [] { ConfigStore::detach(); }},
-      {"snapshot", [=] { store->snapshot(); }},
-      {"commit", [=] { store->commit({}); }},
-      {"commitAt", [=] { store->commitAt(1, {}); }},
-      {"revision", [=] { store->revision(); }},
-      {"waitForRevision", [=] { store->waitForRevision(0, 0); }},
-      {"journal", [=] { store->journal(0, 1, [](const Config::JournalEntry&) {}); }},
-      {"registerProcess", [=] { store->registerProcess("child"); }},
-      {"applied", [=] { store->applied(1); }},
-      {"processes", [=] { store->processes(); }},
-      {"status", [=] { store->status(); }},
-      {"wakeWaiting", [=] { store->wakeWaiting(); }},
-      {"statistics", [=] { store->statistics(); }},
-      {"clearDeadReaders", [=] { store->clearDeadReaders(); }},
-  };
-}
-
 TEST_F(PreFork, SettingsTakenBeforeTheForkStayValidInAChildThatAttaches) {
   const auto* const settings = ProfileAntiSpam::quarantineControlSettings(false);
   const TemporaryFolder folder;
@@ -205,7 +130,10 @@ TEST_F(PreFork, SettingsTakenBeforeTheForkStayValidInAChildThatAttaches) {
 }
 
 TEST_F(PreFork, ChildThatDoesNotAttachIsRefusedByEveryEntryPoint) {
-  const std::vector<EntryPoint> all = entryPoints(factory_, id_);
+  // The factory and the handles were made before the fork.
+  std::vector<EntryPoint> all = storeEntryPoints([this] { return factory_; }, id_, &store());
+  all.push_back({"ConfigStore::attach", [] { ConfigStore::attach(ConfigStore::attached()); }});
+  all.push_back({"ConfigStore::detach", [] { ConfigStore::detach(); }});
   EXPECT_EQ(inChild([&] {
               int wrong = 0;
               for (const EntryPoint& entry : all) {
@@ -216,7 +144,7 @@ TEST_F(PreFork, ChildThatDoesNotAttachIsRefusedByEveryEntryPoint) {
                   code = failure.code();
                 }
                 if (code == Config::StoreError::kForked) continue;
-                std::fprintf(stderr, "%s: code %d\n", entry.name, code);
+                std::fprintf(stderr, "%s: code %d\n", entry.name.c_str(), code);
                 ++wrong;
               }
               return wrong == 0 ? kDone : wrong;

@@ -16,7 +16,7 @@ void logStoreFailure(const char* operation, const std::exception& reason);
 
 // Runs `work` on a thread that holds no snapshot, and waits for it: a thread with a query or a read
 // lock open reads its own revision only. What `work` throws is thrown here, and Exception kInternal
-// when there is no thread to be had.
+// when the thread cannot be started.
 KESTRAV_API void atNewestRevision(const std::function<void()>& work);
 
 }  // namespace Kestrav::Config::Client

@@ -49,6 +49,11 @@ inline std::uint64_t bigEndian(std::string_view bytes) {
   return value;
 }
 
+// The number in these bytes of a key. 0 when a damaged key is too short for it.
+inline std::uint64_t numberOfKey(std::string_view key, std::size_t at, std::size_t size) {
+  return key.size() < at + size ? 0 : bigEndian(key.substr(at, size));
+}
+
 inline constexpr std::size_t kRowKeySize = 20;
 inline Key tablePrefix(G_CLI_GID gid, ngid_t domain) {
   return Key().u32(gid).u32(domain);
@@ -57,10 +62,10 @@ inline Key rowKey(G_CLI_GID gid, ngid_t domain, std::uint64_t position, std::uin
   return tablePrefix(gid, domain).u64(position).u32(id);
 }
 inline std::uint64_t positionOfRow(std::string_view key) {
-  return bigEndian(key.substr(8, 8));
+  return numberOfKey(key, 8, 8);
 }
 inline std::uint32_t idOfRow(std::string_view key) {
-  return static_cast<std::uint32_t>(bigEndian(key.substr(16, 4)));
+  return static_cast<std::uint32_t>(numberOfKey(key, 16, 4));
 }
 inline Key idKey(G_CLI_GID gid, ngid_t domain, std::uint32_t id) {
   return tablePrefix(gid, domain).u32(id);
@@ -76,10 +81,10 @@ inline Key journalKey(Revision revision, std::uint32_t number) {
 }
 
 inline Revision revisionOfEntry(std::string_view key) {
-  return bigEndian(key.substr(0, 8));
+  return numberOfKey(key, 0, 8);
 }
 inline std::uint32_t numberOfEntry(std::string_view key) {
-  return static_cast<std::uint32_t>(bigEndian(key.substr(8, 4)));
+  return static_cast<std::uint32_t>(numberOfKey(key, 8, 4));
 }
 
 // One table in one domain. Little-endian, as it is in memory.

@@ -29,7 +29,11 @@ const std::shared_ptr<const TableIndex>& singleIndex() {
 
 TableState stateOf(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain) {
   const auto bytes = get(reading.txn(), reading.db(LmdbEnv::kMeta), tableKey(gid, domain));
-  return bytes ? fromBytes<TableState>(*bytes) : TableState{};
+  TableState state = bytes ? fromBytes<TableState>(*bytes) : TableState{};
+  // Damaged bytes may give any number.
+  const std::uint64_t rows = entries(reading.txn(), reading.db(LmdbEnv::kRows));
+  state.count = std::min(state.count, rows);
+  return state;
 }
 
 std::shared_ptr<const TableIndex> readIndex(const ReadTransaction& reading, G_CLI_GID gid,
