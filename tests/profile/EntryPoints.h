@@ -1,5 +1,5 @@
 // Calls of the functions that the installed headers declare, for tests that make all of them under
-// one condition. A new function gets a row in EntryPoints.cc.
+// one condition. A new function gets a row.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,10 @@ std::vector<EntryPoint> textEntryPoints(const std::string& text, Config::ConfigS
 // Those that take an id, a table, a domain, an index or a revision.
 std::vector<EntryPoint> numberEntryPoints(std::uint64_t number, Config::ConfigStore* store);
 
-// What the library's handlers and containers do.
+// Those of handlers and of the dispatcher.
 std::vector<EntryPoint> handlerEntryPoints();
+
+// Those of the factory, the sets and the handles that storeEntryPoints() does not have.
+std::vector<EntryPoint> factoryEntryPoints(std::uint32_t id);
 
 }  // namespace Kestrav::Testing

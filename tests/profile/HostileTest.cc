@@ -165,7 +165,7 @@ const std::uint64_t kNumbers[] = {
 
 std::vector<EntryPoint> withoutArguments(ConfigStore* store) {
   std::vector<EntryPoint> all = storeEntryPoints(&ProfileFactory::instance, kId, store);
-  for (auto more : {plainEntryPoints(kId), handlerEntryPoints()}) {
+  for (auto more : {plainEntryPoints(kId), handlerEntryPoints(), factoryEntryPoints(kId)}) {
     all.insert(all.end(), more.begin(), more.end());
   }
   return all;
