@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <stdexcept>
 #include <string>
 
@@ -127,6 +128,28 @@ TEST(ProfileFailure, OfADictionaryOrACategoryReachesTheCallerAndNothingIsCached)
   const ProfileAntiSpam made = antispam(id);
   ASSERT_FALSE(made.isNull());
   EXPECT_FALSE(made.profileWebFilter().isNull());
+}
+
+// --- The event thread
+
+TEST(EventThread, GoesOnWhenTheStoreCannotBeRead) {
+  const std::uint32_t id = freshId();
+  factory();
+  put(AntispamRecord(id).name("old"));
+  EXPECT_EQ(antispam(id).name(), "old");
+  const LogCapture log;
+  {
+    std::atomic<bool> journalFailed{false};
+    const Before<&Config::ConfigStore::journal> noJournal([&](auto&&...) {
+      journalFailed = true;
+      fail();
+    });
+    const Before<&Config::ConfigStore::revision> noRevision([&](auto&&...) {
+      if (journalFailed.exchange(false)) fail();
+    });
+    put(AntispamRecord(id).name("new"));
+  }
+  EXPECT_EQ(antispam(id).name(), "new");
 }
 
 // --- Policies

@@ -7,9 +7,10 @@ namespace Kestrav::Testing {
 [[gnu::used, gnu::section(".interposed")]] extern constinit const Interposition<
     // The platform
     &CMF::Event::DispatcherImpl::add, &CMF::Event::Dispatcher::instance,
-    &Config::ConfigStore::attached, &CMF::RefApsGwServerCache::instance, &nCfg_query,
-    &DictionaryFactory::createProfileScanner, &DictionaryFactory::clean, &cfg_ip_policy_match,
-    &cfg_get_incoming_policy, &cfg_get_outgoing_policy,
+    &Config::ConfigStore::attached, &Config::ConfigStore::journal, &Config::ConfigStore::revision,
+    &CMF::RefApsGwServerCache::instance, &nCfg_query, &DictionaryFactory::createProfileScanner,
+    &DictionaryFactory::clean, &cfg_ip_policy_match, &cfg_get_incoming_policy,
+    &cfg_get_outgoing_policy,
 
     // The factory
     &ProfileFactory::createProfileAntiSpam, &ProfileFactory::clearAntispamProfiles,

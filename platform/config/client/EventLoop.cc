@@ -338,7 +338,12 @@ void EventLoop::deliver(ConfigStore& store, Revision upTo) {
       logStoreFailure("journal", reason);
     }
     if (!complete) {  // the journal was cut off before `next`, or cannot be read
-      const Revision newest = store.revision();
+      Revision newest = upTo;
+      try {
+        newest = store.revision();
+      } catch (const std::exception& reason) {
+        logStoreFailure("revision", reason);
+      }
       Logger::instance(false).log(LogCode::kEventsResynchronised, "%llu\x01%llu",
                                   static_cast<unsigned long long>(applied()),
                                   static_cast<unsigned long long>(newest));
