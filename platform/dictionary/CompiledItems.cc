@@ -27,15 +27,28 @@ const ScanHit* findHit(const ScanResult& result, std::size_t item) {
 
 }  // namespace
 
-CompiledItems::CompiledItems(Items items, const Report& skipped) : items_(std::move(items)) {
+CompiledItems::CompiledItems(Items items, const Report& leftOut, bool incomplete, Cost most)
+    : items_(std::move(items)), leavesOut_(incomplete) {
+  const SetPlan plan = planSet(items_, most);
+  cost_ = plan.cost;
+  const auto leaveOut = [&](std::uint32_t item, const std::string& reason) {
+    leavesOut_ = true;
+    leftOut(*items_[item], reason);
+  };
   std::vector<LiteralSet::Literal> plain;
   std::vector<LiteralSet::Literal> folded;
   std::vector<LiteralSet::Literal> spaced;
   std::vector<ExpressionSet::Expression> expressions;
   for (std::uint32_t i = 0; i < items_.size(); ++i) {
     const Item& item = *items_[i];
+    if (plan.searches[i] == SetPlan::Search::kNone) {
+      leaveOut(i, "the items of the set cost " + std::to_string(cost_) + " to compile, at most " +
+                      std::to_string(most) + " are allowed, and this is one of the costliest");
+      continue;
+    }
     if (item.expression) {
-      expressions.push_back({item.gate, i, !item.caseSensitive});
+      expressions.push_back(
+          {&item.gate, i, !item.caseSensitive, plan.searches[i] == SetPlan::Search::kByLiterals});
       continue;
     }
     // ASCII folds to ASCII only, as the engine's own case folding does.
@@ -52,18 +65,15 @@ CompiledItems::CompiledItems(Items items, const Report& skipped) : items_(std::m
     }
   }
 
-  const auto skip = [&](std::uint32_t item, const std::string& reason) {
-    skipped(*items_[item], reason);
-  };
-  plain_ = LiteralSet(plain, skip);
-  folded_ = LiteralSet(folded, skip);
-  spaced_ = LiteralSet(spaced, skip);
+  plain_ = LiteralSet(plain, leaveOut);
+  folded_ = LiteralSet(folded, leaveOut);
+  spaced_ = LiteralSet(spaced, leaveOut);
   expressions_ = ExpressionSet(expressions);
-  for (const std::uint32_t item : expressions_.unsupported()) {
+  for (const std::uint32_t item : expressions_.ungated()) {
     if (ungated_.size() < kMostUngated) {
       ungated_.push_back(item);
     } else {
-      skip(item, "one of too many expressions that can only be searched for one by one");
+      leaveOut(item, "one of too many expressions that can only be searched for one by one");
     }
   }
 }
@@ -72,12 +82,13 @@ void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& resul
                          const Report& givenUp) const {
   const bool truncated = text.size() > kLongestText;
   text = text.substr(0, kLongestText);
+  bool complete = !truncated && !leavesOut_;
   Tallies tallies;
   if (!plain_.empty()) scanLiterals(plain_, text, area, tallies);
   const bool literalsOnly = expressions_.empty() && ungated_.empty();
   if (folded_.empty() && spaced_.empty() && literalsOnly) {
     addTo(result, tallies);
-    result.complete &= !truncated;
+    result.complete &= complete;
     return;
   }
   const bool ascii = isAscii(text);
@@ -88,7 +99,6 @@ void CompiledItems::scan(std::string_view text, ScanArea area, ScanResult& resul
   if (!spaced_.empty() && (!ascii || spacesAscii_)) {
     scanLiterals(spaced_, normalised(text, false), area, tallies);
   }
-  bool complete = !truncated;
   if (!literalsOnly) {
     const bool readable = ascii || Characters::isUtf8(text);
     const std::string converted = readable ? std::string() : asUtf8(text);
@@ -117,8 +127,8 @@ bool CompiledItems::scanExpressions(std::string_view text, ScanArea area, const 
                                     Tallies& tallies, const Report& givenUp) const {
   const std::vector<std::uint32_t> found = expressions_.candidates(text);
   std::vector<std::uint32_t> wanted;
-  std::merge(found.begin(), found.end(), ungated_.begin(), ungated_.end(),
-             std::back_inserter(wanted));
+  std::set_union(found.begin(), found.end(), ungated_.begin(), ungated_.end(),
+                 std::back_inserter(wanted));
   bool complete = true;
   for (const std::uint32_t index : wanted) {
     const Item& item = *items_[index];

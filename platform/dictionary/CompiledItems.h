@@ -13,17 +13,26 @@
 #include "platform/dictionary/DictionaryScanner.h"
 #include "platform/dictionary/ExpressionSet.h"
 #include "platform/dictionary/LiteralSet.h"
+#include "platform/dictionary/SetPlan.h"
 
 namespace Kestrav::Dictionary {
 
 class CompiledItems {
  public:
   using Items = std::vector<std::shared_ptr<const Item>>;
-  // Receives why an item was skipped or given up.
+  // Receives why an item was left out or given up.
   using Report = std::function<void(const Item& item, const std::string& reason)>;
 
-  // Reports and omits the items that the engine cannot compile.
-  CompiledItems(Items items, const Report& skipped);
+  // Leaves out, and reports, the items that the engine cannot compile, the costliest ones of a set
+  // that costs more than `most`, and expressions that would slow down every scan.
+  // `incomplete`: items were left out before.
+  CompiledItems(Items items, const Report& leftOut, bool incomplete = false,
+                Cost most = kMostSetCost);
+
+  // The estimate for all items, also for those that were left out.
+  Cost cost() const { return cost_; }
+  // Scans may miss matches.
+  bool leavesOut() const { return leavesOut_; }
 
   // Adds the matches in `text` to `result` and reports searches that were given up. Throws what the
   // engine throws, with `result` unchanged.
@@ -44,6 +53,8 @@ class CompiledItems {
   void addTo(ScanResult& result, const Tallies& tallies) const;
 
   Items items_;
+  Cost cost_ = 0;
+  bool leavesOut_ = false;
   LiteralSet plain_;          // for the text as given
   LiteralSet folded_;         // for the text with case folded and white space normalised
   LiteralSet spaced_;         // for the text with white space normalised

@@ -2,6 +2,7 @@
 
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
@@ -36,25 +37,24 @@ std::uint32_t idByName(const Snapshot& snapshot, G_CLI_GID table, const std::str
   return id;
 }
 
-void addItems(const Snapshot& snapshot, const std::set<std::uint32_t>& dictionaries,
-              ProfileDictionaryScanner& scanner) {
+using Items = std::vector<__vexa_dictionary_item>;
+
+void addItems(const Snapshot& snapshot, const std::set<std::uint32_t>& dictionaries, Items& items) {
   snapshot.walk(GID_DICTIONARY_ITEM, kSystemDomain, [&](const StoredRecord& record) {
     const auto* item = record.as<__vexa_dictionary_item>();
-    if (dictionaries.contains(item->dictionary_id)) scanner.add_pattern(*item);
+    if (dictionaries.contains(item->dictionary_id)) items.push_back(*item);
     return true;
   });
 }
 
-bool fillFromDictionary(const Snapshot& snapshot, const std::string& name,
-                        ProfileDictionaryScanner& scanner) {
+bool itemsOfDictionary(const Snapshot& snapshot, const std::string& name, Items& items) {
   const auto id = idByName<__vexa_dictionary>(snapshot, GID_DICTIONARY, name);
   if (id == kNoId) return false;
-  addItems(snapshot, {id}, scanner);
+  addItems(snapshot, {id}, items);
   return true;
 }
 
-bool fillFromGroup(const Snapshot& snapshot, const std::string& name,
-                   ProfileDictionaryScanner& scanner) {
+bool itemsOfGroup(const Snapshot& snapshot, const std::string& name, Items& items) {
   const auto id = idByName<__vexa_dictionary_group>(snapshot, GID_DICTIONARY_GROUP, name);
   if (id == kNoId) return false;
   std::set<std::uint32_t> dictionaries;
@@ -63,7 +63,7 @@ bool fillFromGroup(const Snapshot& snapshot, const std::string& name,
     if (member->group_id == id) dictionaries.insert(member->dictionary_id);
     return true;
   });
-  addItems(snapshot, dictionaries, scanner);
+  addItems(snapshot, dictionaries, items);
   return true;
 }
 
@@ -75,17 +75,17 @@ DictionaryFactory& DictionaryFactory::instance() {
 }
 
 Ref<DictionaryScannerImpl> DictionaryFactory::createProfileScanner(const std::string& name) {
-  return create(&DictionaryFactory::profileScanners_, name, &fillFromDictionary,
+  return create(&DictionaryFactory::profileScanners_, name, &itemsOfDictionary,
                 "there is no dictionary of this name");
 }
 
 Ref<DictionaryScannerImpl> DictionaryFactory::createGroupScanner(const std::string& name) {
-  return create(&DictionaryFactory::groupScanners_, name, &fillFromGroup,
+  return create(&DictionaryFactory::groupScanners_, name, &itemsOfGroup,
                 "there is no dictionary group of this name");
 }
 
 Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory::*cache,
-                                                     const std::string& name, Fill fill,
+                                                     const std::string& name, ReadItems readItems,
                                                      const char* missing) {
   Config::refuseParentsStore();
   if (attachment_ != Config::attachmentNumber()) clean();
@@ -100,21 +100,21 @@ Ref<DictionaryScannerImpl> DictionaryFactory::create(Scanners DictionaryFactory:
   }
   if (!RevisionScope::mayRead()) return {};
 
-  auto* scanner = new ProfileDictionaryScanner(name);
-  Ref<DictionaryScannerImpl> handle(scanner);
+  Items items;
   const std::shared_ptr<Config::ConfigStore> store = Config::ConfigStore::attached();
   Config::Revision revision = 0;
   bool found = false;
   if (store) {
     const Snapshot snapshot = store->snapshot();
     revision = snapshot.revision();
-    found = fill(snapshot, name, *scanner);
+    found = readItems(snapshot, name, items);
   }
   if (!found) {
     Logger::instance(false).log(LogCode::kDictionaryScanFailed, "%s\x01%s", name.c_str(), missing);
     return {};
   }
-  scanner->compile();
+  // The caller may hold locks that others wait for: the first scan compiles.
+  const Ref<DictionaryScannerImpl> handle(new ProfileDictionaryScanner(name, std::move(items)));
 
   Synchronized guard(mutex_);
   if (generation != generation_) return handle;

@@ -1,8 +1,9 @@
 // Creates and caches the scanners of configured dictionaries and dictionary groups; clean()
 // invalidates them.
 //
-// Thread-safe. Scanners are built without a lock. A scanner whose build began before a clean(), or
-// that was built from a revision older than that of the last clean(), is returned but not cached.
+// Thread-safe. Reads the items without a lock; the first scan compiles them. A scanner whose items
+// were read before a clean(), or at a revision older than that of the last clean(), is returned but
+// not cached.
 #pragma once
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/common/Mutex.h"
 #include "platform/dictionary/DictionaryScanner.h"
@@ -21,7 +23,6 @@ class ConfigStore;
 class Snapshot;
 }  // namespace Config
 
-class ProfileDictionaryScanner;
 template <class T>
 class NoDestructor;
 
@@ -49,13 +50,13 @@ class KESTRAV_API DictionaryFactory : private NonCopyable {
     std::uint64_t revision;  // that its items were read at
   };
   using Scanners = std::map<std::string, Scanner>;
-  using Fill = bool (*)(const Config::Snapshot& snapshot, const std::string& name,
-                        ProfileDictionaryScanner& scanner);
+  using ReadItems = bool (*)(const Config::Snapshot& snapshot, const std::string& name,
+                             std::vector<__vexa_dictionary_item>& items);
 
   friend class NoDestructor<DictionaryFactory>;
   DictionaryFactory() = default;
   Ref<DictionaryScannerImpl> create(Scanners DictionaryFactory::*cache, const std::string& name,
-                                    Fill fill, const char* missing);
+                                    ReadItems readItems, const char* missing);
 
   Mutex mutex_;  // guards what follows
   Scanners profileScanners_;

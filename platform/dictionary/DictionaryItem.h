@@ -17,6 +17,7 @@
 
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/dictionary/CountedExpression.h"
+#include "platform/dictionary/Gate.h"
 
 namespace Kestrav::Dictionary {
 
@@ -25,11 +26,12 @@ inline constexpr std::uint32_t kAnyNumber = std::numeric_limits<std::uint32_t>::
 struct Item {
   std::string text;     // as configured
   std::string literal;  // white space normalised, case folded unless caseSensitive
-  std::string gate;     // of expressions: only texts in which it matches are searched
+  Gate gate;            // of expressions: only texts that pass it are searched
   std::unique_ptr<const CountedExpression> expression;  // null for literals
   bool caseSensitive = false;
   bool wholeWords = false;
-  bool gateIsExpression = false;  // the gate has the same matches
+  bool gateIsExpression = false;  // the gate was made from the whole of `expression`
+  Cost cost = 0;                  // of compiling it, without the gate's expression
   std::uint32_t score = 0;        // of each match
   std::uint32_t mostMatches = kAnyNumber;
   std::uint32_t scope = 0;  // kDictionaryScope...; 0: everywhere

@@ -4,16 +4,17 @@
 
 namespace Kestrav::Dictionary {
 
-LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure) {
+LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure,
+                       Report report) {
   entries_.reserve(literals.size());
   for (const Literal& literal : literals) {
     entries_.push_back({literal.item, static_cast<std::uint32_t>(literal.text.size())});
   }
-  build(literals, 0, literals.size(), onFailure);
+  build(literals, 0, literals.size(), onFailure, report);
 }
 
 void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
-                       const OnFailure& onFailure) {
+                       const OnFailure& onFailure, Report report) {
   if (first == last) return;
   std::vector<const char*> texts;
   std::vector<std::size_t> lengths;
@@ -23,7 +24,8 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
     texts.push_back(literals[i].text.data());
     lengths.push_back(literals[i].text.size());
     numbers.push_back(static_cast<unsigned int>(i));
-    flags.push_back(literals[i].ignoreCase ? HS_FLAG_CASELESS : 0u);
+    flags.push_back((literals[i].ignoreCase ? HS_FLAG_CASELESS : 0u) |
+                    (report == Report::kFirst ? HS_FLAG_SINGLEMATCH : 0u));
   }
 
   hs_database_t* database = nullptr;
@@ -44,8 +46,8 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
   // One bad word, or too many for one database: halving isolates the bad words and keeps the
   // others.
   const std::size_t middle = first + (last - first) / 2;
-  build(literals, first, middle, onFailure);
-  build(literals, middle, last, onFailure);
+  build(literals, first, middle, onFailure, report);
+  build(literals, middle, last, onFailure, report);
 }
 
 }  // namespace Kestrav::Dictionary

@@ -29,19 +29,37 @@ DictionaryScannerImpl::~DictionaryScannerImpl() = default;
 
 ProfileDictionaryScanner::ProfileDictionaryScanner(std::string name) : name_(std::move(name)) {}
 
+ProfileDictionaryScanner::ProfileDictionaryScanner(std::string name,
+                                                   std::vector<__vexa_dictionary_item> items)
+    : name_(std::move(name)), waiting_(std::move(items)) {}
+
 ProfileDictionaryScanner::~ProfileDictionaryScanner() = default;
 
 bool ProfileDictionaryScanner::add_pattern(const __vexa_dictionary_item& item) {
+  Synchronized guard(mutex_);
+  addWaiting();
+  const bool left = leavesOut_;
+  const bool added = add(item);
+  if (added || leavesOut_ != left) current_.store(nullptr, std::memory_order_release);
+  return added;
+}
+
+void ProfileDictionaryScanner::addWaiting() const {
+  for (; nextWaiting_ < waiting_.size(); ++nextWaiting_) add(waiting_[nextWaiting_]);
+  waiting_ = {};
+  nextWaiting_ = 0;
+}
+
+bool ProfileDictionaryScanner::add(const __vexa_dictionary_item& item) const {
   std::shared_ptr<const Dictionary::Item> added;
   try {
     added = Dictionary::makeItem(item);
   } catch (const Exception& exception) {
+    leavesOut_ = true;
     logSkipped(name_, std::string(boundedText(item.text)), exception.message());
   }
   if (!added) return false;
-  Synchronized guard(mutex_);
   items_.push_back(std::move(added));
-  current_.store(nullptr, std::memory_order_release);
   return true;
 }
 
@@ -51,10 +69,13 @@ const Dictionary::CompiledItems& ProfileDictionaryScanner::compiled() const {
   Synchronized guard(mutex_);
   current = current_.load(std::memory_order_relaxed);
   if (current != nullptr) return *current;
+  addWaiting();
   built_.push_back(std::make_unique<const Dictionary::CompiledItems>(
-      items_, [this](const Dictionary::Item& item, const std::string& reason) {
+      items_,
+      [this](const Dictionary::Item& item, const std::string& reason) {
         logSkipped(name_, item.text, reason);
-      }));
+      },
+      leavesOut_));
   current = built_.back().get();
   current_.store(current, std::memory_order_release);
   return *current;
@@ -66,6 +87,7 @@ void ProfileDictionaryScanner::compile() const {
 
 std::size_t ProfileDictionaryScanner::size() const {
   Synchronized guard(mutex_);
+  addWaiting();
   return items_.size();
 }
 

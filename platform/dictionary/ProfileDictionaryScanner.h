@@ -5,8 +5,9 @@
 //   scanner->add_pattern(item);
 //
 // Items are texts, wildcards and regular expressions (see DictionaryItem.h). The first scan after
-// an addition, or compile(), compiles them. Any number of threads may add, compile and scan; an
-// added item takes part in scans that begin later.
+// an addition, or compile(), compiles them; other threads that scan meanwhile wait for it. Any
+// number of threads may add, compile and scan; an added item takes part in scans that begin later.
+// When an item is left out, the log says why and every result says that it is not complete.
 #pragma once
 
 #include <atomic>
@@ -27,6 +28,8 @@ class CompiledItems;
 class KESTRAV_API ProfileDictionaryScanner : public DictionaryScannerImpl {
  public:
   explicit ProfileDictionaryScanner(std::string name);
+  // Adds the items when they are first needed: reading expressions takes time.
+  ProfileDictionaryScanner(std::string name, std::vector<__vexa_dictionary_item> items);
   ~ProfileDictionaryScanner() override;
 
   // True when the item was added. Disabled and empty items are not. An unknown kind or an
@@ -46,12 +49,18 @@ class KESTRAV_API ProfileDictionaryScanner : public DictionaryScannerImpl {
   using Items = std::vector<std::shared_ptr<const Dictionary::Item>>;
 
   const Dictionary::CompiledItems& compiled() const;
+  // REQUIRES: mutex_ is held.
+  void addWaiting() const;
+  bool add(const __vexa_dictionary_item& item) const;
 
   const std::string name_;
   // Null until compiled and after an addition.
   mutable std::atomic<const Dictionary::CompiledItems*> current_{nullptr};
-  mutable Mutex mutex_;  // guards the members below; not held while scanning
-  Items items_;
+  mutable Mutex mutex_;  // guards the members below; held while compiling, not while scanning
+  mutable std::vector<__vexa_dictionary_item> waiting_;  // to be added
+  mutable std::size_t nextWaiting_ = 0;                  // the first one that is not added yet
+  mutable Items items_;
+  mutable bool leavesOut_ = false;  // an item could not be added
   // The current one and its predecessors, which running scans may use.
   mutable std::vector<std::unique_ptr<const Dictionary::CompiledItems>> built_;
 };

@@ -2,37 +2,20 @@
 // counted with unmetered programs and without the multi-pattern pass.
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "platform/dictionary/Words.h"
 #include "platform/regex/Pcre.h"
 #include "tests/dictionary/DictionaryItems.h"
+#include "tests/dictionary/RandomExpressions.h"
 
 namespace Kestrav {
 namespace {
 
 using Testing::DictionaryItem;
+using Testing::Random;
 using Testing::Scanner;
 
 constexpr int kRounds = 300;
-constexpr int kExpressionRounds = 60;  // fewer, because each one compiles
-
-class Random {
- public:
-  explicit Random(unsigned seed) : engine_(seed) {}
-  int below(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(engine_); }
-  std::string pick(const std::vector<std::string>& from) {
-    return from[static_cast<std::size_t>(below(static_cast<int>(from.size())))];
-  }
-  std::string text(const std::vector<std::string>& pieces, int most) {
-    std::string result;
-    for (int i = below(most) + 1; i > 0; --i) result += pick(pieces);
-    return result;
-  }
-
- private:
-  std::mt19937 engine_;
-};
+constexpr int kExpressionRounds = 30;  // fewer, because each one compiles
 
 // Few and similar, so that matches, near misses and overlaps are frequent.
 const std::vector<std::string> kPieces = {

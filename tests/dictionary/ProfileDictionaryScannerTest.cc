@@ -231,13 +231,90 @@ TEST(ProfileDictionaryScanner, TextWithoutItsEndIsCutAtTheField) {
   EXPECT_EQ(scanner.scan(std::string(257, 'y')).score, 0);
 }
 
-TEST(ProfileDictionaryScanner, ExpressionsBeyondTheFastEngineAreLimitedInNumber) {
+TEST(ProfileDictionaryScanner, ExpressionsWithoutAGateAreLimitedInNumber) {
   const LoggedMessages logged;
   std::vector<DictionaryItem> items;
-  for (int i = 0; i < 40; ++i) items.push_back(Regex("x\\Ky" + std::to_string(i)));
+  for (int i = 0; i < 40; ++i) items.push_back(Regex("x\\K" + std::to_string(i)));
   const auto scanner = Scanner(items);
-  EXPECT_EQ(scanner->scan("xy0 xy31 xy32 xy39").score, 2);
+  EXPECT_EQ(scanner->size(), 40u);
+  const ScanResult result = scanner->scan("x0 x31 x32 x39");
+  EXPECT_EQ(result.score, 2);
+  EXPECT_FALSE(result.complete);
   EXPECT_EQ(logged.codes, std::vector<std::uint32_t>(8, LogCode::kDictionaryItemSkipped));
+  EXPECT_THAT(logged.fields[0],
+              ElementsAre("test", "x\\K32",
+                          "one of too many expressions that can only be searched for one by one"));
+}
+
+TEST(ProfileDictionaryScanner, ThirtyTwoExpressionsWithoutAGateAreComplete) {
+  std::vector<DictionaryItem> items;
+  for (int i = 0; i < 32; ++i) items.push_back(Regex("x\\K" + std::to_string(i)));
+  const ScanResult result = Scanner(items)->scan("x0 x31");
+  EXPECT_EQ(result.score, 2);
+  EXPECT_TRUE(result.complete);
+}
+
+TEST(ProfileDictionaryScanner, CostlyExpressionsAreSearchedForByTheirLiterals) {
+  const LoggedMessages logged;
+  std::vector<DictionaryItem> items;
+  for (int i = 0; i < 200; ++i) {
+    items.push_back(Regex("xy[a-z]{200,400}" + std::to_string(i)).partsOfWords());
+  }
+  for (int i = 0; i < 200; ++i) {
+    std::string words = "gold" + std::to_string(i);
+    while (words.size() < 240) words += "|mon.y" + std::to_string(words.size()) + "s";
+    items.push_back(Regex(words));
+  }
+  const auto scanner = Scanner(items);
+  const std::string letters(300, 'q');
+  const ScanResult result = scanner->scan("xy" + letters + "199 xyz7 gold42 mon-y100s");
+  EXPECT_TRUE(result.complete);
+  EXPECT_THAT(logged.codes, IsEmpty());
+  std::vector<std::size_t> found;
+  for (const ScanHit& hit : result.hits) found.push_back(hit.item);
+  EXPECT_THAT(found, ElementsAre(1, 19, 199, 242));
+}
+
+TEST(ProfileDictionaryScanner, WhateverIsLeftOutMakesResultsIncomplete) {
+  const struct {
+    const char* name;
+    std::vector<DictionaryItem> items;
+    bool complete;
+  } cases[] = {
+      {"nothing", {Literal("cash"), Regex("mo.ey"), Wildcard("v?agra")}, true},
+      {"disabled", {Literal("cash"), Regex("bad(").disabled(), Literal("")}, true},
+      {"expression", {Literal("cash"), Regex("bad(")}, false},
+      {"wildcard", {Literal("cash"), Wildcard("*")}, false},
+      {"kind", {Literal("cash"), Literal("x").kind(static_cast<DictionaryPatternKind>(9))}, false},
+      {"all", {Regex("bad(")}, false},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.name);
+    const LoggedMessages logged;
+    const auto scanner = Scanner(row.items);
+    EXPECT_EQ(scanner->scan("cash").complete, row.complete);
+    EXPECT_EQ(scanner->scan("").complete, row.complete);
+    ScanResult result;
+    scanner->scan("x", kDictionaryScopeSubject, result);
+    scanner->scan("money", kDictionaryScopeBodyText, result);
+    EXPECT_EQ(result.complete, row.complete);
+  }
+}
+
+TEST(ProfileDictionaryScanner, ItemThatIsLeftOutLaterMakesLaterResultsIncomplete) {
+  const LoggedMessages logged;
+  ProfileDictionaryScanner scanner("test");
+  scanner.add_pattern(Literal("cash").record());
+  EXPECT_TRUE(scanner.scan("cash").complete);
+  EXPECT_FALSE(scanner.add_pattern(Regex("bad(").record()));
+  EXPECT_FALSE(scanner.scan("cash").complete);
+}
+
+TEST(ProfileDictionaryScanner, EmptyMatchesDoNotCountWhateverTheMaximum) {
+  for (const int most : {0, 1, 2}) {
+    const auto item = Regex("\\b").partsOfWords().atMost(static_cast<unsigned char>(most));
+    EXPECT_EQ(Scanner({item})->scan("cash").score, 0) << most;
+  }
 }
 
 TEST(ProfileDictionaryScanner, GivenUpSearchIsLoggedAndTheResultSaysSo) {
