@@ -6,10 +6,14 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/common/Strings.h"
+
 namespace Kestrav::Dictionary {
 namespace {
 
+// Each database is one more pass over every text. The second number is that of separate gates.
 constexpr std::size_t kPerDatabase = 500;
+constexpr std::size_t kSeparatePerDatabase = 4;
 
 constexpr unsigned int kFlags = HS_FLAG_UTF8 | HS_FLAG_SINGLEMATCH;
 
@@ -32,7 +36,8 @@ Properties propertiesOf(const std::string& text, unsigned int flags) {
 }  // namespace
 
 ExpressionSet::ExpressionSet(const std::vector<Expression>& expressions) {
-  std::vector<Entry> chunk;
+  std::vector<Entry> shared;
+  std::vector<Entry> separate;
   std::vector<const Expression*> refused;
   for (const Expression& expression : expressions) {
     if (expression.byLiterals || expression.gate->expression.empty()) {
@@ -44,10 +49,15 @@ ExpressionSet::ExpressionSet(const std::vector<Expression>& expressions) {
     if (properties.supported && properties.neverEmpty && expression.gate->exact) {
       exact_.push_back(expression.item);
     }
+    const bool apart = expression.gate->separate;
+    std::vector<Entry>& chunk = apart ? separate : shared;
     chunk.push_back({&expression, flags | (properties.supported ? 0u : HS_FLAG_PREFILTER)});
-    if (chunk.size() == kPerDatabase) build(std::exchange(chunk, {}), refused);
+    if (chunk.size() == (apart ? kSeparatePerDatabase : kPerDatabase)) {
+      build(std::exchange(chunk, {}), refused);
+    }
   }
-  build(std::move(chunk), refused);
+  build(std::move(shared), refused);
+  build(std::move(separate), refused);
 
   std::vector<LiteralSet::Literal> literals;
   for (const Expression* expression : refused) {
@@ -109,8 +119,16 @@ std::vector<std::uint32_t> ExpressionSet::candidates(std::string_view text) cons
     static_cast<std::vector<std::uint32_t>*>(context)->push_back(item);
   };
   for (const Database& database : databases_) scanDatabase(database, text, onMatch, &items);
-  literals_.scan(text,
-                 [&](std::uint32_t item, std::size_t, std::size_t) { items.push_back(item); });
+  if (!literals_.empty()) {
+    const auto onLiteral = [&](std::uint32_t item, std::size_t, std::size_t) {
+      items.push_back(item);
+    };
+    if (isAscii(text)) {
+      literals_.scan(text, onLiteral);
+    } else {
+      literals_.scan(foldedForGates(text), onLiteral);
+    }
+  }
   std::sort(items.begin(), items.end());
   items.erase(std::unique(items.begin(), items.end()), items.end());
   return items;

@@ -1,7 +1,5 @@
 #include "platform/dictionary/Gate.h"
 
-#include <unicode/uchar.h>
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -9,7 +7,7 @@
 #include <limits>
 #include <utility>
 
-#include "platform/common/Strings.h"
+#include "platform/dictionary/Words.h"
 #include "platform/regex/Characters.h"
 
 namespace Kestrav::Dictionary {
@@ -22,16 +20,25 @@ constexpr int kDeepest = 100;
 constexpr Cost kUnaffordable = 1'000'000;
 constexpr Cost kExpression = 250;
 constexpr Cost kAlternative = 50;
-constexpr Cost kEscape = 150;  // \d, \s, \w
-constexpr Cost kClass = 350;   // [a-z]
-constexpr Cost kWide = 350;    // characters of several lengths: ".", [^a], \S
-constexpr Cost kWideRuns =
-    1'000;  // two or more ".*" in a sequence: times the square of their number
+constexpr Cost kEscape = 150;     // \d, \s, \w
+constexpr Cost kClass = 350;      // [a-z]
+constexpr Cost kWide = 350;       // characters of several lengths: ".", [^a], \S
+constexpr Cost kWideRun = 1'000;  // ".*"
+constexpr Cost kOptional = 150;   // at least, of an optional part
+constexpr Cost kCharacter = 20;   // that is repeated
 // A counted repeat that costs more becomes "+" or "*".
 constexpr Cost kMostRepeat = 1'500;
 
 Cost bounded(Cost cost) {
   return std::min(cost, kUnaffordable);
+}
+
+// The one form of all cases of a character that expressions take for the same.
+char32_t folded(char32_t character) {
+  constexpr char32_t kKelvin = 0x212A;
+  constexpr char32_t kLongS = 0x17F;
+  if (character == kKelvin) return U'k';
+  return character == kLongS ? U's' : Characters::fold(character);
 }
 
 using Literals = std::vector<std::string>;
@@ -76,7 +83,9 @@ class Parser {
     // A "[" in a comment may have been read as the start of a class that ends after the comment.
     const bool unclear = !misread_ && changed_ && contains("#");
     // The engine reads a text up to a NUL.
-    if (misread_ || unclear || gate.cost > kMostGateCost || contains(std::string_view("\0", 1))) {
+    gate.separate = entangled_ || gate.literals.empty();
+    const Cost most = gate.literals.empty() ? kMostSeparateCost : kMostGateCost;
+    if (misread_ || unclear || gate.cost > most || contains(std::string_view("\0", 1))) {
       return gate;
     }
     gate.exact = !changed_;
@@ -112,16 +121,16 @@ class Parser {
     }
     if (!all) group.literals.clear();
     // The engine expands combinations of alternatives with everything that is not literal.
-    if (count > 1) group.cost += rest * count / 3 + kAlternative * count;
+    if (count > 1) group.cost += rest * count / 2 + kAlternative * count;
     group.cost = bounded(group.cost);
     return group;
   }
 
   // One alternative. Adds to `rest` what its parts cost that are not literal.
   Cost sequence(int depth, Literals& best, Cost& rest) {
-    Cost plain = 0;  // characters
+    Cost characters = 0;  // bytes of literal characters
     Cost other = 0;
-    Cost wideRuns = 0;
+    int wideRuns = 0;
     std::string run;
     const auto endRun = [&] {
       if (!run.empty()) keepBetter(best, {std::exchange(run, {})});
@@ -132,19 +141,30 @@ class Parser {
       const Repeat repeat = repeated(part, start);
       if (part.plain && repeat.least == 1 && repeat.most == 1) {
         run += part.literals.front();
-        ++plain;
+        characters += part.literals.front().size();
         continue;
       }
       if (part.plain && repeat.least >= 1) run += part.literals.front();
       endRun();
       if (!part.plain && repeat.least >= 1) keepBetter(best, std::move(part.literals));
-      if (part.wide && repeat.most == kNoLimit) ++wideRuns;
-      other = bounded(other + part.cost);
+      if (part.wide && repeat.most == kNoLimit) {
+        ++wideRuns;
+        part.cost = std::max(part.cost, kWideRun);
+      }
+      other = bounded(other + (repeat.least == 0 ? std::max(part.cost, kOptional) : part.cost));
     }
     endRun();
-    if (wideRuns > 1) other += kWideRuns * wideRuns * wideRuns;
+    entangled_ = entangled_ || wideRuns > 1;
     rest = bounded(rest + other);
-    return bounded(3 * plain + plain * plain / 4 + other);
+    return bounded(3 * characters + characters * characters / 3 + other);
+  }
+
+  static Atom plain(char32_t character) {
+    Atom result{.cost = kCharacter};
+    if (character >= Characters::kStrayByte || isWhiteSpace(character)) return result;
+    result.plain = true;
+    Characters::append(result.literals.emplace_back(), folded(character));
+    return result;
   }
 
   Atom atom(int depth) {
@@ -161,22 +181,10 @@ class Parser {
     } else {
       std::size_t end = position_;
       const char32_t character = Characters::next(text_, end);
-      if (sameInBothCases(character)) {
-        result.plain = true;
-        result.literals = {text_.substr(position_, end - position_)};
-      }
-      result.cost = 3;
+      result = plain(character);
       copy(end - position_);
     }
     return result;
-  }
-
-  // Characters whose only other case is that of ASCII. The Kelvin sign is another "k", the long s
-  // another "s".
-  static bool sameInBothCases(char32_t character) {
-    if (character < 0x80) return std::strchr("kKsS", static_cast<int>(character)) == nullptr;
-    return character < Characters::kStrayByte &&
-           u_hasBinaryProperty(static_cast<UChar32>(character), UCHAR_CHANGES_WHEN_CASEMAPPED) == 0;
   }
 
   Atom group(int depth) {
@@ -247,10 +255,8 @@ class Parser {
       return {.cost = kWide, .wide = true};
     }
     if (kind != '\0' && std::ispunct(static_cast<unsigned char>(kind)) != 0) {
-      Atom result{.cost = 3, .plain = true};
-      result.literals = {std::string(1, kind)};
       copy(2);
-      return result;
+      return plain(static_cast<char32_t>(kind));
     }
     copy(2);
     if (kind == 'x' && peek() != '{') return hexadecimal();
@@ -268,12 +274,7 @@ class Parser {
     const char* first = text_.data() + position_;
     const std::size_t most = std::min<std::size_t>(2, text_.size() - position_);
     copy(static_cast<std::size_t>(std::from_chars(first, first + most, value, 16).ptr - first));
-    Atom result{.cost = 3};
-    if (value < 0x80 && sameInBothCases(value)) {
-      result.plain = true;
-      result.literals = {std::string(1, static_cast<char>(value))};
-    }
-    return result;
+    return plain(value);
   }
 
   // The argument of the escape "\kind", which is no text.
@@ -284,7 +285,7 @@ class Parser {
       copy(std::min(text_.find('}', position_), text_.size() - 1) + 1 - position_);
     }
     while (reference && std::isdigit(static_cast<unsigned char>(peek())) != 0) copy(1);
-    return {.cost = 3};
+    return {.cost = kCharacter};
   }
 
   void skipProperty() {
@@ -411,12 +412,22 @@ class Parser {
   const std::string& text_;
   std::size_t position_ = 0;
   std::string result_;
+  bool entangled_ = false;  // has several ".*" in a row
   bool changed_ = false;    // the result differs from the text
   bool understood_ = true;  // literals are literals
   bool misread_ = false;    // there is no gate
 };
 
 }  // namespace
+
+std::string foldedForGates(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t position = 0; position < text.size();) {
+    Characters::append(result, folded(Characters::next(text, position)));
+  }
+  return result;
+}
 
 Gate makeGate(const std::string& expression) {
   return Parser(expression).parse();

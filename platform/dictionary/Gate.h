@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Kestrav::Dictionary {
@@ -17,15 +18,22 @@ struct Gate {
   std::string expression;
   Cost cost = 0;       // of `expression`
   bool exact = false;  // `expression` is the original
-  // Every text that matches contains one of them, in either case. Empty when there are none.
+  // The engine would combine it with others at a cost that grows much faster than their number.
+  bool separate = false;
+  // foldedForGates() of every text that matches contains one of them. Empty when there are none.
   std::vector<std::string> literals;
 };
 
-// The most that one expression may cost.
+// The most that one gate's expression may cost when there are literals, and when there are none.
 inline constexpr Cost kMostGateCost = 3'000;
+inline constexpr Cost kMostSeparateCost = 50'000;
 
 // The fewest bytes of a literal that selects texts.
 inline constexpr std::size_t kShortestLiteral = 3;
+
+// All cases of a character in one form. REQUIRES: valid UTF-8. ASCII texts need no folding when
+// the search ignores the case of ASCII letters.
+std::string foldedForGates(std::string_view text);
 
 Gate makeGate(const std::string& expression);
 

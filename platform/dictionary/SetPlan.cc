@@ -32,7 +32,7 @@ SetPlan planSet(const std::vector<std::shared_ptr<const Item>>& items, Cost most
     const Gate& gate = items[i]->gate;
     if (!items[i]->expression) {
       plan.searches[i] = SetPlan::Search::kByExpression;
-    } else if (!gate.expression.empty()) {
+    } else if (!gate.expression.empty() && (gate.literals.empty() || !gate.separate)) {
       candidates.emplace_back(!gate.literals.empty(), gate.cost, i);
     }
   }

@@ -3,7 +3,7 @@
 // A word costs little. An expression has two gates to choose from: its expression is compiled for
 // the multi-pattern engine, which costs a lot and selects texts well; or its literals are, which
 // costs as little as words. Expressions get the first kind, the cheapest ones first, until they
-// have used up their share of the budget.
+// have used up their share of the budget. Those without literals may use up the whole budget.
 #pragma once
 
 #include <cstdint>
