@@ -219,6 +219,7 @@ Configuration Reader::finish() {
   checkIds();
   checkAliases();
   checkDictionaryNames();
+  checkDictionaryCosts();
   return std::move(configuration_);
 }
 

@@ -114,6 +114,11 @@ class Reader {
   void checkAliases();
   void checkDictionaryNames();
 
+  // DictionaryCosts.cc
+  void checkDictionaryCosts();
+  // `set`: a dictionary or a group. False when something would be left out because of other items.
+  bool checkSet(std::size_t set, const std::vector<std::size_t>& items, bool firstCheck);
+
   std::vector<Problem>& problems_;
   std::size_t recorded_[2] = {};  // problems by severity
   Configuration configuration_;
