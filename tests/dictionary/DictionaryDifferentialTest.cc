@@ -3,14 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "platform/dictionary/Words.h"
-#include "platform/regex/Pcre.h"
 #include "tests/dictionary/DictionaryItems.h"
+#include "tests/dictionary/PlainCounts.h"
 #include "tests/dictionary/RandomExpressions.h"
 
 namespace Kestrav {
 namespace {
 
 using Testing::DictionaryItem;
+using Testing::plainCount;
+using Testing::plainExpressionCount;
 using Testing::Random;
 using Testing::Scanner;
 
@@ -21,23 +23,6 @@ constexpr int kExpressionRounds = 30;  // fewer, because each one compiles
 const std::vector<std::string> kPieces = {
     "a",    "b",    "A",        "B", "ab", " ", "-", "1", "\xC3\xA9", "\xC3\x89", "\xE6\xBC\xA2",
     "\r\n", "\xE9", "\xC2\xA0", "$"};
-
-std::uint32_t plainCount(const __vexa_dictionary_item& item, const std::string& text) {
-  const bool fold = item.case_sensitive == 0;
-  const std::string in = Dictionary::normalised(text, fold);
-  std::string word = Dictionary::normalised(item.text, fold);
-  if (!word.empty() && word.back() == ' ') word.pop_back();
-  if (!word.empty() && word.front() == ' ') word.erase(0, 1);
-  std::uint32_t count = 0;
-  for (std::size_t from = 0; (from = in.find(word, from)) != std::string::npos;) {
-    const std::size_t end = from + word.size();
-    const bool whole = item.whole_words ? Dictionary::isWholeWord(in, from, end)
-                                        : Dictionary::isWholeCharacters(in, from, end);
-    count += whole ? 1 : 0;
-    from = whole ? end : from + 1;
-  }
-  return item.max_count != 0 ? std::min<std::uint32_t>(count, item.max_count) : count;
-}
 
 TEST(DictionaryDifferential, LiteralsOnRandomTexts) {
   Random random(1);
@@ -62,17 +47,6 @@ TEST(DictionaryDifferential, LiteralsOnRandomTexts) {
           << "\"" << items[i].record().text << "\" in \"" << text << "\", round " << round;
     }
   }
-}
-
-std::uint32_t plainExpressionCount(const __vexa_dictionary_item& item, const std::string& text) {
-  const Pcre::Program program(item.text, {.ignoreCase = item.case_sensitive == 0, .utf8 = true});
-  std::uint32_t count = 0;
-  for (std::size_t from = 0; program.compiled() && from < text.size(); ++count) {
-    const Pcre::Result result = program.next(text, from);
-    if (result.status != Pcre::Status::kFound) break;
-    from = result.end;
-  }
-  return count;
 }
 
 TEST(DictionaryDifferential, ExpressionsOnRandomTexts) {
