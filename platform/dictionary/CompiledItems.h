@@ -13,9 +13,11 @@
 #include "platform/dictionary/DictionaryScanner.h"
 #include "platform/dictionary/ExpressionSet.h"
 #include "platform/dictionary/LiteralSet.h"
-#include "platform/dictionary/SetPlan.h"
 
 namespace Kestrav::Dictionary {
+
+// What one set may cost: about two seconds.
+inline constexpr Cost kMostSetCost = 2'000'000;
 
 class CompiledItems {
  public:
@@ -29,7 +31,7 @@ class CompiledItems {
   CompiledItems(Items items, const Report& leftOut, bool incomplete = false,
                 Cost most = kMostSetCost);
 
-  // The estimate for all items, also for those that were left out.
+  // Of all items, also of those that were left out.
   Cost cost() const { return cost_; }
   // Scans may miss matches.
   bool leavesOut() const { return leavesOut_; }
@@ -61,7 +63,7 @@ class CompiledItems {
   bool foldsAscii_ = false;   // folded_ has ASCII literals
   bool spacesAscii_ = false;  // spaced_ has ASCII literals
   ExpressionSet expressions_;
-  std::vector<std::uint32_t> ungated_;  // expressions to search for in every text; ascending
+  std::vector<std::uint32_t> oneByOne_;  // expressions to search for in every text; ascending
 };
 
 }  // namespace Kestrav::Dictionary

@@ -44,11 +44,8 @@ DictionaryCheck checkDictionary(const std::vector<const __vexa_dictionary_item*>
   check.most = microseconds(kMostSetCost);
   check.measured = processorTime() - start;
 
-  const SetPlan plan = planSet(made, kMostSetCost);
-  for (std::size_t i = 0; i < made.size(); ++i) {
-    const bool engine = plan.searches[i] == SetPlan::Search::kByExpression;
-    const Cost cost = made[i]->cost + (engine ? made[i]->gate.cost : 0);
-    check.costliest.push_back({indexes.at(made[i].get()), microseconds(cost)});
+  for (const auto& item : made) {
+    check.costliest.push_back({indexes.at(item.get()), microseconds(item->cost)});
   }
   std::stable_sort(check.costliest.begin(), check.costliest.end(),
                    [](const auto& a, const auto& b) { return a.cost > b.cost; });

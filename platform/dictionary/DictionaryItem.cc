@@ -2,6 +2,7 @@
 
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
+#include "platform/dictionary/RequiredLiterals.h"
 #include "platform/dictionary/WildcardTranslation.h"
 #include "platform/dictionary/Words.h"
 
@@ -22,11 +23,10 @@ std::string withoutOuterBlanks(std::string text) {
   return text;
 }
 
-void addExpression(Item& item, const std::string& expression, const std::string& gate,
-                   CountedExpression::Options options) {
+void addExpression(Item& item, const std::string& expression, CountedExpression::Options options) {
   item.expression = std::make_unique<CountedExpression>(expression, options);
-  item.gate = makeGate(gate);
-  item.cost = kProgramCost + expression.size() + kLiteralCost * item.gate.literals.size();
+  item.required = requiredLiterals(expression);
+  item.cost = kProgramCost + expression.size() + kLiteralCost * item.required.size();
 }
 
 }  // namespace
@@ -53,12 +53,11 @@ std::shared_ptr<const Item> makeItem(const __vexa_dictionary_item& record) {
       const std::string trimmed = withoutOuterBlanks(normalised(item->text, false));
       const TranslatedWildcard translated = translateWildcard(trimmed);
       options.startsWord = item->wholeWords && !translated.openStart;
-      addExpression(*item, translated.expression, translated.gate, options);
+      addExpression(*item, translated.expression, options);
       return item;
     }
     case DictionaryPatternKind::kRegex:
-      item->gateIsExpression = !item->wholeWords;
-      addExpression(*item, item->text, item->text, options);
+      addExpression(*item, item->text, options);
       return item;
   }
   throw Exception("unknown kind " + std::to_string(record.kind), Exception::kBadText,

@@ -14,25 +14,27 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/config/records/DictionaryRecords.h"
 #include "platform/dictionary/CountedExpression.h"
-#include "platform/dictionary/Gate.h"
 
 namespace Kestrav::Dictionary {
 
 inline constexpr std::uint32_t kAnyNumber = std::numeric_limits<std::uint32_t>::max();
 
+// An estimate of compile time, in microseconds on one core. A function of the item only.
+using Cost = std::uint64_t;
+
 struct Item {
   std::string text;     // as configured
   std::string literal;  // white space normalised, case folded unless caseSensitive
-  Gate gate;            // of expressions: only texts that pass it are searched
   std::unique_ptr<const CountedExpression> expression;  // null for literals
+  std::vector<std::string> required;                    // requiredLiterals() of the expression
   bool caseSensitive = false;
   bool wholeWords = false;
-  bool gateIsExpression = false;  // the gate was made from the whole of `expression`
-  Cost cost = 0;                  // of compiling it, without the gate's expression
-  std::uint32_t score = 0;        // of each match
+  Cost cost = 0;            // of compiling it
+  std::uint32_t score = 0;  // of each match
   std::uint32_t mostMatches = kAnyNumber;
   std::uint32_t scope = 0;  // kDictionaryScope...; 0: everywhere
 };

@@ -4,17 +4,16 @@
 
 namespace Kestrav::Dictionary {
 
-LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure,
-                       Report report) {
+LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure) {
   entries_.reserve(literals.size());
   for (const Literal& literal : literals) {
     entries_.push_back({literal.item, static_cast<std::uint32_t>(literal.text.size())});
   }
-  build(literals, 0, literals.size(), onFailure, report);
+  build(literals, 0, literals.size(), onFailure);
 }
 
 void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
-                       const OnFailure& onFailure, Report report) {
+                       const OnFailure& onFailure) {
   if (first == last) return;
   std::vector<const char*> texts;
   std::vector<std::size_t> lengths;
@@ -24,8 +23,7 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
     texts.push_back(literals[i].text.data());
     lengths.push_back(literals[i].text.size());
     numbers.push_back(static_cast<unsigned int>(i));
-    flags.push_back((literals[i].ignoreCase ? HS_FLAG_CASELESS : 0u) |
-                    (report == Report::kFirst ? HS_FLAG_SINGLEMATCH : 0u));
+    flags.push_back(literals[i].ignoreCase ? HS_FLAG_CASELESS : 0u);
   }
 
   hs_database_t* database = nullptr;
@@ -46,8 +44,8 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
   // One bad word, or too many for one database: halving isolates the bad words and keeps the
   // others.
   const std::size_t middle = first + (last - first) / 2;
-  build(literals, first, middle, onFailure, report);
-  build(literals, middle, last, onFailure, report);
+  build(literals, first, middle, onFailure);
+  build(literals, middle, last, onFailure);
 }
 
 }  // namespace Kestrav::Dictionary

@@ -20,17 +20,15 @@ class LiteralSet {
   };
   // Receives the items that the engine cannot compile.
   using OnFailure = std::function<void(std::uint32_t item, const std::string& reason)>;
-  enum class Report { kEach, kFirst };  // occurrence of a literal
 
   LiteralSet() = default;
   // REQUIRES: no literal is empty.
-  LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure,
-             Report report = Report::kEach);
+  LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure);
 
   bool empty() const { return databases_.empty(); }
 
-  // Calls found(item, begin, end) for each occurrence that is reported, also overlapping ones; the
-  // ends of an item ascend.
+  // Calls found(item, begin, end) for each occurrence, also overlapping ones; the ends of an item
+  // ascend.
   template <class Found>
   void scan(std::string_view text, const Found& found) const {
     struct Context {
@@ -51,7 +49,7 @@ class LiteralSet {
     std::uint32_t length;
   };
   void build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
-             const OnFailure& onFailure, Report report);
+             const OnFailure& onFailure);
 
   std::vector<Entry> entries_;  // by the pattern's number in the databases
   std::vector<Database> databases_;

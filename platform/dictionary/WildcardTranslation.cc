@@ -84,15 +84,11 @@ TranslatedWildcard translateWildcard(std::string_view wildcard) {
 
   const std::string star = std::string(kNoBlank) + "{0," + std::to_string(kLongestStar) + "}?";
   result.expression = pieces.front();
-  result.gate = pieces.front();
   for (std::size_t i = 1; i < pieces.size(); ++i) {
     // The first match of a piece is as good as a later one, so its group is atomic; only the last
     // piece may have to move to the end of a word.
     const bool last = i + 1 == pieces.size() && !openEnd;
     result.expression += (last ? "(?:" : "(?>") + star + pieces[i] + ")";
-    result.gate += kNoBlank;
-    result.gate += '*';
-    result.gate += pieces[i];
   }
   if (openEnd) result.expression += std::string(kNoBlank) + "*+";
   return result;

@@ -14,8 +14,7 @@ namespace Kestrav::Dictionary {
 inline constexpr int kLongestStar = 255;
 
 struct TranslatedWildcard {
-  std::string expression;  // finds exactly the matches
-  std::string gate;        // cheaper; matches in every text in which the expression does
+  std::string expression;
   bool openStart = false;  // the wildcard starts with a star
 };
 

@@ -231,27 +231,64 @@ TEST(ProfileDictionaryScanner, TextWithoutItsEndIsCutAtTheField) {
   EXPECT_EQ(scanner.scan(std::string(257, 'y')).score, 0);
 }
 
-TEST(ProfileDictionaryScanner, ExpressionsWithoutAGateAreLimitedInNumber) {
+TEST(ProfileDictionaryScanner, ExpressionsWithoutLiteralsAreLimitedInNumber) {
   const LoggedMessages logged;
   std::vector<DictionaryItem> items;
-  for (int i = 0; i < 40; ++i) items.push_back(Regex("x\\K" + std::to_string(i)));
+  for (int i = 100; i < 303; ++i) items.push_back(Regex("x[" + std::to_string(i) + "]y"));
+  items[200] = Regex("a\\Kb");
   const auto scanner = Scanner(items);
-  EXPECT_EQ(scanner->size(), 40u);
-  const ScanResult result = scanner->scan("x0 x31 x32 x39");
-  EXPECT_EQ(result.score, 2);
+  EXPECT_EQ(scanner->size(), 203u);
+  const ScanResult result = scanner->scan("ab");
+  EXPECT_EQ(result.score, 0);
   EXPECT_FALSE(result.complete);
-  EXPECT_EQ(logged.codes, std::vector<std::uint32_t>(8, LogCode::kDictionaryItemSkipped));
+  ASSERT_EQ(logged.codes, std::vector<std::uint32_t>(3, LogCode::kDictionaryItemSkipped));
   EXPECT_THAT(logged.fields[0],
-              ElementsAre("test", "x\\K32",
+              ElementsAre("test", "a\\Kb",
                           "one of too many expressions that can only be searched for one by one"));
+  std::swap(items[199], items[200]);
+  items.resize(200, Literal("cash"));
+  const ScanResult whole = Scanner(items)->scan("ab");
+  EXPECT_EQ(whole.score, 1);
+  EXPECT_TRUE(whole.complete);
 }
 
-TEST(ProfileDictionaryScanner, ThirtyTwoExpressionsWithoutAGateAreComplete) {
-  std::vector<DictionaryItem> items;
-  for (int i = 0; i < 32; ++i) items.push_back(Regex("x\\K" + std::to_string(i)));
-  const ScanResult result = Scanner(items)->scan("x0 x31");
-  EXPECT_EQ(result.score, 2);
-  EXPECT_TRUE(result.complete);
+// The multi-pattern engine misses most of these matches when it searches for the expression.
+TEST(ProfileDictionaryScanner, LongTextsBeforeAMatchHideNothing) {
+  const struct {
+    const char* expression;
+    const char* match;
+  } cases[] = {{"x[a-z]+7", "xabc7"},
+               {"a\\W*b\\W*c", "a b c"},
+               {"[cd]a.h", "cash"},
+               {"x\\d+", "x1"},
+               {"cash[^y]*y\\d", "cash--y1"},
+               {"a\\b", "a"},
+               {"\\x04", "\x04"},
+               {"a?b?c", "abc"},
+               {"money\\s+back", "money back"}};
+  for (const auto& row : cases) {
+    const auto scanner = Scanner({Regex(row.expression).partsOfWords().atMost(1)});
+    for (int before = 0; before < 300; before += 7) {
+      SCOPED_TRACE(std::string(row.expression) + " after " + std::to_string(before));
+      const std::string text = std::string(static_cast<std::size_t>(before), '-') + " " + row.match;
+      EXPECT_EQ(scanner->scan(text).score, 1);
+      EXPECT_EQ(scanner->scan(text + std::string(20, '-')).score, 1);
+    }
+  }
+}
+
+TEST(ProfileDictionaryScanner, TheCostliestItemsOfACostlySetAreLeftOut) {
+  const LoggedMessages logged;
+  std::vector<DictionaryItem> items(100'100, Literal("cash"));
+  items.push_back(Regex("m(on|in)ey"));
+  const ScanResult result = Scanner(items)->scan("cash money");
+  EXPECT_FALSE(result.complete);
+  EXPECT_EQ(logged.codes.size(), 97u);
+  EXPECT_EQ(result.score, 100'004);
+  ASSERT_FALSE(logged.fields.empty());
+  EXPECT_THAT(
+      logged.fields[0][2],
+      HasSubstr("to compile, at most 2000000 are allowed, and this is one of the costliest"));
 }
 
 TEST(ProfileDictionaryScanner, CostlyExpressionsAreSearchedForByTheirLiterals) {
@@ -329,11 +366,11 @@ TEST(ProfileDictionaryScanner, GivenUpSearchIsLoggedAndTheResultSaysSo) {
   EXPECT_THAT(logged.fields[0], ElementsAre("test", HasSubstr("was given up")));
 }
 
-TEST(ProfileDictionaryScanner, HardTextCannotHideWhatTheFastSearchFound) {
+TEST(ProfileDictionaryScanner, MatchesOfOtherItemsStayWhenASearchIsGivenUp) {
   const LoggedMessages logged;
-  const auto scanner = Scanner({Regex("(x+x+)+y").partsOfWords()});
+  const auto scanner = Scanner({Regex("(x+x+)+y").partsOfWords(), Regex("c[a-b]sh")});
   std::string text(5'000, 'x');
-  text += " xxy";
+  text += " xxy cash";
   const ScanResult result = scanner->scan(text);
   EXPECT_FALSE(result.complete);
   EXPECT_EQ(result.score, 1);

@@ -3,7 +3,7 @@
 // item's text up to a line feed, the text to scan.
 //
 // Compiling for the multi-pattern engine takes most of the time. So what is compiled is kept, and
-// most expressions are checked without the engine; which ones depends on the item only.
+// most expressions are checked without it; which ones depends on the item only.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -17,6 +17,7 @@
 #include "platform/common/Exception.h"
 #include "platform/common/Strings.h"
 #include "platform/dictionary/CompiledItems.h"
+#include "platform/dictionary/RequiredLiterals.h"
 #include "platform/regex/Characters.h"
 #include "tests/dictionary/PlainCounts.h"
 
@@ -31,10 +32,8 @@ constexpr std::size_t kLongestScanned = 160;
 // Steps from each start; expressions that need more are slow and say nothing about counting.
 constexpr std::uint32_t kSteps = 1'000;
 
-// Of all inputs with expressions: one in so many is compiled with the gate's expression, or with
-// its literals.
-constexpr std::uint64_t kEngineEvery = 64;
-constexpr std::uint64_t kLiteralsEvery = 8;
+// Of all expressions with required literals, one in so many is compiled.
+constexpr std::uint64_t kCompiledEvery = 8;
 constexpr std::size_t kMostKept = 1'000;
 
 void require(bool condition) {
@@ -61,14 +60,12 @@ Prepared prepare(const __vexa_dictionary_item& record, std::uint64_t hash) {
   }
   if (prepared.item == nullptr) return prepared;
   const Item& item = *prepared.item;
-  const bool engine = hash % kEngineEvery == 0;
-  if (item.expression && !engine && !item.gate.literals.empty() && hash % kLiteralsEvery != 0) {
+  if (item.expression && !item.required.empty() && hash % kCompiledEvery != 0) {
     return prepared;
   }
   std::size_t leftOut = 0;
-  prepared.compiled.emplace(
-      CompiledItems::Items{prepared.item}, [&](const auto&, const auto&) { ++leftOut; }, false,
-      engine ? kMostSetCost : item.cost);
+  prepared.compiled.emplace(CompiledItems::Items{prepared.item},
+                            [&](const auto&, const auto&) { ++leftOut; });
   require(leftOut == 0);
   return prepared;
 }
@@ -83,11 +80,11 @@ const Prepared& prepared(const __vexa_dictionary_item& record) {
 }
 
 bool passesLiterals(const Item& item, const std::string& text) {
-  if (item.gate.literals.empty()) return true;
-  const std::string folded = foldedForGates(text);
-  return std::any_of(
-      item.gate.literals.begin(), item.gate.literals.end(),
-      [&](const auto& literal) { return folded.find(literal) != std::string::npos; });
+  if (item.required.empty()) return true;
+  const std::string folded = foldedText(text);
+  return std::any_of(item.required.begin(), item.required.end(), [&](const auto& literal) {
+    return folded.find(literal) != std::string::npos;
+  });
 }
 
 void requireScan(const CompiledItems& compiled, const std::string& text, ScanArea area,
