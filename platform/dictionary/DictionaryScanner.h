@@ -35,7 +35,8 @@ struct ScanHit {
 struct ScanResult {
   std::int64_t score = 0;     // sum of the contributions
   std::vector<ScanHit> hits;  // of items with matches, ascending by item
-  // False when matches may be missing: a search was given up, or the text exceeds 4 GiB. Logged.
+  // False when matches may be missing: an item of the scanner was left out (logged when the scanner
+  // is compiled), a search was given up, or the text exceeds 4 GiB (logged each time).
   bool complete = true;
 };
 

@@ -2,28 +2,37 @@
 
 #include <hs/hs.h>
 
+#include <map>
+#include <utility>
+
 namespace Kestrav::Dictionary {
 
 LiteralSet::LiteralSet(const std::vector<Literal>& literals, const OnFailure& onFailure) {
-  entries_.reserve(literals.size());
+  std::map<std::pair<std::string_view, bool>, std::size_t> known;
+  std::vector<const Literal*> different;
   for (const Literal& literal : literals) {
-    entries_.push_back({literal.item, static_cast<std::uint32_t>(literal.text.size())});
+    const auto [at, added] = known.try_emplace({literal.text, literal.ignoreCase}, entries_.size());
+    if (added) {
+      entries_.push_back({{}, static_cast<std::uint32_t>(literal.text.size())});
+      different.push_back(&literal);
+    }
+    entries_[at->second].items.push_back(literal.item);
   }
-  build(literals, 0, literals.size(), onFailure);
+  build(different, 0, different.size(), onFailure);
 }
 
-void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
-                       const OnFailure& onFailure) {
+void LiteralSet::build(const std::vector<const Literal*>& literals, std::size_t first,
+                       std::size_t last, const OnFailure& onFailure) {
   if (first == last) return;
   std::vector<const char*> texts;
   std::vector<std::size_t> lengths;
   std::vector<unsigned int> numbers;
   std::vector<unsigned int> flags;
   for (std::size_t i = first; i < last; ++i) {
-    texts.push_back(literals[i].text.data());
-    lengths.push_back(literals[i].text.size());
+    texts.push_back(literals[i]->text.data());
+    lengths.push_back(literals[i]->text.size());
     numbers.push_back(static_cast<unsigned int>(i));
-    flags.push_back(literals[i].ignoreCase ? HS_FLAG_CASELESS : 0u);
+    flags.push_back(literals[i]->ignoreCase ? HS_FLAG_CASELESS : 0u);
   }
 
   hs_database_t* database = nullptr;
@@ -38,7 +47,7 @@ void LiteralSet::build(const std::vector<Literal>& literals, std::size_t first, 
   const std::string reason = error ? error->message : "error " + std::to_string(result);
   hs_free_compile_error(error);
   if (last - first == 1) {
-    onFailure(literals[first].item, reason);
+    for (const std::uint32_t item : entries_[first].items) onFailure(item, reason);
     return;
   }
   // One bad word, or too many for one database: halving isolates the bad words and keeps the

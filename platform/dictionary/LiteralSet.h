@@ -38,17 +38,17 @@ class LiteralSet {
     const auto onMatch = [](std::uint32_t index, std::size_t end, void* opaque) {
       auto* of = static_cast<Context*>(opaque);
       const Entry& entry = of->set->entries_[index];
-      (*of->found)(entry.item, end - entry.length, end);
+      for (const std::uint32_t item : entry.items) (*of->found)(item, end - entry.length, end);
     };
     for (const Database& database : databases_) scanDatabase(database, text, onMatch, &context);
   }
 
  private:
   struct Entry {
-    std::uint32_t item;
+    std::vector<std::uint32_t> items;  // with this literal: equal patterns cost the engine much
     std::uint32_t length;
   };
-  void build(const std::vector<Literal>& literals, std::size_t first, std::size_t last,
+  void build(const std::vector<const Literal*>& literals, std::size_t first, std::size_t last,
              const OnFailure& onFailure);
 
   std::vector<Entry> entries_;  // by the pattern's number in the databases
