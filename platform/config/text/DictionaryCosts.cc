@@ -74,30 +74,31 @@ bool Reader::checkSet(std::size_t set, const std::vector<std::size_t>& items, bo
   const DictionaryCheck check = checkDictionary(records);
   const auto textOf = [&](std::size_t index) { return shown(boundedText(records[index]->text)); };
   const Configuration::Record& owner = configuration_.records_[set];
-  const std::string name = std::string(owner.table->singular) + " " + shown(owner.name);
+  const Phrase name = std::string(owner.table->singular) + " " + shown(owner.name);
 
   if (firstCheck) {
-    for (const auto& [index, reason] : check.broken) {
+    for (const auto& [index, why] : check.broken) {
       const Place& place = places_[items[index]];
       const bool known = std::any_of(problems_.begin(), problems_.end(), [&](const Problem& other) {
         return other.line == place.line && other.column == place.column &&
                other.file == files_[place.file]->name;
       });
-      if (!known)
-        problem(place, textOf(index) + " cannot be searched for: " + reason, "another pattern");
+      if (known) continue;
+      problem(place, textOf(index) + " cannot be searched for: " + reason(why), "another pattern");
     }
   }
   const auto inLine = [&](std::size_t index) {
     return textOf(index) + " in line " + std::to_string(places_[items[index]].line);
   };
-  std::string causes;
+  Phrase causes = "all " + std::to_string(items.size()) + " items alike";
+  const char* separator = nullptr;
   for (const auto& [index, cost] : check.costliest) {
     if (cost < std::chrono::milliseconds(1)) break;
-    causes += (causes.empty() ? "most of it for " : ", ") + inLine(index) + " (" +
-              milliseconds(cost) + ")";
+    causes = (separator == nullptr ? Phrase("most of it for ") : causes + separator) +
+             inLine(index) + " (" + milliseconds(cost) + ")";
+    separator = ", ";
   }
-  if (causes.empty()) causes = "all " + std::to_string(items.size()) + " items alike";
-  const std::string costs = "the " + name + " costs about " + milliseconds(check.cost);
+  const Phrase costs = "the " + name + " costs about " + milliseconds(check.cost);
   if (check.overBudget()) {
     problem(places_[set], costs + " to compile, " + causes,
             "at most " + milliseconds(check.most) + ": fewer or simpler items");
@@ -105,9 +106,9 @@ bool Reader::checkSet(std::size_t set, const std::vector<std::size_t>& items, bo
   }
   if (!check.crowdedOut.empty()) {
     constexpr std::size_t kMostNamed = 3;
-    std::string named;
-    for (std::size_t i = 0; i < std::min(kMostNamed, check.crowdedOut.size()); ++i) {
-      named += (named.empty() ? "" : ", ") + inLine(check.crowdedOut[i].item);
+    Phrase named = inLine(check.crowdedOut[0].item);
+    for (std::size_t i = 1; i < std::min(kMostNamed, check.crowdedOut.size()); ++i) {
+      named = named + ", " + inLine(check.crowdedOut[i].item);
     }
     problem(places_[set],
             "the " + name + " would leave out " + std::to_string(check.crowdedOut.size()) +
