@@ -173,6 +173,19 @@ void Compile1000Words(benchmark::State& state) {
 }
 BENCHMARK(Compile1000Words)->Unit(benchmark::kMillisecond);
 
+// Of the first pattern, 200 took a minute while the engine compiled whole expressions.
+void CompileExpressions(benchmark::State& state) {
+  const char* const forms[] = {"xy[a-z]{200,400}7", "money|cash|gold|win|free|loan",
+                               "\\d{4}-\\d{2}"};
+  std::vector<Testing::DictionaryItem> items;
+  for (int i = 0; i < 200; ++i) {
+    items.push_back(
+        Testing::Regex(forms[state.range(0)] + std::string(static_cast<std::size_t>(i % 10), 'a')));
+  }
+  for (auto _ : state) benchmark::DoNotOptimize(Testing::Scanner(items)->scan(""));
+}
+BENCHMARK(CompileExpressions)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace Kestrav
 
