@@ -15,6 +15,7 @@
 #include "platform/common/Logger.h"
 #include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/SessionRecords.h"
+#include "platform/config/store/StatusFile.h"
 #include "tests/client/Listening.h"
 
 using testing::AllOf;
@@ -590,6 +591,29 @@ TEST_F(Events, StoreAttachedAfterTheRegistrationIsFollowedUnasked) {
   EXPECT_THAT(notes_.all(), ElementsAre("resync"));
   putFolder(1, "one");
   EXPECT_TRUE(notes_.waitFor("h: 0 ->one"));
+}
+
+TEST_F(Events, AProcessThatFoundNoFreeSlotRegistersWhenThereIsOne) {
+  const auto status = Config::StatusFile::open(store_->folder() / "status");
+  std::vector<int> taken;
+  EXPECT_EQ(codeOf([&] {
+              for (;;) taken.push_back(status->claim("other", 1));
+            }),
+            Config::StoreError::kNoReaderSlot);
+  const auto registered = [this] {
+    const auto processes = store_->processes();
+    return std::any_of(processes.begin(), processes.end(),
+                       [](const auto& process) { return process.name != "other"; });
+  };
+  const Registered handler(new FolderHandler(notes_, "h"));
+  applied(putFolder(1, "one"));
+  EXPECT_THAT(notes_.all(), ElementsAre("h: 0 ->one"));
+  EXPECT_FALSE(registered());
+  for (const int slot : taken) status->release(slot);
+  applied(putFolder(1, "two"));
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kForeverMs);
+  while (!registered() && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  EXPECT_TRUE(registered());
 }
 
 }  // namespace

@@ -61,7 +61,6 @@ void fill(ConfigStore& store, const Arguments& arguments) {
     const rlim_t bytes = std::strtoull(arguments[1].c_str(), nullptr, 10);
     const rlimit limit{bytes, bytes};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    ::signal(SIGXFSZ, SIG_IGN);
   }
   say(std::to_string(fillWithNoise(store, std::atoi(arguments.at(0).c_str()))));
 }

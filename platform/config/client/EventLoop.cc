@@ -291,21 +291,31 @@ void EventLoop::afterFork(bool child) {
 // ---- on the thread
 
 void EventLoop::run(const std::shared_ptr<ConfigStore>& store) {
-  try {
-    store->registerProcess(program_invocation_short_name);
-    store->applied(applied());
-  } catch (const std::exception& reason) {
-    logStoreFailure("registerProcess", reason);  // delivery works all the same
-  }
+  bool registered = registerProcess(*store, true);
   {
     const std::scoped_lock lock(mutex_);
     started_ = true;
     changed_.notify_all();
   }
-  while (!ending_) deliver(*store, wait(*store));
+  while (!ending_) {
+    deliver(*store, wait(*store));
+    if (!registered) registered = registerProcess(*store, false);
+  }
   const std::scoped_lock lock(mutex_);
   ended_ = true;
   changed_.notify_all();
+}
+
+// Delivery works without it, but the journal is not kept for this process meanwhile.
+bool EventLoop::registerProcess(ConfigStore& store, bool log) {
+  try {
+    store.registerProcess(program_invocation_short_name);
+    store.applied(applied());
+    return true;
+  } catch (const std::exception& reason) {
+    if (log) logStoreFailure("registerProcess", reason);
+    return false;
+  }
 }
 
 Revision EventLoop::wait(ConfigStore& store) {

@@ -68,6 +68,7 @@ class EventLoop final : public AttachmentObserver {
   void afterFork(bool child);
 
   void run(const std::shared_ptr<ConfigStore>& store);
+  bool registerProcess(ConfigStore& store, bool log);
   Revision wait(ConfigStore& store);
   void deliver(ConfigStore& store, Revision upTo);
   void publish(ConfigStore& store, Revision revision);

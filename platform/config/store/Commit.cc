@@ -7,6 +7,7 @@
 #include "platform/config/records/Field.h"
 #include "platform/config/store/Author.h"
 #include "platform/config/store/Changes.h"
+#include "platform/config/store/Files.h"
 #include "platform/config/store/Journal.h"
 #include "platform/config/store/JournalFormat.h"
 #include "platform/config/store/StoreImpl.h"
@@ -112,6 +113,7 @@ class Committer {
 std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revision> basis,
                                           const ChangeSet::Changes& changes) {
   RevisionHead author = currentAuthor();  // may be slow, so before the lock
+  const FileSizeSignalBlocked blocked;
   const std::scoped_lock lock(core.env->writeMutex());
   const auto now = std::chrono::steady_clock::now();
   if (now - core.readersChecked > kReaderCheckInterval) {

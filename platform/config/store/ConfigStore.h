@@ -30,12 +30,12 @@ using Revision = std::uint64_t;
 
 // Failures carry these codes in Exception::code().
 namespace StoreError {
-inline constexpr int kCannotOpen = 20;   // missing, no permission, not a folder
-inline constexpr int kForeignFile = 21;  // truncated, or not a store
+inline constexpr int kCannotOpen = 20;   // missing, no permission, or others can write to it
+inline constexpr int kForeignFile = 21;  // truncated, not a store, or not a plain file
 inline constexpr int kNewerSchema =
     22;  // written by a newer schema; the message gives both numbers
 inline constexpr int kNoReaderSlot = 23;  // all reader slots taken; the message names the limit
-inline constexpr int kFull = 24;          // the map cannot grow any further
+inline constexpr int kFull = 24;          // the map cannot grow any further, or the disk is full
 inline constexpr int kForked = 25;        // used in a child of the process that opened it
 inline constexpr int kBadRecord = 26;     // a record that its field table does not describe
 inline constexpr int kAttached = 27;      // the process has attached another store
@@ -184,6 +184,11 @@ class KESTRAV_API ConfigStore {
   struct Options {
     // Makes the folder and the files when they are missing.
     bool create = true;
+    // The group, by name or number, whose members are trusted like the folder's owner. Without it,
+    // open() refuses a folder or a file that a group can write to. Always refused are what
+    // everybody can write to, and a folder that belongs neither to root, nor to the effective user,
+    // nor to this group. Files are made for their owner alone.
+    std::string group;
     // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
     // until no other thread of this process holds a snapshot; the default is large enough to avoid
     // this. The thread that commits may hold a snapshot of the newest revision, which moves on when
@@ -202,7 +207,7 @@ class KESTRAV_API ConfigStore {
   };
 
   // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
-  // yields the same object and ignores the options.
+  // yields the same object and ignores the options. Throws Exception.
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder,
                                            const Options& options);
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {

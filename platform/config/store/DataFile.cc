@@ -59,7 +59,7 @@ static_assert(sizeof(PageHeader) == kPageHeader);
 class Reader {
  public:
   explicit Reader(const std::filesystem::path& path) : path_(path) {
-    fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     if (fd_ < 0 && errno != ENOENT) fail(StoreError::kCannotOpen, std::strerror(errno));
   }
   ~Reader() {

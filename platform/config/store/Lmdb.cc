@@ -1,12 +1,15 @@
 #include "platform/config/store/Lmdb.h"
 
 #include <lmdb.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
 
 #include "platform/common/Exception.h"
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Files.h"
 
 namespace Kestrav::Config {
 namespace {
@@ -19,18 +22,32 @@ std::string_view view(const MDB_val& bytes) {
   return {static_cast<const char*>(bytes.mv_data), bytes.mv_size};
 }
 
+// LMDB reports a write that the disk took only in part as EIO, as it does a failure of the disk.
+// Writes beyond the end of the data file to find out which of them it was. REQUIRES: a write
+// transaction is open in `env`, so that nobody else writes there.
+int reasonOfFailedWrite(MDB_env* env) {
+  int fd = -1;
+  struct stat info {};
+  if (mdb_env_get_fd(env, &fd) != MDB_SUCCESS || ::fstat(fd, &info) != 0) return EIO;
+  const char page[4096] = {};
+  const ssize_t written = ::pwrite(fd, page, sizeof page, info.st_size);
+  if (written < 0) return errno;
+  if (::ftruncate(fd, info.st_size) != 0) return EIO;
+  return written < static_cast<ssize_t>(sizeof page) ? ENOSPC : EIO;
+}
+
+// Large transactions write before they are committed.
+void checkWrite(int rc, MDB_txn* txn, const char* operation) {
+  check(rc == EIO ? reasonOfFailedWrite(mdb_txn_env(txn)) : rc, operation);
+}
+
 }  // namespace
 
 void check(int rc, const char* operation) {
   if (rc == MDB_SUCCESS) return;
   if (rc == MDB_MAP_FULL) throw MapFull{};
-  std::string message = "Store: " + std::string(operation) + ": " + mdb_strerror(rc);
-  if (rc == EIO) message += "; perhaps the disk is full";  // LMDB reports a short write as EIO
+  const std::string message = "Store: " + std::string(operation) + ": " + mdb_strerror(rc);
   switch (rc) {
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      throw Exception(message, StoreError::kFull);
     case MDB_INVALID:
     case MDB_CORRUPTED:
     case MDB_PAGE_NOTFOUND:
@@ -44,12 +61,19 @@ void check(int rc, const char* operation) {
     case ENOTDIR:
       throw Exception(message, StoreError::kCannotOpen);
     default:
-      throw Exception(message, StoreError::kInternal);
+      throw Exception(message,
+                      codeOf(rc) == StoreError::kFull ? StoreError::kFull : StoreError::kInternal);
   }
 }
 
 void Transaction::commit() {
-  check(mdb_txn_commit(std::exchange(txn_, nullptr)), "commit");
+  MDB_env* const env = mdb_txn_env(txn_);
+  int rc = mdb_txn_commit(std::exchange(txn_, nullptr));
+  if (rc == EIO && mdb_txn_begin(env, nullptr, 0, &txn_) == MDB_SUCCESS) {
+    rc = reasonOfFailedWrite(env);
+    abort();
+  }
+  check(rc, "commit");
 }
 
 void Transaction::abort() {
@@ -68,20 +92,20 @@ std::optional<std::string_view> get(MDB_txn* txn, unsigned db, std::string_view 
 void put(MDB_txn* txn, unsigned db, std::string_view key, std::string_view bytes) {
   MDB_val k = asValue(key);
   MDB_val v = asValue(bytes);
-  check(mdb_put(txn, db, &k, &v, 0), "write");
+  checkWrite(mdb_put(txn, db, &k, &v, 0), txn, "write");
 }
 
 void append(MDB_txn* txn, unsigned db, std::string_view key, std::string_view bytes) {
   MDB_val k = asValue(key);
   MDB_val v = asValue(bytes);
-  check(mdb_put(txn, db, &k, &v, MDB_APPEND), "append");
+  checkWrite(mdb_put(txn, db, &k, &v, MDB_APPEND), txn, "append");
 }
 
 bool erase(MDB_txn* txn, unsigned db, std::string_view key) {
   MDB_val k = asValue(key);
   const int rc = mdb_del(txn, db, &k, nullptr);
   if (rc == MDB_NOTFOUND) return false;
-  check(rc, "erase");
+  checkWrite(rc, txn, "erase");
   return true;
 }
 
@@ -128,7 +152,7 @@ bool Cursor::first() {
 }
 
 void Cursor::eraseCurrent() {
-  check(mdb_cursor_del(cursor_, 0), "erase");
+  checkWrite(mdb_cursor_del(cursor_, 0), mdb_cursor_txn(cursor_), "erase");
 }
 
 }  // namespace Kestrav::Config

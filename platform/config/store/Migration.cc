@@ -97,7 +97,7 @@ void upgradeJournal(MDB_txn* txn, const LmdbEnv& env) {
 
 // LMDB holds a lock on the first byte of its lock file for as long as an environment is open.
 std::optional<int> processUsing(const std::filesystem::path& folder) {
-  const int fd = ::open((folder / "lock.mdb").c_str(), O_RDWR | O_CLOEXEC);
+  const int fd = ::open((folder / "lock.mdb").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
   if (fd < 0) return {};
   struct flock lock {};
   lock.l_type = F_WRLCK;

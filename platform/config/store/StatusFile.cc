@@ -11,12 +11,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "platform/common/Exception.h"
+#include "platform/config/store/Files.h"
+#include "platform/config/store/ProcessLife.h"
 
 namespace Kestrav::Config {
 namespace {
@@ -26,28 +25,6 @@ constexpr std::uint32_t kLayout = 1;
 constexpr std::size_t kSlots = 256;
 constexpr std::size_t kNameWords = 4;
 constexpr std::size_t kNameBytes = kNameWords * 8;  // one for the NUL
-
-// When the process started, in the kernel's ticks since boot: distinguishes it from a later process
-// with the same number. Empty when there is no such process, or only a zombie.
-std::optional<std::uint64_t> startTime(std::uint32_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string text((std::istreambuf_iterator<char>(file)), {});
-  const std::size_t name = text.rfind(')');  // the name before it may contain any character
-  if (name == std::string::npos || name + 2 >= text.size()) return {};
-  const char state = text[name + 2];
-  if (state == 'Z' || state == 'X' || state == 'x') return {};
-  std::size_t at = name + 2;
-  for (int field = 3; field < 22; ++field) {
-    at = text.find(' ', at);
-    if (at == std::string::npos) return {};
-    ++at;
-  }
-  return std::strtoull(text.c_str() + at, nullptr, 10);
-}
-
-std::string systemError(int error) {
-  return std::strerror(error);
-}
 
 }  // namespace
 
@@ -78,10 +55,9 @@ constexpr std::size_t kFileSize = Zone::kSize + kControlSize;
 
 std::shared_ptr<StatusFile> StatusFile::open(const std::filesystem::path& path) {
   static_assert(sizeof(Slot) == 64 && sizeof(Control) <= kControlSize);
-  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
   if (fd < 0) {
-    throw Exception("Cannot open " + path.string() + ": " + systemError(errno),
-                    StoreError::kCannotOpen);
+    throw Exception("Cannot open " + path.string() + ": " + std::strerror(errno), codeOf(errno));
   }
   std::shared_ptr<StatusFile> file(new StatusFile(fd, nullptr));
   const Lock lock(*file);
@@ -89,24 +65,20 @@ std::shared_ptr<StatusFile> StatusFile::open(const std::filesystem::path& path) 
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
     throw Exception(path.string() + " is no file", StoreError::kForeignFile);
   }
-  if (info.st_size == 0 && ::ftruncate(fd, kFileSize) != 0) {
-    throw Exception("Cannot write " + path.string() + ": " + systemError(errno),
-                    StoreError::kCannotOpen);
-  }
   if (info.st_size != 0 && info.st_size != static_cast<off_t>(kFileSize)) {
     throw Exception(path.string() + " is no status file of a store: it has " +
                         std::to_string(info.st_size) + " bytes instead of " +
                         std::to_string(kFileSize),
                     StoreError::kForeignFile);
   }
-  // Allocates the blocks: a disk that is full later would end the process with a signal.
-  if (const int error = ::posix_fallocate(fd, 0, kFileSize); error != 0) {
-    throw Exception("Cannot write " + path.string() + ": " + systemError(error),
-                    StoreError::kCannotOpen);
+  // A process that finds no room leaves a file of the right size, which the next one continues.
+  if (::ftruncate(fd, kFileSize) != 0) {
+    throw Exception("Cannot write " + path.string() + ": " + std::strerror(errno), codeOf(errno));
   }
+  allocate(fd, kFileSize, path);
   void* map = ::mmap(nullptr, kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   if (map == MAP_FAILED) {
-    throw Exception("Cannot map " + path.string() + ": " + systemError(errno),
+    throw Exception("Cannot map " + path.string() + ": " + std::strerror(errno),
                     StoreError::kCannotOpen);
   }
   file->map_ = map;
@@ -193,11 +165,8 @@ bool StatusFile::wait(Revision seen, int timeoutMs) {
 }
 
 bool StatusFile::alive(const Slot& slot) {
-  const std::uint32_t pid = slot.pid.load(std::memory_order_acquire);
-  const std::uint64_t started = slot.started.load(std::memory_order_acquire);
-  if (pid == 0) return false;
-  if (started == 0) return ::kill(static_cast<pid_t>(pid), 0) == 0;  // /proc was not readable
-  return startTime(pid) == started;
+  return isAlive(slot.pid.load(std::memory_order_acquire),
+                 slot.started.load(std::memory_order_acquire));
 }
 
 int StatusFile::claim(std::string_view name, Revision applied) {

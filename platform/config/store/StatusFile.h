@@ -23,7 +23,7 @@ namespace Kestrav::Config {
 class StatusFile {
  public:
   // Opens the file or makes it. Throws Exception kForeignFile for a truncated file and for one of
-  // another program.
+  // another program, and kFull.
   static std::shared_ptr<StatusFile> open(const std::filesystem::path& path);
   ~StatusFile();
   StatusFile(const StatusFile&) = delete;

@@ -13,6 +13,7 @@
 
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Files.h"
 #include "platform/config/store/Fork.h"
 #include "platform/config/store/LmdbEnv.h"
 #include "platform/config/store/StatusFile.h"
@@ -35,7 +36,7 @@ struct StoreCore {
   std::shared_ptr<StatusFile> status;
   std::unique_ptr<LmdbEnv> env;
   StatusArea area{nullptr};
-  std::pair<std::uint64_t, std::uint64_t> registered{};  // device and inode; zeros before
+  FolderId registered{};  // zeros before
 
   std::mutex registering;  // held while processSlot is exchanged
   std::atomic<int> processSlot{-1};

@@ -1,12 +1,9 @@
 // Opening a store: its folder and its files. A process opens each folder once.
 
-#include <fcntl.h>
 #include <pthread.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <condition_variable>
-#include <cstring>
 #include <map>
 
 #include "platform/common/Exception.h"
@@ -14,14 +11,13 @@
 #include "platform/common/Logger.h"
 #include "platform/common/NoDestructor.h"
 #include "platform/config/store/DataFile.h"
+#include "platform/config/store/Files.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/Migration.h"
 #include "platform/config/store/StoreImpl.h"
 
 namespace Kestrav::Config {
 namespace {
-
-using FolderId = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
 
 struct Registry {
   struct Entry {
@@ -55,23 +51,6 @@ std::atomic<std::uint64_t> nextSerial{1};
                   StoreError::kCannotOpen);
 }
 
-FolderId prepareFolder(const std::filesystem::path& folder, bool create) {
-  struct stat info {};
-  if (::stat(folder.c_str(), &info) != 0) {
-    if (errno != ENOENT || !create) cannotOpen(folder, std::strerror(errno));
-    std::error_code error;
-    if (folder.has_parent_path()) {
-      std::filesystem::create_directories(folder.parent_path(), error);
-    }
-    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-      cannotOpen(folder, std::strerror(errno));
-    }
-    if (::stat(folder.c_str(), &info) != 0) cannotOpen(folder, std::strerror(errno));
-  }
-  if (!S_ISDIR(info.st_mode)) cannotOpen(folder, "it is no folder");
-  return {info.st_dev, info.st_ino};
-}
-
 }  // namespace
 
 unsigned forkGeneration() {
@@ -80,9 +59,11 @@ unsigned forkGeneration() {
 
 StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options storeOptions)
     : folder(std::move(storeFolder)),
-      options(storeOptions),
+      options(std::move(storeOptions)),
       generation(forkGeneration()),
       serial(nextSerial.fetch_add(1)) {
+  const FileSizeSignalBlocked blocked;
+  checkFiles(folder, groupNamed(options.group));
   const auto data = folder / "data.mdb";
   if (!options.create && !inspectDataFile(data).present) cannotOpen(folder, "there is none");
   status = StatusFile::open(folder / "status");
@@ -97,8 +78,17 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
                     StoreError::kForeignFile);
   }
   const std::optional<int> other = processUsing(folder);
-  env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
-  const std::uint32_t schema = env->openDatabases(folder, options.create);
+  std::uint32_t schema = 0;
+  try {
+    prepareLockFile(folder, options.readerSlots, other.has_value());
+    env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
+    schema = env->openDatabases(folder, options.create);
+  } catch (...) {
+    // A data file that LMDB could not write completely would be refused the next time.
+    env.reset();
+    if (!state.present && !other) static_cast<void>(!::truncate(data.c_str(), 0));
+    throw;
+  }
   if (schema == kSchema) return;
   if (other) {
     throw Exception("The store in " + folder.string() + " has schema " + std::to_string(schema) +
@@ -138,7 +128,7 @@ void StoreCore::checkProcess() const {
 std::shared_ptr<ConfigStore> ConfigStore::open(const std::filesystem::path& folder,
                                                const Options& options) {
   std::unique_lock lock(registry().mutex);
-  const FolderId id = prepareFolder(folder, options.create);
+  const FolderId id = prepareFolder(folder, options.create, groupNamed(options.group));
   auto& entries = registry().entries;
   std::shared_ptr<StoreCore> core;
   for (;;) {

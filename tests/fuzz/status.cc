@@ -1,0 +1,111 @@
+// Any bytes as the status file: it is opened or refused with a reason, and whoever asks it gets an
+// answer. Input: a byte that says where the other bytes go: 0, they are the whole file; else, into
+// a new file, from so many times 8 bytes on after the zone (above 127: so many times 64 less, in
+// the slots of processes).
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "platform/common/Exception.h"
+#include "platform/config/store/StatusArea.h"
+#include "platform/config/store/StatusFile.h"
+
+namespace {
+
+using namespace Kestrav::Config;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+// In memory where there is such a folder. Each process has its own.
+const std::string& path() {
+  static const std::string file = [] {
+    std::error_code error;
+    const bool memory = std::filesystem::is_directory("/dev/shm", error);
+    return std::string(memory ? "/dev/shm" : "/tmp") + "/kestrav-fuzz-status-" +
+           std::to_string(::getpid());
+  }();
+  static const struct Removed {
+    ~Removed() { ::unlink(path().c_str()); }
+  } removed;
+  return file;
+}
+
+// The bytes of a file that was just made.
+const std::string& newFile() {
+  static const std::string bytes = [] {
+    ::unlink(path().c_str());
+    StatusFile::open(path());
+    std::string read(std::filesystem::file_size(path()), '\0');
+    const int fd = ::open(path().c_str(), O_RDONLY | O_CLOEXEC);
+    require(::pread(fd, read.data(), read.size(), 0) == static_cast<ssize_t>(read.size()));
+    ::close(fd);
+    return read;
+  }();
+  return bytes;
+}
+
+void write(std::string_view bytes) {
+  static const int fd = ::open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  require(::ftruncate(fd, static_cast<off_t>(bytes.size())) == 0);
+  require(::pwrite(fd, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+}
+
+void ask(StatusFile& status) {
+  for (const auto& process : status.processes()) {
+    require(process.pid > 0 && process.name.size() < 32);
+    require(status.lowestApplied() <= process.applied);
+  }
+  try {
+    const int slot = status.claim("fuzz", 5);
+    status.applied(slot, 7);
+    const auto found = status.processes();
+    require(std::any_of(found.begin(), found.end(), [](const auto& process) {
+      return process.pid == ::getpid() && process.name == "fuzz" && process.applied == 7;
+    }));
+    require(status.lowestApplied() <= 7u);
+    status.release(slot);
+  } catch (const Kestrav::Exception& exception) {
+    require(exception.code() == StoreError::kNoReaderSlot);
+  }
+  const Revision revision = status.revision();
+  require(!status.publish(revision));
+  require(status.publish(revision + 1) == (revision + 1 != 0));
+  require(status.wait(revision + 2, 0));
+  StatusArea area(status.zone());
+  area.contentInspection(!area.contentInspection());
+  area.setDirty(1);
+  require(area.clearDirty(~0u) != 0 && area.dirtyFlags() == 0);
+  area.disclaimerReload(!area.disclaimerReload());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string_view input(reinterpret_cast<const char*>(data) + 1, size - 1);
+  std::string bytes(input);
+  if (data[0] != 0) {
+    bytes = newFile();
+    const std::size_t words = data[0] < 128 ? data[0] - 1u : (data[0] - 127u) * 8;
+    const std::size_t at = Zone::kSize + words * 8;
+    bytes.replace(at, std::min(input.size(), bytes.size() - at),
+                  input.substr(0, std::min(input.size(), bytes.size() - at)));
+  }
+  write(bytes);
+  try {
+    ask(*StatusFile::open(path()));
+  } catch (const Kestrav::Exception& exception) {
+    require(exception.code() == StoreError::kForeignFile ||
+            exception.code() == StoreError::kNewerSchema);
+    require(!exception.message().empty());
+  }
+  return 0;
+}
