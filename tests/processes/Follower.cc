@@ -174,9 +174,9 @@ bool Follower::compareWithJournal() {
   return reached;
 }
 
-void Follower::startAsking(int threads) {
+void Follower::startAsking(int threads, const std::function<bool(unsigned)>& first) {
   for (int i = 0; i < threads; ++i) {
-    threads_.emplace_back([this, i] { ask(static_cast<unsigned>(i)); });
+    threads_.emplace_back([this, i, first] { ask(static_cast<unsigned>(i), first); });
   }
 }
 
@@ -186,11 +186,13 @@ void Follower::stopAsking() {
   threads_.clear();
 }
 
-void Follower::ask(unsigned seed) try {
+void Follower::ask(unsigned seed, const std::function<bool(unsigned)>& first) try {
   for (unsigned turn = seed; !stop_; ++turn) {
     const int set = static_cast<int>(turn % kSets);
-    checkSnapshot(set);
-    checkAnswers(set);
+    if (first(turn)) {
+      checkSnapshot(set);
+      checkAnswers(set);
+    }
     ++asked_;
   }
 } catch (const std::exception& failure) {

@@ -51,8 +51,10 @@ class Follower {
   Follower(const Follower&) = delete;
   Follower& operator=(const Follower&) = delete;
 
-  // `threads` threads ask for answers until stopAsking().
-  void startAsking(int threads);
+  // `threads` threads ask for answers until stopAsking(). Each calls `first` with the number of its
+  // turn, and asks in this turn when that returns true.
+  void startAsking(
+      int threads, const std::function<bool(unsigned)>& first = [](unsigned) { return true; });
   void stopAsking();
 
   // Reports a difference between the observed changes and the store's journal. False when the
@@ -70,7 +72,7 @@ class Follower {
   using Change = std::tuple<Config::Revision, unsigned, ngid_t, std::uint32_t>;
 
   void observed(const Config::JournalEntry& entry);
-  void ask(unsigned seed);
+  void ask(unsigned seed, const std::function<bool(unsigned)>& first);
   void checkSnapshot(int set);
   void checkAnswers(int set);
   void checkProfile(int set, std::uint32_t id, ngid_t domain, const Applied& floor);

@@ -5,27 +5,28 @@
 #include <sys/ptrace.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <latch>
-#include <map>
 #include <sstream>
 
 #include "platform/common/Exception.h"
 #include "platform/config/store/ConfigStore.h"
 #include "tests/processes/Answers.h"
 #include "tests/processes/Follower.h"
+#include "tests/processes/Ledger.h"
+#include "tests/processes/PeerRole.h"
 #include "tests/processes/Sets.h"
 
+namespace Kestrav::Testing {
 namespace {
-
-using namespace Kestrav;
-using namespace Kestrav::Testing;
-using Arguments = std::vector<std::string>;
 
 constexpr int kPatience = 50'000;  // ms
 constexpr int kComplained = 3;
+
+}  // namespace
 
 void say(const std::string& text) {
   const std::string line = text + "\n";
@@ -36,7 +37,7 @@ void say(const std::string& text) {
   }
 }
 
-[[noreturn]] void complain(const std::string& what) {
+void complain(const std::string& what) {
   say("wrong: " + what);
   ::_exit(kComplained);
 }
@@ -45,18 +46,7 @@ int numberAt(const Arguments& arguments, std::size_t index) {
   return index < arguments.size() ? std::atoi(arguments[index].c_str()) : 0;
 }
 
-std::shared_ptr<Config::ConfigStore> openStore(const std::string& folder) {
-  Config::ConfigStore::Options options;
-  options.create = false;
-  return Config::ConfigStore::open(folder, options);
-}
-
-// ARGUMENT is the number of asking threads.
-void follow(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
-  Config::ConfigStore::attach(store);
-  auto& follower = *new Follower(complain);  // handlers may run until the process is gone
-  follower.startAsking(numberAt(arguments, 0));
-  say("ready");
+void answerCommands(Follower& follower) {
   const auto dispatcher = CMF::Event::Dispatcher::instance("", false, false);
   for (std::string line; std::getline(std::cin, line);) {
     std::istringstream words(line);
@@ -81,8 +71,30 @@ void follow(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& 
   follower.stopAsking();
 }
 
+}  // namespace Kestrav::Testing
+
+namespace {
+
+using namespace Kestrav;
+using namespace Kestrav::Testing;
+
+Config::ConfigStore::Options plainOptions() {
+  Config::ConfigStore::Options options;
+  options.create = false;
+  return options;
+}
+
+// ARGUMENT is the number of asking threads.
+void follow(const Store& store, const Arguments& arguments) {
+  Config::ConfigStore::attach(store);
+  auto& follower = *new Follower(complain);  // handlers may run until the process is gone
+  follower.startAsking(numberAt(arguments, 0));
+  say("ready");
+  answerCommands(follower);
+}
+
 // ARGUMENT is the seed. The command "write N" makes N commits.
-void write(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+void write(const Store& store, const Arguments& arguments) {
   std::mt19937 random(static_cast<unsigned>(numberAt(arguments, 0)));
   say("ready");
   for (std::string line; std::getline(std::cin, line);) {
@@ -97,7 +109,7 @@ void write(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& a
 }
 
 // Commits all sets with number ARGUMENT, traced by the parent.
-void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+void writeTraced(const Store& store, const Arguments& arguments) {
   Config::ChangeSet changes;
   for (int set = 0; set < kSets; ++set) {
     putSet(changes, set, static_cast<std::uint32_t>(numberAt(arguments, 0)));
@@ -113,7 +125,7 @@ void writeTraced(const std::shared_ptr<Config::ConfigStore>& store, const Argume
 }
 
 // ARGUMENT is the number of reading threads. Each keeps its snapshot.
-void read(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& arguments) {
+void read(const Store& store, const Arguments& arguments) {
   store->registerProcess("reader");
   std::vector<std::thread> threads;
   std::atomic<bool> stop{false};
@@ -139,12 +151,24 @@ void read(const std::shared_ptr<Config::ConfigStore>& store, const Arguments& ar
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::map<std::string,
-                 void (*)(const std::shared_ptr<Config::ConfigStore>&, const Arguments&)>
-      roles = {{"follow", follow}, {"write", write}, {"write-traced", writeTraced}, {"read", read}};
-  if (argc < 3 || !roles.contains(argv[1])) return 2;
+  const struct {
+    std::string name;
+    void (*run)(const Store&, const Arguments&);
+    Config::ConfigStore::Options options;
+  } roles[] = {
+      {"follow", follow, plainOptions()},
+      {"write", write, plainOptions()},
+      {"write-traced", writeTraced, plainOptions()},
+      {"read", read, plainOptions()},
+      {"torture-write", tortureWrite, tightOptions()},
+      {"torture-read", tortureRead, tightOptions()},
+  };
+  const auto role = std::find_if(std::begin(roles), std::end(roles), [&](const auto& each) {
+    return argc > 2 && each.name == argv[1];
+  });
+  if (role == std::end(roles)) return 2;
   try {
-    roles.at(argv[1])(openStore(argv[2]), Arguments(argv + 3, argv + argc));
+    role->run(Config::ConfigStore::open(argv[2], role->options), Arguments(argv + 3, argv + argc));
     return 0;
   } catch (const Exception& exception) {
     complain("failed: " + exception.asString());

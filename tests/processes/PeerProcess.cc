@@ -4,12 +4,15 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <stdexcept>
+#include <utility>
 
 namespace Kestrav::Testing {
 namespace {
@@ -91,6 +94,14 @@ std::string PeerProcess::line() {
   }
 }
 
+std::optional<std::string> PeerProcess::lineIfAny() {
+  char bytes[4096];
+  for (ssize_t count = 0; (count = ::recv(socket_, bytes, sizeof bytes, MSG_DONTWAIT)) > 0;) {
+    unread_.append(bytes, static_cast<std::size_t>(count));
+  }
+  return unread_.find('\n') != std::string::npos ? std::optional(line()) : std::nullopt;
+}
+
 std::string PeerProcess::ask(const std::string& command) {
   send(command);
   return line();
@@ -140,6 +151,13 @@ std::string PeerProcess::reap(bool killed) {
                                  : WIFEXITED(status) && WEXITSTATUS(status) == 0;
   if (asExpected) return {};
   return "ended with status " + std::to_string(status) + ": " + std::exchange(unread_, {});
+}
+
+void liveAtNoon() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  ::gmtime_r(&now, &utc);
+  ::setenv("TZ", ("NOON" + std::to_string(utc.tm_hour - 12)).c_str(), 1);
 }
 
 Outcome runProgram(const std::string& program, std::vector<std::string> arguments) {

@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,8 @@ class PeerProcess {
   void send(const std::string& line);
   // The next line of output, empty at the end.
   std::string line();
+  // The next line if it has arrived. Does not wait. Works after the end of the process, too.
+  std::optional<std::string> lineIfAny();
   // Sends a command whose answer is one line.
   std::string ask(const std::string& command);
   // Sends a command whose answer ends with the line ".".
@@ -46,6 +49,10 @@ class PeerProcess {
   int socket_ = -1;
   std::string unread_;
 };
+
+// Gives the processes that are started from now on a time zone in which it is about noon: far from
+// the bounds of the deferred periods in the sets.
+void liveAtNoon();
 
 // Exit code and output, stderr too, of a program.
 struct Outcome {

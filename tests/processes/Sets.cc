@@ -220,16 +220,18 @@ std::vector<Part> partsOf(int set, std::uint32_t number) {
   return parts.take();
 }
 
-void putSet(ChangeSet& changes, int set, std::uint32_t number) {
-  for (const Part& part : partsOf(set, number)) {
-    if (!part.record) {
-      changes.erase(part.table->gid, part.domain, part.id);
-    } else if (part.before != kLast) {
-      changes.putBefore(part.table->gid, part.domain, part.record->data(), part.before);
-    } else {
-      changes.put(part.table->gid, part.domain, part.record->data());
-    }
+void Part::putInto(ChangeSet& changes) const {
+  if (!record) {
+    changes.erase(table->gid, domain, id);
+  } else if (before != kLast) {
+    changes.putBefore(table->gid, domain, record->data(), before);
+  } else {
+    changes.put(table->gid, domain, record->data());
   }
+}
+
+void putSet(ChangeSet& changes, int set, std::uint32_t number) {
+  for (const Part& part : partsOf(set, number)) part.putInto(changes);
 }
 
 Config::Revision putAllSets(Config::ConfigStore& store) {

@@ -43,6 +43,8 @@ struct Part {
   std::uint32_t id;
   std::optional<Config::OwnedRecord> record;  // none when there must be no such record
   std::uint32_t before = 0;                   // id of the record after it; 0 for any place
+
+  void putInto(Config::ChangeSet& changes) const;
 };
 
 std::vector<Part> partsOf(int set, std::uint32_t number);

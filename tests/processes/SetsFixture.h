@@ -2,9 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <ctime>
 #include <memory>
 #include <random>
 #include <string>
@@ -66,15 +64,6 @@ class SetsFixture : public ::testing::Test {
   }
 
  private:
-  // Gives the peers a time zone in which it is about noon: far from the bounds of the deferred
-  // periods in the sets.
-  static void liveAtNoon() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    ::gmtime_r(&now, &utc);
-    ::setenv("TZ", ("NOON" + std::to_string(utc.tm_hour - 12)).c_str(), 1);
-  }
-
   TemporaryFolder folder_;
   std::shared_ptr<Config::ConfigStore> store_;
 };
