@@ -133,7 +133,10 @@ std::string Witness::readJournal(ConfigStore& store) {
     accounted = true;
   };
   const bool whole = store.journal(journalRead_, upTo, visit);
-  if (wrong.empty() && whole && (at != upTo || !accounted)) {
+  if (wrong.empty() && whole && !accounted) {
+    wrong = "the journal has no account in revision " + std::to_string(at);
+  }
+  if (wrong.empty() && whole && at != upTo) {
     wrong = "the journal ends with revision " + std::to_string(at) + " instead of " +
             std::to_string(upTo);
   }

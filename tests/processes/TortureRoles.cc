@@ -7,6 +7,7 @@
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
+#include "platform/common/NoDestructor.h"
 #include "platform/config/records/Gid.h"
 #include "tests/processes/Ledger.h"
 #include "tests/processes/PeerRole.h"
@@ -134,8 +135,7 @@ void tortureWrite(const Store& store, const Arguments& arguments) {
 }
 
 void tortureRead(const Store& store, const Arguments& arguments) {
-  const auto& watching = *new std::shared_ptr<void>(complainOfFailures());
-  static_cast<void>(watching);
+  static const NoDestructor<std::shared_ptr<void>> watching(complainOfFailures());
   Config::ConfigStore::attach(store);
   auto& follower = *new Follower(complain);  // handlers may run until the process is gone
   follower.startAsking(numberAt(arguments, 0), [store](unsigned turn) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <memory>
@@ -19,6 +20,7 @@ namespace Kestrav::Testing {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
+    ::umask(022);  // a store's folder that a group can write to is refused
     const char* base = ::getenv("TMPDIR");
     std::string name = std::string(base != nullptr ? base : "/tmp") + "/kestrav-XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder: " + name);
