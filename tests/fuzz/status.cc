@@ -1,7 +1,7 @@
-// Any bytes as the status file: it is opened or refused with a reason, and whoever asks it gets an
-// answer. Input: a byte that says where the other bytes go: 0, they are the whole file; else, into
-// a new file, from so many times 8 bytes on after the zone (above 127: so many times 64 less, in
-// the slots of processes).
+// Any bytes as the status file: it is opened or refused with a reason, and every question to it has
+// an answer. Input: one byte N, then the bytes. N = 0: they are the whole file. N < 128: they
+// replace those of a new file from word N - 1 after the zone on. Else: from word 8 * (N - 127) on,
+// in the slots of processes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -259,7 +259,7 @@ class Round {
   bool counted_ = false;
 };
 
-// Removed at the end.
+// Removed at the end, unless it is kept.
 class RoundFolder {
  public:
   explicit RoundFolder(const fs::path& below) {
@@ -269,14 +269,19 @@ class RoundFolder {
   }
   ~RoundFolder() {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    if (!kept_) fs::remove_all(path_, ignored);
   }
   RoundFolder(const RoundFolder&) = delete;
   RoundFolder& operator=(const RoundFolder&) = delete;
   const fs::path& path() const { return path_; }
+  void keep() {
+    kept_ = true;
+    std::printf("kept in %s\n", path_.c_str());
+  }
 
  private:
   fs::path path_;
+  bool kept_ = false;
 };
 
 Figures torture(const Settings& settings) {
@@ -290,7 +295,7 @@ Figures torture(const Settings& settings) {
   const auto end = Clock::now() + std::chrono::seconds(settings.seconds);
   while (Clock::now() < end && figures.violations == 0) {
     const auto& below = settings.folders[figures.rounds % settings.folders.size()];
-    const RoundFolder folder(below);
+    RoundFolder folder(below);
     try {
       Round(folder.path(), settings, random, figures).run(std::min(end, Clock::now() + kRound));
     } catch (const std::exception& failure) {
@@ -298,6 +303,7 @@ Figures torture(const Settings& settings) {
       std::printf("violation in round %llu: %s\n",
                   static_cast<unsigned long long>(figures.rounds + 1), failure.what());
     }
+    if (figures.violations != 0 && settings.fault.empty()) folder.keep();
     if (figures.rounds % 15 == 0) figures.print();
   }
   figures.print();

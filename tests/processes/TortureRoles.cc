@@ -22,9 +22,10 @@ using Config::Revision;
 
 constexpr std::uint32_t kFirstBulky = 1000;
 constexpr std::uint32_t kMostBulky = 100;
-constexpr int kBulkyTurn = 16;    // one commit in so many changes the number of bulky records
-constexpr int kJournalTurn = 4;   // one look in so many reads the journal, too
-constexpr int kAnswersTurn = 16;  // one look in so many asks for profiles and policies
+// One in this number of turns also ...
+constexpr int kBulkyTurn = 16;    // changes the number of bulky records
+constexpr int kJournalTurn = 4;   // reads the journal
+constexpr int kAnswersTurn = 16;  // asks for profiles and policies
 
 bool endOfInput() {
   pollfd input{STDIN_FILENO, POLLIN, 0};

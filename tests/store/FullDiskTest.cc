@@ -71,7 +71,7 @@ class Disk {
   bool mounted() const { return mounted_; }
   fs::path store() const { return at_ / "store"; }
 
-  // Leaves so many bytes.
+  // Leaves `left` bytes.
   void fill(std::size_t left) {
     struct statvfs figures {};
     require(::statvfs(at_.c_str(), &figures) == 0, "no figures of the disk");
@@ -205,7 +205,7 @@ TEST_F(FullDisk, FailsAMigrationAndMakesItLater) {
 class FileSizeLimit : public ::testing::Test {
  protected:
   std::string path() const { return (folder_ / "store").string(); }
-  // In a child in which files may have so many bytes, and in which the signal is deadly.
+  // In a child whose files may have `bytes` bytes, and which the signal would kill.
   template <class Work>
   static int limited(std::size_t bytes, Work work) {
     return Testing::inChild([&] {

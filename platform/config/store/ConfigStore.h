@@ -185,9 +185,9 @@ class KESTRAV_API ConfigStore {
     // Makes the folder and the files when they are missing.
     bool create = true;
     // The group, by name or number, whose members are trusted like the folder's owner. Without it,
-    // open() refuses a folder or a file that a group can write to. Always refused are what
-    // everybody can write to, and a folder that belongs neither to root, nor to the effective user,
-    // nor to this group. Files are made for their owner alone.
+    // open() refuses a folder or a file that a group can write to. It always refuses what everybody
+    // can write to, and a folder of another user than root and the effective one, unless the folder
+    // belongs to this group. New files are for their owner only.
     std::string group;
     // Address space, not memory: the file grows as it is used. A full map is doubled, which waits
     // until no other thread of this process holds a snapshot; the default is large enough to avoid

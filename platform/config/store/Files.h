@@ -1,7 +1,8 @@
 // The folder of a store and the files in it, as far as LMDB does not handle them itself.
 //
-// Whoever can write to the folder can replace its files, and LMDB opens them by name. So a folder
-// is used only when nobody else can write to it, and each file is checked before LMDB sees it.
+// LMDB opens the files by name, and a user who can write to the folder can replace them. So a
+// folder is used only when nobody else can write to it, and each file is checked before LMDB opens
+// it.
 #pragma once
 
 #include <signal.h>
@@ -38,8 +39,8 @@ void checkFiles(const std::filesystem::path& folder, Group group);
 // does not have ends the process with a signal. Throws Exception.
 void allocate(int fd, std::size_t bytes, const std::filesystem::path& path);
 
-// Makes LMDB's lock file, which LMDB maps, for so many readers, and takes its blocks. `inUse`:
-// another process has it open, so it keeps its size. REQUIRES: this process has not.
+// Makes LMDB's lock file, with room for `readers`, and takes its blocks, because LMDB maps it. The
+// file keeps its size when another process has it open (`inUse`). REQUIRES: this process has not.
 void prepareLockFile(const std::filesystem::path& folder, unsigned readers, bool inUse);
 
 // While it exists, a write of this thread beyond RLIMIT_FSIZE fails with EFBIG and raises no
