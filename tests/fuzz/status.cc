@@ -38,15 +38,17 @@ const std::string& path() {
   return file;
 }
 
-// The bytes of a file that was just made.
+// The bytes of a new file.
 const std::string& newFile() {
   static const std::string bytes = [] {
-    ::unlink(path().c_str());
-    StatusFile::open(path());
-    std::string read(std::filesystem::file_size(path()), '\0');
-    const int fd = ::open(path().c_str(), O_RDONLY | O_CLOEXEC);
+    const std::string made = path() + "-new";
+    ::unlink(made.c_str());
+    StatusFile::open(made);
+    std::string read(std::filesystem::file_size(made), '\0');
+    const int fd = ::open(made.c_str(), O_RDONLY | O_CLOEXEC);
     require(::pread(fd, read.data(), read.size(), 0) == static_cast<ssize_t>(read.size()));
     ::close(fd);
+    ::unlink(made.c_str());
     return read;
   }();
   return bytes;
