@@ -54,10 +54,19 @@ const std::string& newFile() {
   return bytes;
 }
 
-void write(std::string_view bytes) {
+void write(std::string_view bytes, std::size_t at) {
   static const int fd = ::open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  require(::ftruncate(fd, static_cast<off_t>(bytes.size())) == 0);
-  require(::pwrite(fd, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+  if (at == 0) require(::ftruncate(fd, static_cast<off_t>(bytes.size())) == 0);
+  require(::pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(at)) ==
+          static_cast<ssize_t>(bytes.size()));
+}
+
+// The control pages of a new file, from `at` on with `input`. The zone keeps what ask() left in it.
+void writeControl(std::size_t at, std::string_view input) {
+  std::string control = newFile().substr(Zone::kSize);
+  const std::size_t count = std::min(input.size(), control.size() - at);
+  control.replace(at, count, input.substr(0, count));
+  write(control, Zone::kSize);
 }
 
 void ask(StatusFile& status) {
@@ -93,15 +102,15 @@ void ask(StatusFile& status) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data) + 1, size - 1);
-  std::string bytes(input);
-  if (data[0] != 0) {
-    bytes = newFile();
-    const std::size_t words = data[0] < 128 ? data[0] - 1u : (data[0] - 127u) * 8;
-    const std::size_t at = Zone::kSize + words * 8;
-    bytes.replace(at, std::min(input.size(), bytes.size() - at),
-                  input.substr(0, std::min(input.size(), bytes.size() - at)));
+  static bool foreign = true;  // the file may have another size
+  if (data[0] == 0) {
+    write(input, 0);
+    foreign = true;
+  } else {
+    if (foreign) write(newFile(), 0);
+    foreign = false;
+    writeControl((data[0] < 128 ? data[0] - 1u : (data[0] - 127u) * 8) * 8, input);
   }
-  write(bytes);
   try {
     ask(*StatusFile::open(path()));
   } catch (const Kestrav::Exception& exception) {
