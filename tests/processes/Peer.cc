@@ -161,7 +161,8 @@ int main(int argc, char** argv) {
       {"write-traced", writeTraced, plainOptions()},
       {"read", read, plainOptions()},
       {"torture-write", tortureWrite, tightOptions()},
-      {"torture-read", tortureRead, tightOptions()},
+      {"torture-follow", tortureFollow, roomyOptions()},
+      {"torture-look", tortureLook, tightOptions()},
   };
   const auto role = std::find_if(std::begin(roles), std::end(roles), [&](const auto& each) {
     return argc > 2 && each.name == argv[1];

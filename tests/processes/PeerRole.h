@@ -28,6 +28,9 @@ void answerCommands(Follower& follower);
 // "commit N REVISION" for each one, "full" for one that found no room.
 void tortureWrite(const Store& store, const Arguments& arguments);
 // ARGUMENT: the number of reading threads. Follows the store as "follow" does.
-void tortureRead(const Store& store, const Arguments& arguments);
+void tortureFollow(const Store& store, const Arguments& arguments);
+// ARGUMENT: the number of reading threads. Only looks at the store. The command "asked" is answered
+// with the number of looks.
+void tortureLook(const Store& store, const Arguments& arguments);
 
 }  // namespace Kestrav::Testing

@@ -1,8 +1,11 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <iostream>
 #include <random>
+#include <thread>
 
 #include "platform/common/Exception.h"
 #include "platform/common/LogCodes.h"
@@ -126,6 +129,13 @@ class TortureWriter {
   const std::string fault_;
 };
 
+void look(Config::ConfigStore& store, unsigned turn) {
+  thread_local Witness witness;
+  std::string wrong = witness.look(store);
+  if (wrong.empty() && turn % kJournalTurn == 0) wrong = witness.readJournal(store);
+  if (!wrong.empty()) complain(wrong);
+}
+
 }  // namespace
 
 void tortureWrite(const Store& store, const Arguments& arguments) {
@@ -135,19 +145,42 @@ void tortureWrite(const Store& store, const Arguments& arguments) {
   while (!endOfInput()) writer.turn();
 }
 
-void tortureRead(const Store& store, const Arguments& arguments) {
+void tortureFollow(const Store& store, const Arguments& arguments) {
   static const NoDestructor<std::shared_ptr<void>> watching(complainOfFailures());
   Config::ConfigStore::attach(store);
   auto& follower = *new Follower(complain);  // handlers may run until the process is gone
   follower.startAsking(numberAt(arguments, 0), [store](unsigned turn) {
-    thread_local Witness witness;
-    std::string wrong = witness.look(*store);
-    if (wrong.empty() && turn % kJournalTurn == 0) wrong = witness.readJournal(*store);
-    if (!wrong.empty()) complain(wrong);
+    look(*store, turn);
     return turn % kAnswersTurn == 0;
   });
   say("ready");
   answerCommands(follower);
+}
+
+void tortureLook(const Store& store, const Arguments& arguments) {
+  const auto watching = complainOfFailures();
+  store->registerProcess("look");
+  std::atomic<bool> stop{false};
+  std::atomic<std::uint64_t> looks{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < numberAt(arguments, 0); ++i) {
+    threads.emplace_back([&] {
+      try {
+        for (unsigned turn = 0; !stop; ++turn, ++looks) {
+          look(*store, turn);
+          store->applied(store->revision());
+        }
+      } catch (const Exception& exception) {
+        complain(exception.asString());
+      }
+    });
+  }
+  say("ready");
+  for (std::string line; std::getline(std::cin, line);) {
+    if (line == "asked") say(std::to_string(looks));
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace Kestrav::Testing
