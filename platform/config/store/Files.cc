@@ -116,7 +116,7 @@ FolderId prepareFolder(const std::filesystem::path& folder, bool create, Group g
   // Only root and members give a folder to a group.
   if (info.st_uid != 0 && info.st_uid != ::geteuid() && group != info.st_gid) {
     cannotOpen(folder, "it belongs to user " + std::to_string(info.st_uid) +
-                           ", not to root or to the user of this process");
+                           ", not to root or to the user of this process; act as that user");
   }
   return {info.st_dev, info.st_ino};
 }
