@@ -77,6 +77,9 @@ int status(const Context& context, bool json);
 // set: turns a switch of the status area on or off.
 int set(const Context& context, const std::string& name, const std::string& value);
 
+// verify: checks the whole store. kDone when it is undamaged, kNo with one line for each damage.
+int verify(const Context& context);
+
 // schema: the JSON schema of the YAML form.
 int schema(const Context& context);
 // records: what every field of every record means, as Markdown.

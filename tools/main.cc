@@ -183,6 +183,10 @@ int main(int argc, char** argv) {
   setVerb->add_option("VALUE", switchValue, "on or off")->required();
   setVerb->callback([&] { verb = [&] { return set(context, switchName, switchValue); }; });
 
+  auto* verifyVerb = app.add_subcommand(
+      "verify", "Check the whole store for damage; processes may use it meanwhile");
+  verifyVerb->callback([&] { verb = [&] { return verify(context); }; });
+
   auto* schemaVerb = app.add_subcommand("schema", "Print the JSON schema of the YAML form");
   schemaVerb->callback([&] { verb = [&] { return schema(context); }; });
 

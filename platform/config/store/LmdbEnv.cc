@@ -356,6 +356,12 @@ unsigned LmdbEnv::readersInUse() const {
   return lines > 0 ? lines - 1 : 0;
 }
 
+int LmdbEnv::dataDescriptor() const {
+  mdb_filehandle_t descriptor = -1;
+  check(mdb_env_get_fd(env_, &descriptor), "look");
+  return descriptor;
+}
+
 unsigned LmdbEnv::readerLimit() const {
   unsigned limit = 0;
   mdb_env_get_maxreaders(env_, &limit);

@@ -87,6 +87,7 @@ class LmdbEnv {
   std::size_t mapBytes() const;
   unsigned readersInUse() const;
   unsigned readerLimit() const;
+  int dataDescriptor() const;  // of the data file; LMDB's own
 
  private:
   void makeDatabases(const std::filesystem::path& folder);

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -81,6 +82,12 @@ class ReadTransaction {
   std::shared_ptr<StoreCore> core_;
   std::shared_ptr<ReaderSlot> slot_;
 };
+
+// Calls `use` with the environment of the store in `folder`: the one that this process has open, or
+// one that is open during the call and whose sub-databases are not. Throws Exception kCannotOpen
+// when there is no store.
+void withEnvironment(const std::filesystem::path& folder,
+                     const std::function<void(LmdbEnv&)>& use);
 
 // Publishes the store's revision in case its writer died between commit and publication. Returns
 // it.

@@ -125,6 +125,30 @@ void StoreCore::checkProcess() const {
                   StoreError::kForked);
 }
 
+void withEnvironment(const std::filesystem::path& folder,
+                     const std::function<void(LmdbEnv&)>& use) {
+  std::unique_lock lock(registry().mutex);
+  const FolderId id = prepareFolder(folder, false);
+  const auto& entries = registry().entries;
+  for (auto entry = entries.find(id); entry != entries.end(); entry = entries.find(id)) {
+    if (const auto core = entry->second.core.lock()) {
+      lock.unlock();
+      return use(*core->env);
+    }
+    registry().closed.wait(lock);
+  }
+  const auto data = folder / "data.mdb";
+  const DataFileState state = inspectDataFile(data);
+  if (!state.present) cannotOpen(folder, "there is none");
+  const auto status = StatusFile::open(folder / "status");
+  std::unique_ptr<LmdbEnv> env;
+  {
+    const StatusFile::Lock opening(*status);
+    env = std::make_unique<LmdbEnv>(folder, ConfigStore::Options(), state.mapSize);
+  }
+  use(*env);
+}
+
 std::shared_ptr<ConfigStore> ConfigStore::open(const std::filesystem::path& folder,
                                                const Options& options) {
   std::unique_lock lock(registry().mutex);
