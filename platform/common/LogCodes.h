@@ -33,6 +33,8 @@ inline constexpr std::uint32_t kStoreFailure = 0x4000301;           // operation
 inline constexpr std::uint32_t kStoreRecordSkipped = 0x4000302;     // table, id, reason
 inline constexpr std::uint32_t kStoreReaderCleared = 0x4000303;    // number of dead readers cleared
 inline constexpr std::uint32_t kStoreMigrated = 0x4000304;         // folder, old and new schema
+inline constexpr std::uint32_t kStoreRecordRecovered = 0x4000305;  // table, id, reason
+inline constexpr std::uint32_t kStoreRecordDamaged = 0x4000306;    // table, id, reason
 inline constexpr std::uint32_t kHandlerFailed = 0x4000401;         // table, reason
 inline constexpr std::uint32_t kEventsResynchronised = 0x4000402;  // applied and current revision
 inline constexpr std::uint32_t kPolicyRecordSkipped = 0x4000501;   // policy id, reason
@@ -61,6 +63,8 @@ inline constexpr std::uint32_t kAll[] = {
     kStoreRecordSkipped,
     kStoreReaderCleared,
     kStoreMigrated,
+    kStoreRecordRecovered,
+    kStoreRecordDamaged,
     kHandlerFailed,
     kEventsResynchronised,
     kPolicyRecordSkipped,

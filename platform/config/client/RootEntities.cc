@@ -13,6 +13,7 @@
 #include "platform/config/store/Attachment.h"
 
 using namespace Kestrav::Config;
+using Kestrav::Config::Client::isDamage;
 using Kestrav::Config::Client::logStoreFailure;
 using Kestrav::Config::Client::newestSnapshot;
 
@@ -118,6 +119,7 @@ const void* cmf_get_obj_data(void* entity) {
     copy.refresh(*static_cast<const Entity*>(entity)->table);
     return copy.record.data();
   } catch (const std::exception& reason) {
+    if (isDamage(reason)) throw;
     logStoreFailure("cmf_get_obj_data", reason);
     return nullptr;
   }

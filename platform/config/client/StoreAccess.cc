@@ -16,6 +16,11 @@ Snapshot newestSnapshot() {
   return store != nullptr ? store->snapshot() : ConfigStore::emptySnapshot();
 }
 
+bool isDamage(const std::exception& reason) {
+  const auto* failure = dynamic_cast<const Exception*>(&reason);
+  return failure != nullptr && failure->code() == StoreError::kDamaged;
+}
+
 void logStoreFailure(const char* operation, const std::exception& reason) {
   const auto* failure = dynamic_cast<const Exception*>(&reason);
   if (failure != nullptr && failure->code() == StoreError::kForked) {

@@ -12,6 +12,9 @@ namespace Kestrav::Config::Client {
 Snapshot newestSnapshot();
 
 // Code 0x4000301. In a child after fork, failures to use the parent's store are logged once.
+// True when a record is damaged, which a caller must not take for a missing one.
+bool isDamage(const std::exception& reason);
+
 void logStoreFailure(const char* operation, const std::exception& reason);
 
 // Runs `work` on a thread that holds no snapshot, and waits for it: a thread with a query or a read

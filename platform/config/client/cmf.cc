@@ -6,6 +6,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "platform/common/Exception.h"
 #include "platform/config/client/Query.h"
 #include "platform/config/client/StoreAccess.h"
 
@@ -15,14 +16,25 @@ unsigned int cmdb = 0;
 
 namespace {
 
-// What `call` answers; `failure` when it throws.
+// What `call` answers; `failure` when it throws. Damage is passed on.
 template <class Result, class Call>
 Result answer(const char* operation, Result failure, Call call) {
   try {
     return call();
   } catch (const std::exception& reason) {
+    if (Kestrav::Config::Client::isDamage(reason)) throw;
     Kestrav::Config::Client::logStoreFailure(operation, reason);
     return failure;
+  }
+}
+
+// A query may be placed on a damaged record: reading it throws.
+template <class Call>
+int placed(const char* operation, cmf_query* query, Call call) {
+  try {
+    return answer(operation, query, -1, [&](Query& of) { return call(of) ? 0 : -1; });
+  } catch (const Kestrav::Exception&) {
+    return 0;
   }
 }
 
@@ -61,8 +73,8 @@ int cmf_query_do_table_size(cmf_query* query, int) {
 }
 
 int cmf_set_query_cache_st(cmf_query* query, int, int index) {
-  return answer("cmf_set_query_cache_st", query, -1,
-                [&](Query& of) { return of.place(index) && of.record() != nullptr ? 0 : -1; });
+  return placed("cmf_set_query_cache_st", query,
+                [&](Query& of) { return of.place(index) && of.record() != nullptr; });
 }
 
 const void* cmf_query_update(cmf_query* query) {
@@ -70,8 +82,7 @@ const void* cmf_query_update(cmf_query* query) {
 }
 
 int cmf_query_do_get_by_gid(cmf_query* query, unsigned int id) {
-  return answer("cmf_query_do_get_by_gid", query, -1,
-                [&](Query& of) { return of.placeById(id) ? 0 : -1; });
+  return placed("cmf_query_do_get_by_gid", query, [&](Query& of) { return of.placeById(id); });
 }
 
 cmf_query* nCfg_query(unsigned int gid) {

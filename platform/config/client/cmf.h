@@ -4,7 +4,8 @@
 // records are valid until their query is moved or freed. Without an attached store every list is
 // empty and single-record tables hold their defaults. When the store fails, the functions log
 // (0x4000301) and answer as an empty table. A child after fork that uses its parent's store logs
-// that once.
+// that once. A damaged record is no missing one: functions that give a record, and those that search
+// for a name or find the order of a table, throw Exception kDamaged.
 #pragma once
 
 #include "platform/common/Export.h"

@@ -41,6 +41,7 @@ inline constexpr int kBadRecord = 26;     // a record that its field table does 
 inline constexpr int kAttached = 27;      // the process has attached another store
 inline constexpr int kInUse = 28;  // an older schema that another process keeps from migration
 inline constexpr int kInternal = 29;
+inline constexpr int kDamaged = 30;  // bytes of the store were changed from outside
 }  // namespace StoreError
 
 // A copy of a record: its fixed part with list pointers set, and its lists. The bytes keep their
@@ -86,6 +87,9 @@ class KESTRAV_API Snapshot {
 
   Revision revision() const;
   int size(G_CLI_GID gid, ngid_t domain) const;
+  // A damaged row is answered from its newest journal entry, which holds a copy of it. When the
+  // journal does not have it, byId(), at() and walk() throw Exception kDamaged.
+  //
   // Null record when there is none. For a single-record table id and index are ignored, and a
   // record that was never written is answered with its defaults.
   StoredRecord byId(G_CLI_GID gid, ngid_t domain, std::uint32_t id) const;
@@ -207,7 +211,8 @@ class KESTRAV_API ConfigStore {
   };
 
   // Opens the store in `folder`. A process opens one folder once: a second open of the same folder
-  // yields the same object and ignores the options. Throws Exception.
+  // yields the same object and ignores the options. The process that opens the store while no
+  // other one has it open checks all pages and keys first, and throws kDamaged when one is damaged.
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder,
                                            const Options& options);
   static std::shared_ptr<ConfigStore> open(const std::filesystem::path& folder) {

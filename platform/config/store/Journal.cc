@@ -89,6 +89,19 @@ JournalEntry withRecords(Revision revision, const RecordChange& change) {
 
 }  // namespace
 
+std::string newestRow(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain,
+                      std::uint32_t id) {
+  Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
+  for (bool more = cursor.last(); more; more = cursor.previous()) {
+    if (numberOfEntry(cursor.key()) == kHeadNumber) continue;
+    const auto change = decodeEntry(cursor.value());
+    if (!change) return "";
+    if (change->gid != gid || change->domain != domain || change->id != id) continue;
+    return std::string(change->after.value_or(""));
+  }
+  return "";
+}
+
 std::size_t journalEntries(MDB_txn* txn, const LmdbEnv& env, Revision newest) {
   const std::size_t all = entries(txn, env.db(LmdbEnv::kJournal));
   const Revision heads = newest - std::min(newest, cutOff(txn, env));

@@ -2,11 +2,17 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "platform/config/store/ConfigStore.h"
 #include "platform/config/store/StoreCore.h"
 
 namespace Kestrav::Config {
+
+// The row that the newest entry of the record has. Empty when there is none, or when an entry that
+// may be newer cannot be read.
+std::string newestRow(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain,
+                      std::uint32_t id);
 
 // Entries in the journal, heads not counted. `newest` is the newest revision in it.
 std::size_t journalEntries(MDB_txn* txn, const LmdbEnv& env, Revision newest);

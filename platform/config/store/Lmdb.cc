@@ -144,7 +144,15 @@ bool Cursor::next() {
 }
 
 bool Cursor::before(std::string_view key) {
-  return seek(key) ? move(MDB_PREV) : move(MDB_LAST);
+  return seek(key) ? previous() : last();
+}
+
+bool Cursor::previous() {
+  return move(MDB_PREV);
+}
+
+bool Cursor::last() {
+  return move(MDB_LAST);
 }
 
 bool Cursor::first() {

@@ -55,6 +55,8 @@ class Cursor {
   bool seek(std::string_view key);  // the first key not below
   bool next();
   bool before(std::string_view key);  // the last key below
+  bool previous();
+  bool last();
   bool first();
   void eraseCurrent();  // next() then moves to the entry after it
 

@@ -1,10 +1,15 @@
+#include <xxhash.h>
+
 #include <algorithm>
 #include <limits>
 
 #include "platform/common/Exception.h"
+#include "platform/common/LogCodes.h"
+#include "platform/common/Logger.h"
 #include "platform/common/NoDestructor.h"
 #include "platform/config/records/Field.h"
 #include "platform/config/store/ConfigStore.h"
+#include "platform/config/store/Journal.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"
 #include "platform/config/store/SnapshotPin.h"
@@ -15,6 +20,13 @@ namespace Kestrav::Config {
 namespace {
 
 constexpr std::size_t kCachedIndexes = 4096;
+constexpr std::size_t kCachedDamages = 1024;
+
+[[noreturn]] void throwDamaged(const Table& table, ngid_t domain, const std::string& what) {
+  throw Exception("The store is damaged: table " + std::string(table.key) + ", domain " +
+                      std::to_string(domain) + ", " + what,
+                  StoreError::kDamaged);
+}
 
 const std::shared_ptr<const TableIndex>& emptyIndex() {
   static NoDestructor<std::shared_ptr<const TableIndex>> index(std::make_shared<TableOrder>());
@@ -48,6 +60,10 @@ std::shared_ptr<const TableIndex> readIndex(const ReadTransaction& reading, G_CL
     if (cursor.key().size() != kRowKeySize) continue;
     ids.push_back(idOfRow(cursor.key()));
     positions.push_back(positionOfRow(cursor.key()));
+  }
+  if (ids.size() != count) {
+    throwDamaged(*findTable(gid), domain,
+                 std::to_string(ids.size()) + " records instead of " + std::to_string(count));
   }
   return std::make_shared<TableOrder>(std::move(ids), std::move(positions));
 }
@@ -90,17 +106,54 @@ std::shared_ptr<const TableIndex> findIndex(const ReadTransaction& reading, G_CL
   return index;
 }
 
+std::optional<std::string_view> rowAt(const ReadTransaction& reading, const Table& table,
+                                      ngid_t domain, std::uint64_t position, std::uint32_t id) {
+  return get(reading.txn(), reading.db(LmdbEnv::kRows), rowKey(table.gid, domain, position, id));
+}
+
+// Searching the journal takes long, so the result is kept. It depends on the damaged bytes only: a
+// row that is written again has others.
+std::string replacementOf(const ReadTransaction& reading, const Table& table, ngid_t domain,
+                          std::uint32_t id, std::string_view row, const std::string& reason) {
+  StoreCore& core = reading.core();
+  const std::tuple key(table.gid, domain, id, XXH3_64bits(row.data(), row.size()));
+  {
+    const std::scoped_lock lock(core.damagedMutex);
+    const auto known = core.damagedRows.find(key);
+    if (known != core.damagedRows.end()) return known->second;
+  }
+  const std::string found = newestRow(reading, table.gid, domain, id);
+  Logger::instance().log(
+      found.empty() ? LogCode::kStoreRecordDamaged : LogCode::kStoreRecordRecovered,
+      "%s\x01%u\x01%s", std::string(table.key).c_str(), id, reason.c_str());
+  const std::scoped_lock lock(core.damagedMutex);
+  if (core.damagedRows.size() >= kCachedDamages) core.damagedRows.clear();
+  return core.damagedRows[key] = found;
+}
+
+StoredRecord decodeOrRecover(const ReadTransaction& reading, const Table& table, ngid_t domain,
+                             std::uint32_t id, std::string_view row) {
+  std::string reason;
+  StoredRecord record = RowCodec::decode(table, domain, id, row, reason);
+  if (record) return record;
+  const std::string other = replacementOf(reading, table, domain, id, row, reason);
+  std::string ignored;
+  if (!other.empty()) record = RowCodec::decode(table, domain, id, other, ignored);
+  if (!record) throwDamaged(table, domain, "record " + std::to_string(id) + ": " + reason);
+  return record;
+}
+
 StoredRecord readRow(const ReadTransaction& reading, const Table& table, ngid_t domain,
                      std::uint64_t position, std::uint32_t id) {
-  const auto row =
-      get(reading.txn(), reading.db(LmdbEnv::kRows), rowKey(table.gid, domain, position, id));
-  return row ? RowCodec::decodeOrLog(table, domain, id, *row) : StoredRecord();
+  const auto row = rowAt(reading, table, domain, position, id);
+  if (!row) throwDamaged(table, domain, "record " + std::to_string(id) + " has no row");
+  return decodeOrRecover(reading, table, domain, id, *row);
 }
 
 StoredRecord readSingle(const ReadTransaction* reading, const Table& table) {
-  StoredRecord record;
-  if (reading != nullptr) record = readRow(*reading, table, 0, kFirstPosition, 0);
-  return record ? std::move(record) : RowCodec::defaults(table);
+  const auto row =
+      reading != nullptr ? rowAt(*reading, table, 0, kFirstPosition, 0) : std::nullopt;
+  return row ? decodeOrRecover(*reading, table, 0, 0, *row) : RowCodec::defaults(table);
 }
 
 // The map is not resized during a walk.
@@ -218,9 +271,9 @@ void Snapshot::walk(G_CLI_GID gid, ngid_t domain,
   Cursor cursor(from->txn(), from->db(LmdbEnv::kRows));
   for (bool more = cursor.seek(prefix); more && cursor.under(prefix); more = cursor.next()) {
     if (cursor.key().size() != kRowKeySize) continue;
-    const StoredRecord record =
-        RowCodec::decodeOrLog(*table, domain, idOfRow(cursor.key()), cursor.value());
-    if (record && !visit(record)) return;
+    if (!visit(decodeOrRecover(*from, *table, domain, idOfRow(cursor.key()), cursor.value()))) {
+      return;
+    }
   }
 }
 

@@ -10,6 +10,8 @@
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string>
+#include <tuple>
 #include <utility>
 
 #include "platform/config/records/Tables.h"
@@ -57,6 +59,11 @@ struct StoreCore {
   };
   std::shared_mutex indexMutex;
   std::map<std::pair<unsigned, ngid_t>, CachedIndex> indexes;
+
+  // Rows that are damaged, by table, domain, id and the hash of their bytes, and what the journal
+  // has instead; empty when it has nothing. Guarded by damagedMutex.
+  std::mutex damagedMutex;
+  std::map<std::tuple<unsigned, ngid_t, std::uint32_t, std::uint64_t>, std::string> damagedRows;
 };
 
 // Reads one revision for the life of the object. kShared: on the thread's own slot, at the revision

@@ -15,6 +15,7 @@
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/Migration.h"
 #include "platform/config/store/StoreImpl.h"
+#include "platform/config/store/Verify.h"
 
 namespace Kestrav::Config {
 namespace {
@@ -51,6 +52,15 @@ std::atomic<std::uint64_t> nextSerial{1};
                   StoreError::kCannotOpen);
 }
 
+// LMDB may end the process on a damaged page, or not find what is there.
+void refuseDamage(const std::filesystem::path& data) {
+  const std::vector<std::string> damages = checkStructure(data);
+  if (damages.empty()) return;
+  throw Exception(data.string() + " is damaged: " + damages.front() + " (" +
+                      std::to_string(damages.size()) + " in all; vexactl verify names them)",
+                  StoreError::kDamaged);
+}
+
 }  // namespace
 
 unsigned forkGeneration() {
@@ -79,6 +89,7 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
   }
   const std::optional<int> other = processUsing(folder);
   std::uint32_t schema = 0;
+  if (!other) refuseDamage(data);
   try {
     prepareLockFile(folder, options.readerSlots, other.has_value());
     env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
