@@ -80,6 +80,9 @@ int set(const Context& context, const std::string& name, const std::string& valu
 // verify: checks the whole store. kDone when it is undamaged, kNo with one line for each damage.
 int verify(const Context& context);
 
+// compact: writes the data file again, without the journal and all that was erased.
+int compact(const Context& context);
+
 // schema: the JSON schema of the YAML form.
 int schema(const Context& context);
 // records: what every field of every record means, as Markdown.

@@ -187,6 +187,11 @@ int main(int argc, char** argv) {
       "verify", "Check the whole store for damage; processes may use it meanwhile");
   verifyVerb->callback([&] { verb = [&] { return verify(context); }; });
 
+  auto* compactVerb = app.add_subcommand(
+      "compact",
+      "Shrink the store and forget its history and erased secrets; processes may use it meanwhile");
+  compactVerb->callback([&] { verb = [&] { return compact(context); }; });
+
   auto* schemaVerb = app.add_subcommand("schema", "Print the JSON schema of the YAML form");
   schemaVerb->callback([&] { verb = [&] { return schema(context); }; });
 

@@ -182,10 +182,11 @@ TEST_F(StoreFiles, AStatusFileAheadOfTheDataIsPutRight) {
   EXPECT_EQ(ConfigStore::open(path())->revision(), 2u);
 }
 
-TEST_F(StoreFiles, RowsThatCannotBeReadAreAbsentAndLogged) {
+TEST_F(StoreFiles, RowsThatCannotBeReadAreReportedWithTheReason) {
   {
     const auto store = ConfigStore::open(path());
     putAll(*store, {1, 2, 3});
+    store->compact();  // nothing else has a copy
   }
   const Item record = item(2, "2");
   const std::string row = RowCodec::encode(*findTable(kItems), &record);
@@ -204,17 +205,21 @@ TEST_F(StoreFiles, RowsThatCannotBeReadAreAbsentAndLogged) {
     RawStore(path()).put("rows", {{key, bytes}});
     std::vector<std::string> logged;
     const auto token = Logger::instance().capture([&logged](const Logger::Message& message) {
-      EXPECT_EQ(message.code, LogCode::kStoreRecordSkipped);
+      EXPECT_EQ(message.code, LogCode::kStoreRecordDamaged);
       logged.push_back(message.fields.at(1) + " " + message.fields.at(2));
     });
     const auto store = ConfigStore::open(path());
     const Snapshot snapshot = store->snapshot();
-    EXPECT_FALSE(snapshot.byId(kItems, 0, 2));
-    EXPECT_FALSE(snapshot.at(kItems, 0, 1));
-    EXPECT_THAT(idsOf(snapshot, kItems, 0), testing::ElementsAre(1, 3));
-    EXPECT_THAT(logged, testing::AllOf(testing::SizeIs(3),
-                                       testing::Each(testing::AllOf(testing::StartsWith("2 "),
-                                                                    HasSubstr(reason)))));
+    try {
+      snapshot.byId(kItems, 0, 2);
+      ADD_FAILURE() << "read";
+    } catch (const Exception& exception) {
+      EXPECT_EQ(exception.code(), StoreError::kDamaged);
+      EXPECT_THAT(exception.message(), HasSubstr("table dictionary-items, domain 0, record 2"));
+      EXPECT_THAT(exception.message(), HasSubstr(reason));
+    }
+    EXPECT_THAT(logged, testing::ElementsAre(
+                            testing::AllOf(testing::StartsWith("2 "), HasSubstr(reason))));
   }
   const auto store = ConfigStore::open(path());
   putAll(*store, {2});

@@ -114,6 +114,49 @@ void cramped(ConfigStore& store, const Arguments&) {
   say(items() + " with more room");
 }
 
+std::uint64_t countOf(const Snapshot& snapshot, std::uint32_t id) {
+  const StoredRecord record = snapshot.byId(kItems, 0, id);
+  return record ? std::strtoull(record.as<Item>()->text, nullptr, 10) : 0;
+}
+
+// Counts in the item ARGUMENT for ever, one commit for each number, and says each number after its
+// commit.
+void count(ConfigStore& store, const Arguments& arguments) {
+  const auto id = static_cast<std::uint32_t>(std::atoi(arguments.at(0).c_str()));
+  for (std::uint64_t number = countOf(store.snapshot(), id) + 1;; ++number) {
+    const Item record = item(id, std::to_string(number));
+    ChangeSet changes;
+    changes.put(kItems, 0, &record);
+    store.commit(std::move(changes));
+    if (countOf(store.snapshot(), id) != number) return say("wrong: its commit is lost");
+    say(std::to_string(number));
+  }
+}
+
+// Reads the items of all arguments for ever. Complains of a revision or a number that goes back.
+void audit(ConfigStore& store, const Arguments& arguments) {
+  std::map<std::string, std::uint64_t> last;
+  Revision revision = 0;
+  say("ready");
+  for (;;) {
+    const Snapshot snapshot = store.snapshot();
+    if (snapshot.revision() < revision) return say("wrong: the revision goes back");
+    revision = snapshot.revision();
+    for (const std::string& id : arguments) {
+      const std::uint64_t now =
+          countOf(snapshot, static_cast<std::uint32_t>(std::atoi(id.c_str())));
+      if (now < last[id]) return say("wrong: item " + id + " goes back");
+      last[id] = now;
+    }
+  }
+}
+
+// Replaces the data file for ever.
+void compact(ConfigStore& store, const Arguments&) {
+  say("ready");
+  for (;;) store.compact();
+}
+
 void justOpen(ConfigStore& store, const Arguments&) {
   say(std::to_string(store.revision()));
 }
@@ -123,6 +166,7 @@ void justOpen(ConfigStore& store, const Arguments&) {
 int main(int argc, char** argv) {
   const std::map<std::string, void (*)(ConfigStore&, const Arguments&)> verbs = {
       {"hold", hold},          {"churn", churn},   {"fill", fill},     {"put", putOne},
+      {"count", count},        {"audit", audit},   {"compact", compact},
       {"wait", awaitRevision}, {"follow", follow}, {"open", justOpen}, {"cramped", cramped},
   };
   if (argc < 3 || !verbs.contains(argv[1])) return 2;

@@ -11,10 +11,10 @@ namespace Kestrav::Config::Client {
 // Of the attached store; empty tables and default settings without one. Throws Exception.
 Snapshot newestSnapshot();
 
-// Code 0x4000301. In a child after fork, failures to use the parent's store are logged once.
 // True when a record is damaged, which a caller must not take for a missing one.
 bool isDamage(const std::exception& reason);
 
+// Code 0x4000301. In a child after fork, failures to use the parent's store are logged once.
 void logStoreFailure(const char* operation, const std::exception& reason);
 
 // Runs `work` on a thread that holds no snapshot, and waits for it: a thread with a query or a read

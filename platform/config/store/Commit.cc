@@ -20,6 +20,9 @@ namespace {
 // until then.
 constexpr std::chrono::seconds kReaderCheckInterval{10};
 
+// Another process has replaced the data file.
+struct Superseded {};
+
 }  // namespace
 
 class Committer {
@@ -28,15 +31,17 @@ class Committer {
   static std::optional<Revision> commit(StoreCore& core, std::optional<Revision> basis,
                                         const ChangeSet::Changes& changes);
 
-  Committer(StoreCore& core, const ChangeSet::Changes& changes, RevisionHead author)
-      : core_(core), changes_(changes), author_(std::move(author)) {}
+  Committer(StoreCore& core, LmdbEnv& env, const ChangeSet::Changes& changes,
+            const RevisionHead& author)
+      : core_(core), env_(env), changes_(changes), author_(author) {}
 
   // Empty when `basis` is given and no longer the present revision. REQUIRES: the write mutex held.
-  // Throws MapFull with nothing written.
+  // Throws MapFull, or Superseded, with nothing written.
   std::optional<Revision> run(std::optional<Revision> basis) {
-    Transaction transaction(core_.env->beginWrite());
+    Transaction transaction(env_.beginWrite());
+    if (env_.superseded(core_.folder)) throw Superseded{};
     txn_ = transaction.get();
-    const unsigned meta = core_.env->db(LmdbEnv::kMeta);
+    const unsigned meta = env_.db(LmdbEnv::kMeta);
     const auto stored = get(txn_, meta, Key('r'));
     const Revision present = stored ? fromBytes<Revision>(*stored) : 0;
     if (basis && *basis != present) return std::nullopt;
@@ -46,13 +51,18 @@ class Committer {
     for (const auto& change : changes_.list) apply(change);
     const Revision revision = present + 1;
     if (writeJournal(revision) == 0) return present;
-    trimJournal(txn_, core_, revision);
+    trimJournal(txn_, env_, core_, revision);
     put(txn_, meta, Key('r'), asBytes(revision));
     transaction.commit();
     return revision;
   }
 
  private:
+  static std::optional<Revision> commitTo(StoreCore& core, LmdbEnv& env,
+                                          const RevisionHead& author,
+                                          std::optional<Revision> basis,
+                                          const ChangeSet::Changes& changes);
+
   void apply(const ChangeSet::Changes::Change& change) {
     using Operation = ChangeSet::Changes::Operation;
     TableEditor& editor = editorFor(*change.table, change.domain);
@@ -74,7 +84,7 @@ class Committer {
 
   // Also the tables' state. Returns the number of entries.
   std::uint32_t writeJournal(Revision revision) {
-    const unsigned journal = core_.env->db(LmdbEnv::kJournal);
+    const unsigned journal = env_.db(LmdbEnv::kJournal);
     std::uint32_t number = kHeadNumber;
     for (const auto& editor : editors_) {
       const auto differences = editor->differences();
@@ -96,15 +106,16 @@ class Committer {
   TableEditor& editorFor(const Table& table, ngid_t domain) {
     TableEditor*& editor = byTable_[{table.gid, domain}];
     if (editor == nullptr) {
-      editors_.push_back(std::make_unique<TableEditor>(txn_, *core_.env, table, domain));
+      editors_.push_back(std::make_unique<TableEditor>(txn_, env_, table, domain));
       editor = editors_.back().get();
     }
     return *editor;
   }
 
   StoreCore& core_;
+  LmdbEnv& env_;
   const ChangeSet::Changes& changes_;
-  const RevisionHead author_;  // without time and number of changes
+  const RevisionHead& author_;  // without time and number of changes
   MDB_txn* txn_ = nullptr;
   std::vector<std::unique_ptr<TableEditor>> editors_;  // in the order of their first changes
   std::map<std::pair<unsigned, ngid_t>, TableEditor*> byTable_;
@@ -112,25 +123,40 @@ class Committer {
 
 std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revision> basis,
                                           const ChangeSet::Changes& changes) {
-  RevisionHead author = currentAuthor();  // may be slow, so before the lock
+  const RevisionHead author = currentAuthor();  // may be slow, so before the lock
   const FileSizeSignalBlocked blocked;
-  const std::scoped_lock lock(core.env->writeMutex());
-  const auto now = std::chrono::steady_clock::now();
-  if (now - core.readersChecked > kReaderCheckInterval) {
-    core.readersChecked = now;
-    core.env->clearDeadReaders();
+  for (;;) {
+    core.follow();
+    const std::shared_ptr<LmdbEnv> env = core.env();
+    try {
+      return commitTo(core, *env, author, basis, changes);
+    } catch (const Superseded&) {
+      core.status->swapped();  // the process that replaced the file may have died before it did this
+    }
   }
-  Committer committer(core, changes, std::move(author));
+}
+
+std::optional<Revision> Committer::commitTo(StoreCore& core, LmdbEnv& env,
+                                            const RevisionHead& author,
+                                            std::optional<Revision> basis,
+                                            const ChangeSet::Changes& changes) {
+  const std::scoped_lock lock(env.writeMutex());
+  const auto now = std::chrono::steady_clock::now();
+  if (now - core.readersChecked.load() > kReaderCheckInterval) {
+    core.readersChecked = now;
+    env.clearDeadReaders();
+  }
+  Committer committer(core, env, changes, author);
   for (bool cleared = false;;) {
     try {
       const std::optional<Revision> revision = committer.run(basis);
       if (revision) core.status->publish(*revision);
       return revision;
     } catch (const MapFull&) {
-      if (!cleared && core.env->clearDeadReaders() > 0) {
+      if (!cleared && env.clearDeadReaders() > 0) {
         cleared = true;
       } else {
-        core.env->grow();
+        env.grow();
       }
     }
   }

@@ -94,11 +94,12 @@ StatusArea& ConfigStore::status() {
 }
 
 ConfigStore::Statistics ConfigStore::statistics() {
-  const LmdbEnv& env = *impl_->core->env;
   impl_->core->checkProcess();
+  impl_->core->follow();
   Statistics figures{};
-  figures.readersInUse = env.readersInUse();  // before this one
+  figures.readersInUse = impl_->core->env()->readersInUse();  // before this one
   const ReadTransaction reading(impl_->core, ReadTransaction::kNewest);
+  const LmdbEnv& env = reading.env();
   figures.revision = reading.revision();
   figures.usedBytes = env.usedBytes();
   figures.mapBytes = env.mapBytes();
@@ -111,7 +112,7 @@ ConfigStore::Statistics ConfigStore::statistics() {
 
 int ConfigStore::clearDeadReaders() {
   impl_->core->checkProcess();
-  return impl_->core->env->clearDeadReaders();
+  return impl_->core->env()->clearDeadReaders();
 }
 
 }  // namespace Kestrav::Config

@@ -295,6 +295,17 @@ class KESTRAV_API ConfigStore {
     unsigned readersInUse, readerSlots;
   };
   Statistics statistics();
+  // Replaces the data file by a copy that holds the present records and nothing else: no journal
+  // (handlers in processes that have not applied the newest revision get resync()) and no bytes of
+  // erased records. Commits of all processes wait meanwhile, reads do not. Snapshots stay on the
+  // former file, whose room is free when the last of them has ended. Returns the sizes of both
+  // files. Throws Exception, and leaves the former file, when the disk is full or a record is
+  // damaged. Not while this thread commits.
+  struct Compaction {
+    std::uint64_t bytesBefore, bytesAfter;
+  };
+  Compaction compact();
+
   // Removes reader slots of processes that died; returns how many.
   int clearDeadReaders();
 

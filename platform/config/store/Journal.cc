@@ -89,9 +89,9 @@ JournalEntry withRecords(Revision revision, const RecordChange& change) {
 
 }  // namespace
 
-std::string newestRow(const ReadTransaction& reading, G_CLI_GID gid, ngid_t domain,
+std::string newestRow(MDB_txn* txn, const LmdbEnv& env, G_CLI_GID gid, ngid_t domain,
                       std::uint32_t id) {
-  Cursor cursor(reading.txn(), reading.db(LmdbEnv::kJournal));
+  Cursor cursor(txn, env.db(LmdbEnv::kJournal));
   for (bool more = cursor.last(); more; more = cursor.previous()) {
     if (numberOfEntry(cursor.key()) == kHeadNumber) continue;
     const auto change = decodeEntry(cursor.value());
@@ -108,9 +108,9 @@ std::size_t journalEntries(MDB_txn* txn, const LmdbEnv& env, Revision newest) {
   return all - std::min<std::size_t>(all, heads);
 }
 
-void trimJournal(MDB_txn* txn, StoreCore& core, Revision newest) {
-  const unsigned db = core.env->db(LmdbEnv::kJournal);
-  std::size_t count = journalEntries(txn, *core.env, newest);
+void trimJournal(MDB_txn* txn, const LmdbEnv& env, StoreCore& core, Revision newest) {
+  const unsigned db = env.db(LmdbEnv::kJournal);
+  std::size_t count = journalEntries(txn, env, newest);
   const std::size_t keep = core.options.journalEntries;
   const std::size_t hard = std::max(core.options.journalEntriesHard, keep);
   if (count <= keep) return;
@@ -130,7 +130,7 @@ void trimJournal(MDB_txn* txn, StoreCore& core, Revision newest) {
     count -= size;
     cut = oldest;
   }
-  if (cut != 0) put(txn, core.env->db(LmdbEnv::kMeta), Key('j'), asBytes(cut));
+  if (cut != 0) put(txn, env.db(LmdbEnv::kMeta), Key('j'), asBytes(cut));
 }
 
 // No transaction is held while `visit` runs: it may wait for other threads, and the map may grow
@@ -144,7 +144,7 @@ bool ConfigStore::journal(Revision after, Revision upTo,
       const ReadTransaction reading(impl_->core, ReadTransaction::kNewest);
       // Entries that were already visited may be cut off.
       const Revision visited = first ? after : revisionOfEntry(from) - 1;
-      if (visited < cutOff(reading.txn(), *impl_->core->env)) return false;
+      if (visited < cutOff(reading.txn(), reading.env())) return false;
       more = copyEntries(reading, from, upTo, batch);
     }
     for (const CopiedEntry& copy : batch) {

@@ -2,6 +2,7 @@
 
 #include <lmdb.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -35,6 +36,7 @@ bool mappable(std::size_t size) {
 }
 
 std::atomic<std::uint64_t> threads{0};
+std::atomic<std::uint64_t> environments{0};
 
 Exception noResize(const std::string& why) {
   return Exception("The store's map cannot be resized: " + why, StoreError::kFull);
@@ -49,7 +51,8 @@ std::uint64_t threadNumber() {
 
 LmdbEnv::LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options& options,
                  std::size_t mapSize)
-    : maximumMapSize_(wholePages(std::max(options.maximumMapSize, kSmallestMap))),
+    : number(environments.fetch_add(1) + 1),
+      maximumMapSize_(wholePages(std::max(options.maximumMapSize, kSmallestMap))),
       resizePatience_(options.resizePatienceMs) {
   std::size_t size = wholePages(
       std::max({std::min(options.initialMapSize, maximumMapSize_), mapSize, std::size_t{65536}}));
@@ -69,7 +72,39 @@ LmdbEnv::LmdbEnv(const std::filesystem::path& folder, const ConfigStore::Options
 
 LmdbEnv::~LmdbEnv() {
   for (const auto& slot : slots_) mdb_txn_abort(slot->txn);
-  mdb_env_close(env_);
+  if (env_ != nullptr) mdb_env_close(env_);
+}
+
+std::shared_ptr<LmdbEnv> LmdbEnv::share(std::shared_ptr<LmdbEnv> env) {
+  LmdbEnv* const object = env.get();
+  return {object, [kept = std::move(env)](LmdbEnv* retired) {
+            retired->retired_.store(true);
+            retired->closeWhenIdle();
+          }};
+}
+
+// Either this function sees that a slot is idle, or the slot's thread sees that the environment is
+// retired and calls it: both write first and then read, in one total order.
+void LmdbEnv::closeWhenIdle() {
+  std::vector<std::shared_ptr<ReaderSlot>> gone;  // ends after the lock
+  const std::scoped_lock lock(slotsMutex_);
+  const auto removed = std::stable_partition(slots_.begin(), slots_.end(), [](const auto& slot) {
+    int expected = ReaderSlot::kIdle;
+    if (!slot->state.compare_exchange_strong(expected, ReaderSlot::kGone)) return true;
+    mdb_txn_abort(std::exchange(slot->txn, nullptr));
+    return false;
+  });
+  gone.assign(std::make_move_iterator(removed), std::make_move_iterator(slots_.end()));
+  slots_.erase(removed, slots_.end());
+  if (slots_.empty() && env_ != nullptr) mdb_env_close(std::exchange(env_, nullptr));
+}
+
+bool LmdbEnv::superseded(const std::filesystem::path& folder) const {
+  struct stat own {};
+  struct stat present {};
+  return ::fstat(dataDescriptor(), &own) == 0 &&
+         ::stat((folder / "data.mdb").c_str(), &present) == 0 &&
+         (own.st_dev != present.st_dev || own.st_ino != present.st_ino);
 }
 
 std::uint32_t LmdbEnv::openDatabases(const std::filesystem::path& folder, bool create) {
@@ -78,7 +113,7 @@ std::uint32_t LmdbEnv::openDatabases(const std::filesystem::path& folder, bool c
                      StoreError::kForeignFile);
   };
   ReaderSlot slot;  // no other thread knows this environment yet
-  beginRead(slot);
+  static_cast<void>(beginRead(slot));
   leave(slot);
   Transaction reading(std::exchange(slot.txn, nullptr));
   MDB_txn* const txn = reading.get();
@@ -133,6 +168,7 @@ void LmdbEnv::makeDatabases(const std::filesystem::path& folder) {
 
 std::shared_ptr<ReaderSlot> LmdbEnv::addSlot() {
   auto slot = std::make_shared<ReaderSlot>();
+  slot->env = shared_from_this();
   std::scoped_lock lock(slotsMutex_);
   slots_.push_back(slot);
   return slot;
@@ -141,19 +177,20 @@ std::shared_ptr<ReaderSlot> LmdbEnv::addSlot() {
 void LmdbEnv::dropSlot(const std::shared_ptr<ReaderSlot>& slot) {
   std::scoped_lock lock(slotsMutex_);
   slots_.erase(std::remove(slots_.begin(), slots_.end(), slot), slots_.end());
-  mdb_txn_abort(std::exchange(slot->txn, nullptr));
+  if (slot->txn != nullptr) mdb_txn_abort(std::exchange(slot->txn, nullptr));
 }
 
 // The reader sees the resize, or the resize sees the reader: both write first and then read, in one
 // total order.
-void LmdbEnv::enter(ReaderSlot& slot) {
+bool LmdbEnv::enter(ReaderSlot& slot) {
   for (;;) {
     int expected = ReaderSlot::kIdle;
     if (!slot.state.compare_exchange_strong(expected, ReaderSlot::kActive)) {
+      if (expected == ReaderSlot::kGone) return false;
       std::this_thread::yield();  // being reclaimed, which takes microseconds
       continue;
     }
-    if (!resizing_.load()) return;
+    if (!resizing_.load()) return true;
     slot.state.store(ReaderSlot::kIdle);
     std::unique_lock lock(gateMutex_);
     gate_.notify_all();
@@ -168,12 +205,12 @@ void LmdbEnv::leave(ReaderSlot& slot) {
   gate_.notify_all();
 }
 
-void LmdbEnv::beginRead(ReaderSlot& slot) {
+bool LmdbEnv::beginRead(ReaderSlot& slot) {
   for (int attempt = 0;; ++attempt) {
-    enter(slot);
+    if (!enter(slot)) return false;
     const int rc = slot.txn != nullptr ? mdb_txn_renew(slot.txn)
                                        : mdb_txn_begin(env_, nullptr, MDB_RDONLY, &slot.txn);
-    if (rc == MDB_SUCCESS) return;
+    if (rc == MDB_SUCCESS) return true;
     if (slot.txn != nullptr) mdb_txn_abort(std::exchange(slot.txn, nullptr));
     leave(slot);
     if (rc == MDB_MAP_RESIZED && attempt < kAttempts) {
@@ -193,6 +230,7 @@ void LmdbEnv::beginRead(ReaderSlot& slot) {
 void LmdbEnv::endRead(ReaderSlot& slot) {
   mdb_txn_reset(slot.txn);
   leave(slot);
+  if (retired_.load()) closeWhenIdle();
 }
 
 bool LmdbEnv::reclaimIdleSlots() {

@@ -25,11 +25,15 @@ std::uint64_t threadNumber();
 // A place in LMDB's table of readers, used by one thread. Its transaction is kept between uses,
 // which makes reading cheap. It is released when the thread ends or when other threads need the
 // place.
+class LmdbEnv;
+
 struct ReaderSlot {
-  enum State : int { kIdle, kActive, kTaken };
+  // kGone: its environment is retired, and it is used no more.
+  enum State : int { kIdle, kActive, kTaken, kGone };
   std::atomic<int> state{kIdle};
   MDB_txn* txn = nullptr;  // used only by the thread that moved `state` away from kIdle
 
+  std::shared_ptr<LmdbEnv> env;  // keeps the object, not what LMDB has open
   const std::uint64_t thread = threadNumber();  // the only one that reads on it
 
   // The rest belongs to the slot's thread.
@@ -46,7 +50,7 @@ struct ReaderSlot {
   } lastIndex;
 };
 
-class LmdbEnv {
+class LmdbEnv : public std::enable_shared_from_this<LmdbEnv> {
  public:
   enum Db : unsigned { kRows, kIds, kMeta, kJournal };
   static constexpr unsigned kDbs = 4;
@@ -58,6 +62,14 @@ class LmdbEnv {
   LmdbEnv(const LmdbEnv&) = delete;
   LmdbEnv& operator=(const LmdbEnv&) = delete;
 
+  // A reference for those who use the environment without a slot. After the last one has gone, and
+  // after the last reader has ended, LMDB's environment is closed. Call it once.
+  static std::shared_ptr<LmdbEnv> share(std::shared_ptr<LmdbEnv> env);
+  const std::uint64_t number;  // unique in this process
+
+  // Whether the data file has another inode by now: the environment is that of a former file.
+  bool superseded(const std::filesystem::path& folder) const;
+
   // Opens the sub-databases, or makes them when the environment is empty and `create` is set.
   // Returns the store's schema, from kOldestSchema to kSchema. Call it once, before all functions
   // below.
@@ -66,8 +78,8 @@ class LmdbEnv {
 
   std::shared_ptr<ReaderSlot> addSlot();
   void dropSlot(const std::shared_ptr<ReaderSlot>& slot);
-  // REQUIRES: the slot is idle and the caller's own.
-  void beginRead(ReaderSlot& slot);
+  // REQUIRES: the slot is idle and the caller's own. False when the environment is retired.
+  [[nodiscard]] bool beginRead(ReaderSlot& slot);
   void endRead(ReaderSlot& slot);
 
   // Held from before a write transaction begins until after it ends, and during a resize.
@@ -91,15 +103,17 @@ class LmdbEnv {
 
  private:
   void makeDatabases(const std::filesystem::path& folder);
-  void enter(ReaderSlot& slot);
+  [[nodiscard]] bool enter(ReaderSlot& slot);
   void leave(ReaderSlot& slot);
   bool reclaimIdleSlots();
+  void closeWhenIdle();
   void followMapSize();
   void resize(std::size_t size);  // 0: what the newest transaction says. REQUIRES: writeMutex_ held
   std::vector<std::shared_ptr<ReaderSlot>> ownReaders() const;
   void readRevisionAgain(ReaderSlot& slot);
 
-  MDB_env* env_ = nullptr;
+  MDB_env* env_ = nullptr;  // null after it was closed
+  std::atomic<bool> retired_{false};
   unsigned dbs_[kDbs] = {};
   std::size_t maximumMapSize_;
   std::chrono::milliseconds resizePatience_;

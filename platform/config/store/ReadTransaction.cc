@@ -35,13 +35,13 @@ ThreadSlots::~ThreadSlots() {
     if (entry.slot->depth > 0) {
       entry.slot->threadGone = true;
     } else {
-      core->env->dropSlot(entry.slot);
+      entry.slot->env->dropSlot(entry.slot);
     }
   }
 }
 
 std::shared_ptr<ReaderSlot> temporarySlot(StoreCore& core) {
-  auto slot = core.env->addSlot();
+  auto slot = core.env()->addSlot();
   slot->threadGone = true;
   return slot;
 }
@@ -50,14 +50,19 @@ std::shared_ptr<ReaderSlot> temporarySlot(StoreCore& core) {
 std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core, bool make) {
   if (threadSlotsGone) return make ? temporarySlot(*core) : nullptr;
   auto& entries = threadSlots.entries;
-  for (const auto& entry : entries) {
-    if (entry.serial == core->serial) return entry.slot;
+  for (auto& entry : entries) {
+    if (entry.serial != core->serial) continue;
+    if (make && entry.slot->depth == 0 && !core->isPresent(*entry.slot->env)) {
+      entry.slot->env->dropSlot(entry.slot);
+      entry.slot = core->env()->addSlot();
+    }
+    return entry.slot;
   }
   if (!make) return nullptr;
   entries.erase(std::remove_if(entries.begin(), entries.end(),
                                [](const auto& entry) { return entry.core.expired(); }),
                 entries.end());
-  entries.push_back({core->serial, core, core->env->addSlot()});
+  entries.push_back({core->serial, core, core->env()->addSlot()});
   return entries.back().slot;
 }
 
@@ -66,24 +71,38 @@ std::shared_ptr<ReaderSlot> threadSlot(const std::shared_ptr<StoreCore>& core, b
 ReadTransaction::ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode)
     : core_(std::move(core)) {
   core_->checkProcess();
-  slot_ = threadSlot(core_, mode == kShared);
-  if (mode == kShared && slot_->depth > 0) {
+  slot_ = threadSlot(core_, false);
+  if (mode == kShared && slot_ != nullptr && slot_->depth > 0) {
     ++slot_->depth;
     return;
   }
-  // kNewest leaves the thread without a slot when it has none.
-  if (slot_ == nullptr || slot_->depth > 0) slot_ = temporarySlot(*core_);
-  bool reading = false;
+  for (bool begun = false; !begun;) {
+    core_->follow();
+    slot_ = threadSlot(core_, mode == kShared);
+    // kNewest leaves the thread without a slot when it has none.
+    if (slot_ == nullptr || slot_->depth > 0 || !core_->isPresent(env())) {
+      slot_ = temporarySlot(*core_);
+    }
+    try {
+      begun = env().beginRead(*slot_);
+    } catch (...) {
+      if (slot_->threadGone) env().dropSlot(slot_);
+      throw;
+    }
+    if (!begun && slot_->threadGone) env().dropSlot(slot_);
+  }
   try {
-    core_->env->beginRead(*slot_);
-    reading = true;
     readRevision();
   } catch (...) {
-    if (reading) core_->env->endRead(*slot_);
-    if (slot_->threadGone) core_->env->dropSlot(slot_);
+    end();
     throw;
   }
   slot_->depth = 1;
+}
+
+void ReadTransaction::end() {
+  env().endRead(*slot_);
+  if (slot_->threadGone) env().dropSlot(slot_);
 }
 
 // LMDB reads the newest transaction's number first and then copies the page that describes it. When
@@ -91,7 +110,7 @@ ReadTransaction::ReadTransaction(std::shared_ptr<StoreCore> core, Mode mode)
 // whole and protected, but the number is wrong. So it is used only while there is no newer one.
 void ReadTransaction::readRevision() {
   const std::uint64_t transaction = mdb_txn_id(slot_->txn);
-  const bool certain = core_->env->newestTransaction(*slot_) == transaction;
+  const bool certain = env().newestTransaction(*slot_) == transaction;
   if (certain && transaction == slot_->transaction) return;
   const auto revision = get(slot_->txn, db(LmdbEnv::kMeta), Key('r'));
   slot_->revision = revision ? fromBytes<Revision>(*revision) : 0;
@@ -100,19 +119,26 @@ void ReadTransaction::readRevision() {
 
 ReadTransaction::~ReadTransaction() {
   if (core_->forked() || --slot_->depth > 0) return;
-  core_->env->endRead(*slot_);
-  if (slot_->threadGone) core_->env->dropSlot(slot_);
+  end();
 }
 
 Revision refreshRevision(const std::shared_ptr<StoreCore>& core) {
   core->checkProcess();
-  const std::uint64_t transaction = core->env->lastTransaction();
+  core->follow();
+  const std::shared_ptr<LmdbEnv> env = core->env();
+  const std::uint64_t transaction = env->lastTransaction();
   std::unique_lock lock(core->lastMutex);
-  if (transaction != core->lastTransaction) {
+  if (env->number != core->lastEnv || transaction != core->lastTransaction) {
     lock.unlock();
     const ReadTransaction reading(core, ReadTransaction::kNewest);
     lock.lock();
-    core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
+    if (reading.env().number > core->lastEnv) {
+      core->lastEnv = reading.env().number;
+      core->lastTransaction = 0;
+    }
+    if (reading.env().number == core->lastEnv) {
+      core->lastTransaction = std::max(core->lastTransaction, reading.slot().transaction);
+    }
     core->lastRevision = std::max(core->lastRevision, reading.revision());
   }
   if (core->status->revision() < core->lastRevision) core->status->publish(core->lastRevision);

@@ -122,7 +122,7 @@ std::string replacementOf(const ReadTransaction& reading, const Table& table, ng
     const auto known = core.damagedRows.find(key);
     if (known != core.damagedRows.end()) return known->second;
   }
-  const std::string found = newestRow(reading, table.gid, domain, id);
+  const std::string found = newestRow(reading.txn(), reading.env(), table.gid, domain, id);
   Logger::instance().log(
       found.empty() ? LogCode::kStoreRecordDamaged : LogCode::kStoreRecordRecovered,
       "%s\x01%u\x01%s", std::string(table.key).c_str(), id, reason.c_str());

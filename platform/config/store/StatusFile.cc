@@ -44,7 +44,9 @@ struct StatusFile::Control {
   std::atomic<std::uint32_t> word;  // low bits of `revision`; the futex
   std::uint32_t reserved;
   std::atomic<std::uint64_t> revision;
-  std::uint64_t unused[12];
+  std::atomic<std::uint64_t> swaps;
+  std::atomic<std::uint64_t> dataFile;
+  std::uint64_t unused[10];
   Slot slots[kSlots];
 };
 
@@ -120,6 +122,22 @@ StatusFile::Lock::~Lock() {
 
 StatusFile::Control& StatusFile::control() const {
   return *reinterpret_cast<Control*>(static_cast<char*>(map_) + Zone::kSize);
+}
+
+std::uint64_t StatusFile::swaps() const {
+  return control().swaps.load();
+}
+
+void StatusFile::swapped() {
+  control().swaps.fetch_add(1);
+}
+
+std::uint64_t StatusFile::dataFile() const {
+  return control().dataFile.load();
+}
+
+void StatusFile::dataFile(std::uint64_t inode) {
+  control().dataFile.store(inode);
 }
 
 Revision StatusFile::revision() const {

@@ -42,6 +42,14 @@ class StatusFile {
     int fd_;
   };
 
+  // Counts replacements of the data file that may have happened. A process that sees a new number
+  // looks whether it has the present file open.
+  std::uint64_t swaps() const;
+  void swapped();
+  // Inode of the data file that the lock file belongs to; 0: unknown. Guarded by Lock.
+  std::uint64_t dataFile() const;
+  void dataFile(std::uint64_t inode);
+
   char* zone() const { return static_cast<char*>(map_); }
 
   Revision revision() const;

@@ -32,25 +32,39 @@ struct StoreCore {
   bool forked() const { return generation != forkGeneration(); }
   void checkProcess() const;  // throws Exception kForked in a child
 
+  // The environment of the newest data file that this process knows.
+  std::shared_ptr<LmdbEnv> env() const;
+  bool isPresent(const LmdbEnv& other) const { return present.load() == &other; }
+  // Opens the present data file when another process has replaced it. Snapshots keep the former
+  // one. REQUIRES: neither a write mutex nor StatusFile::Lock held. Throws Exception.
+  void follow() {
+    if (status->swaps() != swapsSeen.load()) followSwap();
+  }
+
   const std::filesystem::path folder;
   const ConfigStore::Options options;
   const unsigned generation;
   const std::uint64_t serial;  // unique in this process
   std::shared_ptr<StatusFile> status;
-  std::unique_ptr<LmdbEnv> env;
   StatusArea area{nullptr};
   FolderId registered{};  // zeros before
 
   std::mutex registering;  // held while processSlot is exchanged
   std::atomic<int> processSlot{-1};
 
+  mutable std::mutex envMutex;  // a leaf
+  std::shared_ptr<LmdbEnv> shared;  // guarded by envMutex
+  std::atomic<const LmdbEnv*> present{nullptr};
+  std::mutex swapMutex;  // held while the present data file is opened
+  std::atomic<std::uint64_t> swapsSeen{0};
+
   // The newest transaction whose revision was read.
   std::mutex lastMutex;
+  std::uint64_t lastEnv = 0;          // its number; guarded by lastMutex
   std::uint64_t lastTransaction = 0;  // guarded by lastMutex
   Revision lastRevision = 0;          // guarded by lastMutex
 
-  // Guarded by env->writeMutex().
-  std::chrono::steady_clock::time_point readersChecked{};
+  std::atomic<std::chrono::steady_clock::time_point> readersChecked{};
 
   // The newest order of each table. Guarded by indexMutex.
   struct CachedIndex {
@@ -64,6 +78,10 @@ struct StoreCore {
   // has instead; empty when it has nothing. Guarded by damagedMutex.
   std::mutex damagedMutex;
   std::map<std::tuple<unsigned, ngid_t, std::uint32_t, std::uint64_t>, std::string> damagedRows;
+
+ private:
+  std::uint32_t openEnvironment(std::size_t mapSize, bool create, bool inUse);
+  void followSwap();
 };
 
 // Reads one revision for the life of the object. kShared: on the thread's own slot, at the revision
@@ -80,11 +98,13 @@ class ReadTransaction {
   StoreCore& core() const { return *core_; }
   ReaderSlot& slot() const { return *slot_; }
   MDB_txn* txn() const { return slot_->txn; }
-  unsigned db(LmdbEnv::Db which) const { return core_->env->db(which); }
+  LmdbEnv& env() const { return *slot_->env; }
+  unsigned db(LmdbEnv::Db which) const { return env().db(which); }
   Revision revision() const { return slot_->revision; }
 
  private:
   void readRevision();
+  void end();
 
   std::shared_ptr<StoreCore> core_;
   std::shared_ptr<ReaderSlot> slot_;

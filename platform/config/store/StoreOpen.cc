@@ -10,6 +10,7 @@
 #include "platform/common/LogCodes.h"
 #include "platform/common/Logger.h"
 #include "platform/common/NoDestructor.h"
+#include "platform/config/store/Compact.h"
 #include "platform/config/store/DataFile.h"
 #include "platform/config/store/Files.h"
 #include "platform/config/store/Keys.h"
@@ -79,6 +80,7 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
   status = StatusFile::open(folder / "status");
   area = StatusArea(status->zone());
   const StatusFile::Lock lock(*status);  // one process at a time makes or migrates the files
+  finishSwap(folder, *status);
   const DataFileState state = inspectDataFile(data);
   if (!state.present && status->revision() != 0) {
     throw Exception(data.string() +
@@ -91,12 +93,9 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
   std::uint32_t schema = 0;
   if (!other) refuseDamage(data);
   try {
-    prepareLockFile(folder, options.readerSlots, other.has_value());
-    env = std::make_unique<LmdbEnv>(folder, options, state.mapSize);
-    schema = env->openDatabases(folder, options.create);
+    schema = openEnvironment(state.mapSize, options.create, other.has_value());
   } catch (...) {
     // A data file that LMDB could not write completely would be refused the next time.
-    env.reset();
     if (!state.present && !other) static_cast<void>(!::truncate(data.c_str(), 0));
     throw;
   }
@@ -108,7 +107,7 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
                         " has it open; stop all processes of the older version first",
                     StoreError::kInUse);
   }
-  migrate(*env, schema);
+  migrate(*env(), schema);
   Logger::instance(false).log(LogCode::kStoreMigrated, "%s\x01%u\x01%u", folder.c_str(),
                               static_cast<unsigned>(schema), static_cast<unsigned>(kSchema));
 }
@@ -116,17 +115,54 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
 StoreCore::~StoreCore() {
   if (forked()) {
     // Closing would change the parent's files, so the environment and the status file stay open.
-    (void)env.release();
-    static NoDestructor<std::vector<std::shared_ptr<StatusFile>>> kept;
+    static NoDestructor<std::vector<std::shared_ptr<void>>> kept;
+    kept->push_back(shared);
     kept->push_back(status);
     return;
   }
   if (const int slot = processSlot.load(); slot >= 0) status->release(slot);
-  env.reset();
+  shared.reset();
   if (registered == FolderId{}) return;
   std::scoped_lock lock(registry().mutex);
   registry().entries.erase(registered);
   registry().closed.notify_all();
+}
+
+std::shared_ptr<LmdbEnv> StoreCore::env() const {
+  const std::scoped_lock lock(envMutex);
+  return shared;
+}
+
+// Returns the schema. REQUIRES: StatusFile::Lock held.
+std::uint32_t StoreCore::openEnvironment(std::size_t mapSize, bool create, bool inUse) {
+  prepareLockFile(folder, options.readerSlots, inUse);
+  giveLockFileToOwner(folder);
+  auto made = LmdbEnv::share(std::make_shared<LmdbEnv>(folder, options, mapSize));
+  const std::uint32_t schema = made->openDatabases(folder, create);
+  status->dataFile(inodeOf(folder / "data.mdb"));
+  present = made.get();
+  {
+    const std::scoped_lock lock(envMutex);
+    shared.swap(made);
+  }
+  swapsSeen = status->swaps();
+  return schema;  // the former environment is closed here, or when its last reader ends
+}
+
+void StoreCore::followSwap() {
+  const std::scoped_lock swapping(swapMutex);
+  const std::uint64_t swaps = status->swaps();
+  if (swaps == swapsSeen.load()) return;
+  if (!env()->superseded(folder)) {
+    swapsSeen = swaps;
+    return;
+  }
+  const FileSizeSignalBlocked blocked;
+  const StatusFile::Lock lock(*status);
+  finishSwap(folder, *status);
+  checkFiles(folder, groupNamed(options.group));
+  const DataFileState state = inspectDataFile(folder / "data.mdb");
+  openEnvironment(state.mapSize, false, processUsing(folder).has_value());
 }
 
 void StoreCore::checkProcess() const {
@@ -139,23 +175,28 @@ void StoreCore::checkProcess() const {
 void withEnvironment(const std::filesystem::path& folder,
                      const std::function<void(LmdbEnv&)>& use) {
   std::unique_lock lock(registry().mutex);
-  const FolderId id = prepareFolder(folder, false);
+  const FolderId id = prepareFolder(folder, false, Group());
   const auto& entries = registry().entries;
   for (auto entry = entries.find(id); entry != entries.end(); entry = entries.find(id)) {
     if (const auto core = entry->second.core.lock()) {
       lock.unlock();
-      return use(*core->env);
+      core->follow();
+      const std::shared_ptr<LmdbEnv> env = core->env();
+      return use(*env);
     }
     registry().closed.wait(lock);
   }
   const auto data = folder / "data.mdb";
-  const DataFileState state = inspectDataFile(data);
-  if (!state.present) cannotOpen(folder, "there is none");
+  checkFiles(folder, Group());
+  if (!inspectDataFile(data).present) cannotOpen(folder, "there is none");
   const auto status = StatusFile::open(folder / "status");
-  std::unique_ptr<LmdbEnv> env;
+  const ConfigStore::Options options;
+  std::shared_ptr<LmdbEnv> env;
   {
     const StatusFile::Lock opening(*status);
-    env = std::make_unique<LmdbEnv>(folder, ConfigStore::Options(), state.mapSize);
+    finishSwap(folder, *status);
+    prepareLockFile(folder, options.readerSlots, processUsing(folder).has_value());
+    env = std::make_shared<LmdbEnv>(folder, options, inspectDataFile(data).mapSize);
   }
   use(*env);
 }

@@ -92,7 +92,7 @@ Verification verifyStore(const std::filesystem::path& folder) {
       ~Drop() { env.dropSlot(slot); }
     } const drop{env, slot};
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      env.beginRead(*slot);  // from now on no page of the transaction is reused
+      static_cast<void>(env.beginRead(*slot));  // from now on none of its pages is reused
       const DataFile::Metas metas = stableMetas(file);
       const std::uint64_t transaction = mdb_txn_id(slot->txn);
       const Pages::Meta* const meta = metas.first.transaction == transaction    ? &metas.first
