@@ -82,7 +82,7 @@ TEST_F(StoreCompaction, KeepsRecordsOrderAndRevisionAndShrinksTheFile) {
   EXPECT_FALSE(store->journal(1, 2, [](const JournalEntry&) { ADD_FAILURE(); }));
   EXPECT_TRUE(store->journal(2, 2, [](const JournalEntry&) { ADD_FAILURE(); }));
   putAll(*store, {5});
-  EXPECT_THAT(journalOf(*store, 2), ElementsAre("3: 1601/0/5 - 5"));
+  EXPECT_THAT(journalOf(*store, 2), ElementsAre("3: 864/0/5 - 5"));
   EXPECT_FALSE(fs::exists(path() / "data.mdb.new"));
 }
 

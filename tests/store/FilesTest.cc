@@ -148,7 +148,7 @@ TEST_F(StoreFiles, AnotherSchemaIsRefusedByItsNumber) {
   expectRefused(StoreError::kNewerSchema, "schema 99");
   expectRefused(StoreError::kNewerSchema, "up to " + std::to_string(kSchema));
   setSchema("?");
-  expectRefused(StoreError::kForeignFile, "data.mdb");
+  expectRefused(StoreError::kDamaged, "data.mdb");
   setSchema(asBytes(kOldestSchema - 1));
   expectRefused(StoreError::kForeignFile, "schema number is 0");
 }

@@ -165,9 +165,9 @@ void justOpen(ConfigStore& store, const Arguments&) {
 
 int main(int argc, char** argv) {
   const std::map<std::string, void (*)(ConfigStore&, const Arguments&)> verbs = {
-      {"hold", hold},          {"churn", churn},   {"fill", fill},     {"put", putOne},
-      {"count", count},        {"audit", audit},   {"compact", compact},
-      {"wait", awaitRevision}, {"follow", follow}, {"open", justOpen}, {"cramped", cramped},
+      {"hold", hold},     {"churn", churn},   {"fill", fill},       {"put", putOne},
+      {"count", count},   {"audit", audit},   {"compact", compact}, {"wait", awaitRevision},
+      {"follow", follow}, {"open", justOpen}, {"cramped", cramped},
   };
   if (argc < 3 || !verbs.contains(argv[1])) return 2;
   try {

@@ -8,6 +8,7 @@
 #include "Child.h"
 #include "RawStore.h"
 #include "StoreRecords.h"
+#include "platform/config/records/Field.h"
 #include "platform/config/records/Tables.h"
 #include "platform/config/store/JournalFormat.h"
 #include "platform/config/store/Keys.h"
@@ -30,7 +31,8 @@ class StoreVerification : public ::testing::Test {
   Testing::TemporaryFolder folder_;
 };
 
-// Also keeps the model of what is a well-formed store honest: a check that is too strict fails here.
+// Also keeps the model of what is a well-formed store honest: a check that is too strict fails
+// here.
 TEST_F(StoreVerification, FindsNothingAfterAnyChanges) {
   std::mt19937 random(3);
   ConfigStore::Options options;
@@ -66,9 +68,9 @@ TEST_F(StoreVerification, FindsNothingAfterAnyChanges) {
     const Snapshot snapshot = store->snapshot();
     EXPECT_EQ(found.revision, snapshot.revision());
     EXPECT_EQ(found.rows, found.indexes);
-    EXPECT_EQ(found.rows, static_cast<std::uint64_t>(snapshot.size(kItems, 0) +
-                                                     snapshot.size(kPolicies, 0) +
-                                                     snapshot.size(kPolicies, 7)));
+    EXPECT_EQ(found.rows,
+              static_cast<std::uint64_t>(snapshot.size(kItems, 0) + snapshot.size(kPolicies, 0) +
+                                         snapshot.size(kPolicies, 7)));
   }
   EXPECT_THAT(verifyStore(path()).damages, IsEmpty()) << "closed";
 }
@@ -116,7 +118,8 @@ TEST_F(StoreVerification, NamesEachDamage) {
       {"rows", key(rowKey(static_cast<G_CLI_GID>(99), 0, third, 3)), row(3, "3"),
        "table 99, domain 0, record 3: there is no such table"},
       {"rows", "short", "", "a key of the sub-database rows is wrong"},
-      {"ids", key(idKey(kItems, 0, 3)), bytes(third + 1), item3 + ": the index has another position"},
+      {"ids", key(idKey(kItems, 0, 3)), bytes(third + 1),
+       item3 + ": the index has another position"},
       {"ids", key(idKey(kItems, 0, 4)), bytes(third + 1),
        "table dictionary-items, domain 0, record 4: the index knows it, but it has no row"},
       {"ids", key(idKey(kItems, 0, 3)), "1234", "a key of the sub-database ids is wrong"},
@@ -131,14 +134,15 @@ TEST_F(StoreVerification, NamesEachDamage) {
       {"meta", key(Key('j')), bytes(Revision{1}),
        "the journal has revisions 1 to 2 instead of 2 to 2"},
       {"meta", key(Key('x')), "", "an entry of the sub-database meta is wrong"},
-      {"journal", key(journalKey(2, 1)), "text", "journal, revision 2, entry 1: it has damaged bytes"},
+      {"journal", key(journalKey(2, 1)), "text",
+       "journal, revision 2, entry 1: it has damaged bytes"},
       {"journal", key(journalKey(2, 0)), "text", "journal, revision 2, head: it has damaged bytes"},
       {"journal", key(journalKey(2, 3)), encodeEntry({kItems, 0, 3, {}, row(3, "3"), {}, 0}),
        "journal, revision 2, entry 3: the one before it is missing"},
       {"journal", key(journalKey(1, 3)), encodeEntry({kItems, 0, 9, row(9, "9"), {}, 0, {}}),
        "journal, revision 1, head: it states 2 entries instead of 3"},
       {"journal", key(journalKey(2, 1)), encodeEntry({kItems, 0, 3, {}, cutRow, {}, 0}),
-       "journal, revision 2, entry 1: " + item3 + " \"3\": the row's checksum is wrong"},
+       "journal, revision 2, entry 1: " + item3 + ": the row's checksum is wrong"},
       {"journal", key(journalKey(5, 0)), encodeHead({}), "journal: revision 5 follows revision 2"},
       {"other", "key", "value", "there is a sub-database of another name"},
   };
@@ -158,13 +162,13 @@ TEST_F(StoreVerification, WorksWhileOthersCommit) {
   Child writer({"churn", path(), "20"});
   ASSERT_EQ(writer.line(), "ready");
   Revision last = 0;
-  for (int i = 0; i < 50; ++i) {
+  for (int i = 0; i < 50 || last < 20; ++i) {
+    ASSERT_LT(i, 10'000);
     const Verification found = verifyStore(path());
     ASSERT_THAT(found.damages, IsEmpty());
     EXPECT_GE(found.revision, last);
     last = found.revision;
   }
-  EXPECT_GT(last, 0u);
 }
 
 TEST_F(StoreVerification, RefusesWhatIsNoStore) {

@@ -58,8 +58,7 @@ class Committer {
   }
 
  private:
-  static std::optional<Revision> commitTo(StoreCore& core, LmdbEnv& env,
-                                          const RevisionHead& author,
+  static std::optional<Revision> commitTo(StoreCore& core, LmdbEnv& env, const RevisionHead& author,
                                           std::optional<Revision> basis,
                                           const ChangeSet::Changes& changes);
 
@@ -131,7 +130,8 @@ std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revisio
     try {
       return commitTo(core, *env, author, basis, changes);
     } catch (const Superseded&) {
-      core.status->swapped();  // the process that replaced the file may have died before it did this
+      core.status
+          ->swapped();  // the process that replaced the file may have died before it did this
     }
   }
 }

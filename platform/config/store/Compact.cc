@@ -28,8 +28,7 @@ constexpr std::size_t kBatchBytes = 32u << 20;  // written in one transaction
 constexpr const char* kNames[LmdbEnv::kDbs] = {"rows", "ids", "meta", "journal"};
 
 [[noreturn]] void cannot(const char* what, const fs::path& path) {
-  throw Exception("Cannot " + std::string(what) + " " + path.string() + ": " +
-                      std::strerror(errno),
+  throw Exception("Cannot " + std::string(what) + " " + path.string() + ": " + std::strerror(errno),
                   codeOf(errno));
 }
 
@@ -83,8 +82,7 @@ class Writer {
     try {
       check(mdb_env_set_maxdbs(env_, LmdbEnv::kDbs), "copy");
       check(mdb_env_set_mapsize(env_, mapSize), "copy");
-      check(mdb_env_open(env_, path.c_str(), MDB_NOSUBDIR | MDB_NOLOCK | MDB_NOSYNC, 0600),
-            "copy");
+      check(mdb_env_open(env_, path.c_str(), MDB_NOSUBDIR | MDB_NOLOCK | MDB_NOSYNC, 0600), "copy");
     } catch (...) {
       mdb_env_close(env_);
       throw;
@@ -184,7 +182,7 @@ std::optional<ConfigStore::Compaction> replaceDataFile(StoreCore& core, LmdbEnv&
     }
   }
   synchronise(file.path());
-  const std::vector<std::string> damages = checkStructure(file.path());
+  const std::vector<std::string> damages = checkStructure(file.path()).damages;
   if (!damages.empty()) {
     throw Exception("The copy of the store is damaged: " + damages.front(), StoreError::kDamaged);
   }

@@ -5,8 +5,8 @@
 // keeps the inode of the data file that the lock file belongs to. When it is another one, a process
 // died between the two steps, and the next one finishes them.
 //
-// Every writer compares its file with the name before it changes anything. Readers compare them when
-// the status file's number of swaps has changed.
+// Every writer compares its file with the name before it changes anything. Readers compare them
+// when the status file's number of swaps has changed.
 #pragma once
 
 #include <cstdint>

@@ -60,9 +60,15 @@ std::string Contents::describe(const RecordKey& record) const {
   return text;
 }
 
+void Contents::remember(const RecordKey& key, const Table& table, const StoredRecord& record) {
+  if (std::string name = nameIn(table, record.data()); !name.empty()) names_[key] = std::move(name);
+}
+
 void Contents::visit(std::string_view database, std::string_view key, std::uint64_t size,
                      const PageCheck::Value& value) {
-  const auto wrongKey = [&] { damaged("a key of the sub-database " + std::string(database) + " is wrong"); };
+  const auto wrongKey = [&] {
+    damaged("a key of the sub-database " + std::string(database) + " is wrong");
+  };
   if (database == "rows") {
     if (key.size() != kRowKeySize) return wrongKey();
     visitRow(key, value);
@@ -87,25 +93,24 @@ void Contents::visitRow(std::string_view key, const PageCheck::Value& value) {
   rows_.push_back({record, positionOfRow(key)});
   const auto& [gid, domain, id] = record;
   const Table* table = findTable(static_cast<G_CLI_GID>(gid));
-  if (table == nullptr) return damaged(describe(record) + ": there is no such table");
+  if (table == nullptr) return damaged(record, "there is no such table");
   const bool single = table->scope == Scope::kSystemSingle;
   if ((table->scope != Scope::kDomainList && domain != 0) || single != (id == 0)) {
-    return damaged(describe(record) + ": the table has no such record");
+    return damaged(record, "the table has no such record");
   }
   if (!rowsToo_) return;
   std::string reason;
   const std::string_view row = value();
-  const StoredRecord decoded =
-      RowCodec::decode(*table, domain, id, row, reason);
-  if (!decoded) return damaged(describe(record) + ": " + reason);
+  const StoredRecord decoded = RowCodec::decode(*table, domain, id, row, reason);
+  if (!decoded) return damaged(record, reason);
   counts_.lists += listsIn(*table->type, decoded.data());
   contents_[record] = hashOf(row);
-  if (const std::string name = nameIn(*table, decoded.data()); !name.empty()) names_[record] = name;
+  remember(record, *table, decoded);
   if (RowCodec::idOf(*table, decoded.data()) != id) {
-    damaged(describe(record) + ": the row is that of record " +
-            std::to_string(RowCodec::idOf(*table, decoded.data())));
+    damaged(record,
+            "the row is that of record " + std::to_string(RowCodec::idOf(*table, decoded.data())));
   } else if (RowCodec::encode(*table, decoded.data()) != row) {
-    damaged(describe(record) + ": the row has bytes that belong to no field");
+    damaged(record, "the row has bytes that belong to no field");
   }
 }
 
@@ -116,14 +121,14 @@ void Contents::compareWithIndex() {
   auto index = ids_.begin();
   while (row != rows_.end() || index != ids_.end()) {
     if (index == ids_.end() || (row != rows_.end() && row->record < index->record)) {
-      damaged(describe(row->record) + ": the index does not know it");
+      damaged(row->record, "the index does not know it");
       ++row;
     } else if (row == rows_.end() || index->record < row->record) {
-      damaged(describe(index->record) + ": the index knows it, but it has no row");
+      damaged(index->record, "the index knows it, but it has no row");
       ++index;
     } else {
       if (row->position != index->position) {
-        damaged(describe(row->record) + ": the index has another position");
+        damaged(row->record, "the index has another position");
       }
       ++row;
       ++index;
@@ -160,9 +165,9 @@ void Contents::compareWithStates() {
   std::map<std::uint32_t, Revision> changed;
   for (const auto& [key, count] : found) {
     const Table* table = findTable(static_cast<G_CLI_GID>(key.first));
-    const std::string text = "table " +
-                             (table != nullptr ? std::string(table->key) : std::to_string(key.first)) +
-                             ", domain " + std::to_string(key.second);
+    const std::string text =
+        "table " + (table != nullptr ? std::string(table->key) : std::to_string(key.first)) +
+        ", domain " + std::to_string(key.second);
     const TableState state = states_[key];
     if (state.count != count) {
       damaged(text + ": it has " + std::to_string(count) + " records instead of " +
@@ -240,12 +245,16 @@ void Contents::visitEntry(std::uint32_t number, const PageCheck::Value& value) {
   const RecordKey record{change->gid, change->domain, change->id};
   const Table* table = findTable(change->gid);
   if (table == nullptr) {
-    return damaged(journalPlace(number) + ": " + describe(record) + ": there is no such table");
+    return damaged(record, "there is no such table", journalPlace(number) + ": ");
   }
   for (const auto& row : {change->before, change->after}) {
+    if (!row) continue;
     std::string reason;
-    if (row && !RowCodec::decode(*table, change->domain, change->id, *row, reason)) {
-      damaged(journalPlace(number) + ": " + describe(record) + ": " + reason);
+    const StoredRecord decoded = RowCodec::decode(*table, change->domain, change->id, *row, reason);
+    if (decoded) {
+      remember(record, *table, decoded);
+    } else {
+      damaged(record, reason, journalPlace(number) + ": ");
     }
   }
   last_[record] =
@@ -256,14 +265,14 @@ void Contents::visitEntry(std::uint32_t number, const PageCheck::Value& value) {
 void Contents::compareWithJournal() {
   for (const auto& [record, after] : last_) {
     const auto row = contents_.find(record);
-    const bool known = std::binary_search(
-        rows_.begin(), rows_.end(), Place{record, 0},
-        [](const Place& a, const Place& b) { return a.record < b.record; });
+    const bool known =
+        std::binary_search(rows_.begin(), rows_.end(), Place{record, 0},
+                           [](const Place& a, const Place& b) { return a.record < b.record; });
     if (known && row == contents_.end()) continue;  // damaged and reported
     const Table* table = findTable(static_cast<G_CLI_GID>(std::get<0>(record)));
     if (!known && table->scope == Scope::kSystemSingle) continue;  // has its defaults
     if (known != after.has_value() || (after && row->second != *after)) {
-      damaged(describe(record) + ": it is not what the journal says");
+      damaged(record, "it is not what the journal says");
     }
   }
 }
@@ -285,7 +294,9 @@ void Contents::finish(Verification& result) {
   counts_.revision = revision_.value_or(0);
   counts_.pages = result.pages;
   counts_.damages = std::move(result.damages);
-  counts_.damages.insert(counts_.damages.end(), damages_.begin(), damages_.end());
+  for (const auto& [what, record, place] : damages_) {
+    counts_.damages.push_back(record ? place + describe(*record) + ": " + what : what);
+  }
   result = std::move(counts_);
 }
 

@@ -26,6 +26,7 @@ class Contents {
              const PageCheck::Value& value);
   // Adds what was found. Throws Exception kNewerSchema for another schema when rows are read.
   void finish(Verification& result);
+  bool hasSchema() const { return schema_.has_value(); }
 
  private:
   using RecordKey = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>;  // table, domain, id
@@ -42,20 +43,30 @@ class Contents {
   void visitHead(const PageCheck::Value& value);
   void visitEntry(std::uint32_t number, const PageCheck::Value& value);
   void endRevision();
+  void remember(const RecordKey& key, const Table& table, const StoredRecord& record);
   void compareWithIndex();
   void compareWithStates();
   void compareWithJournal();
   std::string journalPlace(std::uint32_t number) const;
   std::string describe(const RecordKey& record) const;
-  void damaged(const std::string& what) { damages_.push_back(what); }
+  void damaged(const std::string& what) { damages_.push_back({what, {}, ""}); }
+  // `place` comes before the record's description.
+  void damaged(const RecordKey& record, const std::string& what, const std::string& place = "") {
+    damages_.push_back({what, record, place});
+  }
 
   const bool rowsToo_;
-  std::vector<std::string> damages_;
+  struct Damage {
+    std::string what;
+    std::optional<RecordKey> record;  // described at the end, when all names are known
+    std::string place;
+  };
+  std::vector<Damage> damages_;
   Verification counts_;
 
   std::vector<Place> ids_, rows_;
-  std::map<RecordKey, std::string> names_;                // of rows that can be read
-  std::map<RecordKey, std::uint64_t> contents_;           // checksums of rows that can be read
+  std::map<RecordKey, std::string> names_;                  // in rows and journal entries
+  std::map<RecordKey, std::uint64_t> contents_;             // hashes of rows that can be read
   std::map<RecordKey, std::optional<std::uint64_t>> last_;  // in the journal; none: erased
   std::map<TableKey, TableState> states_;
   std::map<std::uint32_t, Revision> changed_;  // by table

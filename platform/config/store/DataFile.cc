@@ -95,9 +95,8 @@ DataFileState inspectDataFile(const std::filesystem::path& path) {
     check.run();
     if (check.damages().empty()) return state;
     if (file.metas().newest().transaction == meta.transaction) {
-      file.fail(StoreError::kForeignFile,
-                "it ends after " + std::to_string(file.size()) + " bytes, and " +
-                    check.damages().front());
+      file.fail(StoreError::kForeignFile, "it ends after " + std::to_string(file.size()) +
+                                              " bytes, and " + check.damages().front());
     }
   }
   return state;  // other processes commit faster than this one reads, so the file is in use

@@ -21,6 +21,7 @@ inline constexpr std::uint16_t kMeta = 0x08;
 inline constexpr std::uint16_t kBigValue = 0x01;
 inline constexpr std::uint16_t kSubDatabase = 0x02;
 inline constexpr std::uint16_t kIntegerKeys = 0x08;
+inline constexpr std::uint16_t kWithoutFolder = 0x4000;  // how the file was made; no meaning here
 
 struct Tree {
   std::uint32_t pad;  // of the first tree in a meta page: the page size

@@ -33,7 +33,7 @@ struct ReaderSlot {
   std::atomic<int> state{kIdle};
   MDB_txn* txn = nullptr;  // used only by the thread that moved `state` away from kIdle
 
-  std::shared_ptr<LmdbEnv> env;  // keeps the object, not what LMDB has open
+  std::shared_ptr<LmdbEnv> env;                 // keeps the object, not what LMDB has open
   const std::uint64_t thread = threadNumber();  // the only one that reads on it
 
   // The rest belongs to the slot's thread.

@@ -53,7 +53,8 @@ void PageCheck::run(const Visitor& visit, std::string_view only) {
       damaged(number, "its header is wrong");
     }
   }
-  if (meta_.trees[0].flags != kIntegerKeys) damaged("the tree of free pages is of another kind");
+  if ((meta_.trees[0].flags & ~kWithoutFolder) != kIntegerKeys)
+    damaged("the tree of free pages is of another kind");
   if (meta_.trees[0].pad != pageSize_) damaged("the page size is wrong");
   if (meta_.address != 0) damaged("the map has an address");
   if (meta_.mapSize % 4096 != 0) damaged("the size of the map is no multiple of a page");
@@ -71,7 +72,8 @@ void PageCheck::walk(std::string name, const Tree& tree, Kind kind) {
   const Counts& counts = walking.counts;
   const auto compare = [&](std::uint64_t found, std::uint64_t stated, const char* what) {
     if (found == stated) return;
-    damaged(label(walking) + " has " + counted(found, what) + " instead of " + std::to_string(stated));
+    damaged(label(walking) + " has " + counted(found, what) + " instead of " +
+            std::to_string(stated));
   };
   compare(counts.branch, tree.branchPages, "branch page");
   compare(counts.leaf, tree.leafPages, "leaf page");
@@ -141,7 +143,8 @@ void PageCheck::page(Walk& walk, std::uint64_t number, int depth, const Bounds& 
       const std::uint64_t child =
           node.low | std::uint64_t{node.high} << 16 | std::uint64_t{node.flags} << 32;
       page(walk, child, depth + 1,
-           {i > 0 ? node.key : bounds.lower, i + 1 < found.size() ? found[i + 1].key : bounds.upper});
+           {i > 0 ? node.key : bounds.lower,
+            i + 1 < found.size() ? found[i + 1].key : bounds.upper});
     } else {
       ++walk.counts.entries;
       leaf(walk, number, bytes, node);
@@ -183,8 +186,7 @@ bool PageCheck::nodes(const Walk& walk, std::uint64_t number, const std::string&
     if (!(branch && i == 0) && (node.keySize == 0 || node.keySize > kLongestKey)) {
       return wrong("a key has a wrong length");
     }
-    if (walk.kind == kFreeTree && node.keySize != sizeof(std::uint64_t) &&
-        !(branch && i == 0)) {
+    if (walk.kind == kFreeTree && node.keySize != sizeof(std::uint64_t) && !(branch && i == 0)) {
       return wrong("a key has a wrong length");
     }
     node.key = std::string_view(page).substr(at + kNodeHeader, node.keySize);

@@ -151,8 +151,7 @@ StoredRecord readRow(const ReadTransaction& reading, const Table& table, ngid_t 
 }
 
 StoredRecord readSingle(const ReadTransaction* reading, const Table& table) {
-  const auto row =
-      reading != nullptr ? rowAt(*reading, table, 0, kFirstPosition, 0) : std::nullopt;
+  const auto row = reading != nullptr ? rowAt(*reading, table, 0, kFirstPosition, 0) : std::nullopt;
   return row ? decodeOrRecover(*reading, table, 0, 0, *row) : RowCodec::defaults(table);
 }
 

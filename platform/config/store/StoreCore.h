@@ -52,7 +52,7 @@ struct StoreCore {
   std::mutex registering;  // held while processSlot is exchanged
   std::atomic<int> processSlot{-1};
 
-  mutable std::mutex envMutex;  // a leaf
+  mutable std::mutex envMutex;      // a leaf
   std::shared_ptr<LmdbEnv> shared;  // guarded by envMutex
   std::atomic<const LmdbEnv*> present{nullptr};
   std::mutex swapMutex;  // held while the present data file is opened
@@ -113,8 +113,7 @@ class ReadTransaction {
 // Calls `use` with the environment of the store in `folder`: the one that this process has open, or
 // one that is open during the call and whose sub-databases are not. Throws Exception kCannotOpen
 // when there is no store.
-void withEnvironment(const std::filesystem::path& folder,
-                     const std::function<void(LmdbEnv&)>& use);
+void withEnvironment(const std::filesystem::path& folder, const std::function<void(LmdbEnv&)>& use);
 
 // Publishes the store's revision in case its writer died between commit and publication. Returns
 // it.

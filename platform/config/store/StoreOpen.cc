@@ -54,12 +54,15 @@ std::atomic<std::uint64_t> nextSerial{1};
 }
 
 // LMDB may end the process on a damaged page, or not find what is there.
-void refuseDamage(const std::filesystem::path& data) {
-  const std::vector<std::string> damages = checkStructure(data);
+// `store`: the file is known to belong to a store.
+void refuseDamage(const std::filesystem::path& data, bool store) {
+  const auto [schema, damages] = checkStructure(data);
+  store = store || schema;
   if (damages.empty()) return;
-  throw Exception(data.string() + " is damaged: " + damages.front() + " (" +
-                      std::to_string(damages.size()) + " in all; vexactl verify names them)",
-                  StoreError::kDamaged);
+  throw Exception(data.string() + (store ? " is damaged: " : " is damaged or no store: ") +
+                      damages.front() + " (" + std::to_string(damages.size()) +
+                      " in all; vexactl verify names them)",
+                  store ? StoreError::kDamaged : StoreError::kForeignFile);
 }
 
 }  // namespace
@@ -91,7 +94,7 @@ StoreCore::StoreCore(std::filesystem::path storeFolder, ConfigStore::Options sto
   }
   const std::optional<int> other = processUsing(folder);
   std::uint32_t schema = 0;
-  if (!other) refuseDamage(data);
+  if (!other && state.present) refuseDamage(data, status->revision() != 0);
   try {
     schema = openEnvironment(state.mapSize, options.create, other.has_value());
   } catch (...) {

@@ -55,7 +55,8 @@ Revision revisionIn(DataFile& file, const Pages::Meta& meta) {
 }
 
 // Pages and contents of one transaction.
-void checkTransaction(DataFile& file, const Pages::Meta& meta, bool rows, Verification& result) {
+// Whether they have a schema number.
+bool checkTransaction(DataFile& file, const Pages::Meta& meta, bool rows, Verification& result) {
   PageCheck pages(file, meta);
   Contents contents(rows);
   pages.run([&](std::string_view database, std::string_view key, std::uint64_t size,
@@ -63,22 +64,22 @@ void checkTransaction(DataFile& file, const Pages::Meta& meta, bool rows, Verifi
   result.damages = pages.damages();
   result.pages = pages.pages();
   contents.finish(result);
+  return contents.hasSchema();
 }
 
 }  // namespace
 
-std::vector<std::string> checkStructure(const std::filesystem::path& data) {
+Structure checkStructure(const std::filesystem::path& data) {
   DataFile file(data);
   Verification result;
-  if (file.size() == 0) return {};
   const DataFile::Metas metas = file.metas();
   const Pages::Meta& newest = metas.newest();
-  checkTransaction(file, newest, false, result);
+  const bool store = checkTransaction(file, newest, false, result);
   const Pages::Meta& older = &newest == &metas.first ? metas.second : metas.first;
   if (!metasFit(metas) || revisionIn(file, older) > revisionIn(file, newest)) {
     result.damages.push_back("the first two pages do not fit each other");
   }
-  return result.damages;
+  return {store, std::move(result.damages)};
 }
 
 Verification verifyStore(const std::filesystem::path& folder) {

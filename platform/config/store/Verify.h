@@ -30,8 +30,12 @@ KESTRAV_API Verification verifyStore(const std::filesystem::path& folder);
 
 class DataFile;
 
+struct Structure {
+  bool store = false;  // it has a schema number
+  std::vector<std::string> damages;
+};
 // The part of it that reads no rows and no journal entries, for a file that no other process has
-// open. Empty for a file without pages.
-std::vector<std::string> checkStructure(const std::filesystem::path& data);
+// open and that is not empty. Keys of other schemas are not checked.
+Structure checkStructure(const std::filesystem::path& data);
 
 }  // namespace Kestrav::Config
