@@ -121,5 +121,49 @@ TEST(StoreConcurrency, StoresOpenAndCloseWhileOthersDo) {
   for (std::thread& thread : threads) thread.join();
 }
 
+TEST(StoreConcurrency, ThreadsReadAndCommitWhileTheDataFileIsReplaced) {
+  constexpr int kSize = 10;
+  Testing::TemporaryFolder folder;
+  const auto store = ConfigStore::open(folder / "store");
+  writeSet(*store, kSize);
+  std::atomic<bool> done{false};
+  std::vector<std::thread> threads;
+  for (int reader = 0; reader < 2; ++reader) {
+    threads.emplace_back([&] {
+      Revision last = 0;
+      while (!done) {
+        const Snapshot snapshot = store->snapshot();
+        ASSERT_GE(snapshot.revision(), last);
+        last = snapshot.revision();
+        ASSERT_EQ(snapshot.at(kItems, 0, 0).as<Item>()->text, std::to_string(last));
+        const Snapshot nested = store->snapshot();
+        ASSERT_EQ(nested.byId(kItems, 0, kSize).as<Item>()->text, std::to_string(last));
+      }
+    });
+  }
+  threads.emplace_back([&] {
+    while (!done) ASSERT_GT(revisionSeenByAnotherThread(*store), 0u);
+  });
+  threads.emplace_back([&] {
+    Revision seen = 0;
+    while (!done) {
+      const Revision now = store->waitForRevision(seen, 20);
+      ASSERT_GE(now, seen);
+      store->journal(seen, now, [](const JournalEntry&) {});
+      seen = now;
+    }
+  });
+  threads.emplace_back([&] {
+    while (!done) store->compact();
+  });
+  for (int commit = 0; commit < 100; ++commit) {
+    const Revision revision = writeSet(*store, kSize);
+    EXPECT_EQ(revision, static_cast<Revision>(commit + 2));
+    EXPECT_EQ(store->snapshot().revision(), revision);
+  }
+  done = true;
+  for (std::thread& thread : threads) thread.join();
+}
+
 }  // namespace
 }  // namespace Kestrav::Config
