@@ -36,8 +36,8 @@ class DamagedRecord : public ::testing::Test {
     Config::StoreTesting::RawStore(path()).put(database, {{std::string(key), "damaged"}});
   }
   void damageRow() {
-    damage("rows", Config::rowKey(GID_ANTISPAM_PROFILE, 0,
-                                  Config::kFirstPosition + Config::kGap, kDamaged));
+    damage("rows", Config::rowKey(GID_ANTISPAM_PROFILE, 0, Config::kFirstPosition + Config::kGap,
+                                  kDamaged));
   }
   template <class Call>
   static int codeOf(Call call) {

@@ -15,6 +15,7 @@
 #include "platform/config/store/JournalFormat.h"
 #include "platform/config/store/Keys.h"
 #include "platform/config/store/RowCodec.h"
+#include "platform/config/store/Verify.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/StoreFixture.h"
 
@@ -184,7 +185,7 @@ TEST_F(Migration, GivesTheRowsThatACommitWrites) {
   EXPECT_THAT(journalOf(*again, 5), ElementsAre("6: " + std::to_string(kItems) + "/0/4 - 4"));
 }
 
-TEST_F(Migration, LeavesUnreadableRowsUnreadable) {
+TEST_F(Migration, LeavesUnreadableRowsToTheJournal) {
   Schema1Store old = smallStore();
   auto& rows = old.rows();
   const std::string uno = Schema1Store::rowKey(itemAt(1, 1, ""), itemAt(1, 1, "").position);
@@ -195,8 +196,11 @@ TEST_F(Migration, LeavesUnreadableRowsUnreadable) {
   old.write(path());
   const auto token = Logger::instance().capture([](const Logger::Message&) {});
   const auto store = ConfigStore::open(path());
-  EXPECT_THAT(idsOf(store->snapshot(), kItems, 0), SizeIs(0));
+  EXPECT_STREQ(store->snapshot().byId(kItems, 0, 1).as<Item>()->text, "uno");
+  EXPECT_THAT(idsOf(store->snapshot(), kItems, 0), ElementsAre(1, 3));
   EXPECT_THAT(idsOf(store->snapshot(), kPolicies, 6), SizeIs(2));
+  store->compact();
+  EXPECT_THAT(verifyStore(path()).damages, testing::IsEmpty()) << "mended";
 }
 
 TEST_F(Migration, CutsTheJournalAtAnEntryThatCannotBeRead) {

@@ -207,8 +207,8 @@ void finishSwap(const fs::path& folder, StatusFile& status) {
   if (inode == known || inode == 0 || known == 0) return;
   ::unlink((folder / "lock.mdb").c_str());
   synchronise(folder);  // before anything is committed to the new file
-  status.dataFile(inode);
   status.swapped();
+  status.dataFile(inode);  // last: until then, the next process does all of it again
 }
 
 void giveLockFileToOwner(const fs::path& folder) {
