@@ -199,6 +199,7 @@ void withEnvironment(const std::filesystem::path& folder,
     const StatusFile::Lock opening(*status);
     finishSwap(folder, *status);
     prepareLockFile(folder, options.readerSlots, processUsing(folder).has_value());
+    giveLockFileToOwner(folder);
     env = std::make_shared<LmdbEnv>(folder, options, inspectDataFile(data).mapSize);
   }
   use(*env);
