@@ -77,8 +77,7 @@ std::string recordsOf(const Snapshot& snapshot) {
 // Empty when an entry cannot be read, which journal() says.
 std::string journalText(ConfigStore& store) {
   std::string text;
-  Revision first = 0;
-  while (first < store.revision() && !store.head(first)) ++first;
+  const Revision first = store.statistics().oldestJournalRevision;
   const bool whole = store.journal(first - 1, store.revision(), [&](const JournalEntry& entry) {
     const Table& table = *findTable(entry.gid);
     text += std::to_string(entry.revision) + " " + std::to_string(entry.id);
