@@ -138,7 +138,7 @@ class Parser {
     bool plainGroup = true;
     if (peek() == '?') {
       const char kind = peek(1);
-      const bool name = kind == '\'' || (kind == '<' && peek(2) != '=' && peek(2) != '!') ||
+      const bool name = kind == '\'' || (kind == '<' && std::strchr("=!*", peek(2)) == nullptr) ||
                         (kind == 'P' && peek(2) == '<');
       if (name) {
         skip(kind == 'P' ? 3 : 2);
@@ -208,8 +208,9 @@ class Parser {
     if (at(end) == '^') ++end;
     if (at(end) == ']') ++end;
     while (end < text_.size() && text_[end] != ']') {
-      // "\\Q" quotes brackets, and anything else than a name after "[:" may end the class earlier.
-      if (text_[end] == '\\' && at(end + 1) == 'Q') return giveUp();
+      // "\\Q" quotes brackets, a "]" after a first "\\E" does not end the class, and anything else
+      // than a name after "[:" may end it earlier.
+      if (text_[end] == '\\' && (at(end + 1) == 'Q' || at(end + 1) == 'E')) return giveUp();
       if (text_.compare(end, 2, "[:") == 0) {
         const std::size_t name = text_.find_first_not_of("^abcdefghijklmnopqrstuvwxyz", end + 2);
         if (name == std::string::npos || text_.compare(name, 2, ":]") != 0) return giveUp();

@@ -64,6 +64,8 @@ TEST(RequiredLiterals, ThatEveryMatchContains) {
       {"gold(*ACCEPT)money", {}},
       {"[gold]", {}},
       {"\\Qgold\\E", {}},
+      {"[\\E]gold]", {}},  // a class up to its end
+      {"(?<*n|s>gold)mo", {}},
       {"gold\\Kmoney", {"money"}},
       {"\xE6\xBC\xA2\xE5\xAD\x97", {"\xE6\xBC\xA2\xE5\xAD\x97"}},  // without case
       {"CAF\xC3\x89", {"caf\xC3\xA9"}},
