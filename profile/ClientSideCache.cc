@@ -91,6 +91,7 @@ RefApsSysClientSideCache<Rec, GID> RefApsSysClientSideCache<Rec, GID>::instance(
   std::call_once(now.registration, [] {
     const Event::RefHandler handler(new ApsSysClientSideCacheHandler<Rec, GID>, false);
     dispatcher()->add(handler, 127, 1);
+    forget();  // a snapshot of a message before the registration
   });
   std::optional<Read> kept = now.snapshot.current();
   if (kept && RevisionScope::usable(kept->at)) return kept->settings;

@@ -7,6 +7,8 @@
 #include "config/CMF.h"
 #include "config/ClientSideCache.h"
 #include "config/ServerCache.h"
+#include "platform/common/Strings.h"
+#include "platform/config/records/AntispamRecords.h"
 #include "platform/config/records/SystemRecords.h"
 #include "tests/client/StoreFixture.h"
 
@@ -32,6 +34,16 @@ TEST_F(FirstUse, OldSettingsAreServedToTheThreadThatHoldsThemAlone) {
   EXPECT_EQ(seen(), 0u);  // this thread reads the pinned revision only
   std::thread([] { EXPECT_EQ(seen(), 1u); }).join();
   EXPECT_EQ(seen(), 1u);
+}
+
+TEST_F(FirstUse, SnapshotOfAnEarlierMessageFollowsLaterChanges) {
+  using Antispam = RefApsSysClientSideCache<__aps_sys_antispam, GID_SYSTEM_ANTISPAM>;
+  const __aps_sys_antispam* none = nullptr;
+  ApsSysClientSideCacheHandler<__aps_sys_antispam, GID_SYSTEM_ANTISPAM>().message(2, none, none);
+  Testing::OwnedRecord record = Testing::defaults(GID_SYSTEM_ANTISPAM);
+  boundedCopy(record.as<__aps_sys_antispam>()->bayesian_domain, "later.example");
+  applied(put(GID_SYSTEM_ANTISPAM, record));
+  EXPECT_STREQ(Antispam::instance(false)->record().bayesian_domain, "later.example");
 }
 
 TEST_F(FirstUse, ProtectedDomainsAreThoseOfTheNewestRevision) {
