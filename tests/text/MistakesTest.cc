@@ -147,6 +147,10 @@ TEST(Mistakes, AreToldWithPlaceAndRemedy) {
        "gateway.yaml:2:1: a second document; one document in each file\n"},
       {"unknown tag", "system: !!set {}\n",
        "gateway.yaml:1:9: a tag; a value without '!' and a name\n"},
+      {"bytes that are missing",
+       "certificate-bindings:\n  - {name: a, owner: a@example.com, pass-phrase: !!binary }\n",
+       "gateway.yaml:2:50: bytes that are no base64; groups of four letters, digits, '+' or '/', "
+       "the last one filled up with '='\n"},
       {"bytes that are no base64",
        "certificate-bindings:\n  - {name: a, owner: a@example.com, pass-phrase: !!binary "
        "c2VzYW1}\n",

@@ -52,7 +52,8 @@ class TreeBuilder : public YAML::EventHandler {
     scalar.text = value;
     if (tag == "tag:yaml.org,2002:binary") {
       scalar.binary = true;
-      if (auto bytes = parseBinary(value)) {
+      // A tag without a value would silently be an empty text.
+      if (auto bytes = parseBinary(value); bytes && !bytes->empty()) {
         scalar.text = std::move(*bytes);
       } else {
         problems_.push_back(problem(mark, "bytes that are no base64",
