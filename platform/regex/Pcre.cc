@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <new>
 
 namespace Kestrav::Pcre {
@@ -28,14 +29,25 @@ std::string errorText(int code) {
   return std::string(reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(length));
 }
 
-// True for all expressions with a positive look-ahead and for some others.
-//
-// PCRE2 10.42 takes the first byte of a match from a look-ahead at the start, and looks for the
-// last byte behind the first one. So "(?=a)b?a" does not match "ca", with generated code or
-// without.
-bool canLookAhead(std::string_view text) {
-  for (const char* start : {"(?=", "(?*", "(*"}) {
-    if (text.find(start) != text.npos) return true;
+bool containsAny(std::string_view text, std::initializer_list<const char*> parts) {
+  return std::any_of(parts.begin(), parts.end(),
+                     [text](const char* part) { return text.find(part) != text.npos; });
+}
+
+// What PCRE2 10.42 assumes of the place where a match starts is wrong for some expressions, with
+// generated code or without. It takes the first byte of a match from a look-ahead at the start, and
+// looks for the last byte after the first one: "(?=a)b?a" does not match "ca". It takes a repeated
+// atomic group that begins with ".*" for one that matches at the start of a line only:
+// "(?:.*?)++x+" does not match "bbbxcxb". And it misjudges groups that refer to themselves. True
+// for all such expressions and for some others.
+bool misjudgesStarts(std::string_view text) {
+  if (containsAny(text, {"(?=", "(?*", "(*", ")++", ")*+", ")?+", "}+", "\\g", "\\k", "(?P="})) {
+    return true;
+  }
+  // Blanks and comments may stand between an item and its repeat.
+  if (containsAny(text, {"(?x", "x)", "x:", "x-"}) && text.find('+') != text.npos) return true;
+  for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+    if (text[i] == '\\' && text[i + 1] >= '1' && text[i + 1] <= '9') return true;
   }
   return false;
 }
@@ -44,7 +56,7 @@ pcre2_code* compile(const std::string& text, Options options, CompileError& erro
   const std::uint32_t flags = PCRE2_NEVER_BACKSLASH_C | (options.ignoreCase ? PCRE2_CASELESS : 0u) |
                               (options.utf8 ? PCRE2_UTF : 0u) |
                               (options.metered ? PCRE2_AUTO_CALLOUT : 0u) |
-                              (canLookAhead(text) ? PCRE2_NO_START_OPTIMIZE : 0u);
+                              (misjudgesStarts(text) ? PCRE2_NO_START_OPTIMIZE : 0u);
   return pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), flags, &error.code,
                        &error.offset, nullptr);
 }
@@ -99,6 +111,12 @@ bool canFailEarly(std::string_view text) {
   // A group with alternatives, and a repeat after it or of it.
   const std::size_t close = text.find(')', text.find('|', open));
   return text.find_first_of(kRepeats, close) != text.npos;
+}
+
+// Generated code of PCRE2 10.42 also gives wrong answers for some conditions, such as
+// "((?!b))*+(?(1)ab{2})". Nothing but the interpreter helps.
+bool needsInterpreter(std::string_view text) {
+  return text.find("(?(") != text.npos;
 }
 
 // Called before every item of a metered program.
@@ -200,7 +218,7 @@ Program::Program(const std::string& text, Options options) : code_(compile(text,
     if (!code_) code_.reset(compile(enclosed(text, before, after, true), options, error_));
   }
   // Where no code can be generated (memory that may not be made executable), it is interpreted.
-  if (code_) pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
+  if (code_ && !needsInterpreter(text)) pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
 }
 
 bool Program::isAnchored() const {

@@ -54,6 +54,11 @@ TEST(Pcre, FindsWhatOptimisationsOf1042Miss) {
       {"(?x) (.+?){2} # twice\n + b*?x # end", " 1bbcxa", true},
       {"(*atomic:.+?)(?#c)b*+c", "ca xc", true},
       {"[ab](?>(?:\\d*.{0,3})(?:a*+\\R?)){1}+.{1,2}", "cc1axb1", false},
+      {"(?:.*?)++x+", "bbbxcxb", true},
+      {"(?x) (?:.*?)+ + x+", "bbbxcxb", true},
+      {"(.*?a\\w)++(?:a*?x?\?)[ab]", "aaaa", true},
+      {"((?!b))*+(?(1)ab{2})", "ab", true},
+      {"(ba|\\1*?b{1,2}?){2}", "bb", true},
       {"(?=a)b?a", "ca", true},
       {"(?:(?=a)|x)[^b]?(?=a)a", "ca", true},
       {"(*pla:a)b?a", "ca", true},
@@ -117,7 +122,8 @@ class RandomExpression {
         pick({"(", "(", "(?:", "(?:", "(?>", "(?|", "(?i:", "(?=", "(*atomic:", "(?x: "});
     text += pieces(depth);
     for (unsigned i = below(3); i > 0; --i) text += '|' + pieces(depth);
-    return text + ')' + pick({"", "", "", "", "?", "*", "+", "?+", "{1}+", "{2}+", "{1,2}", "*+"});
+    return text + ')' +
+           pick({"", "", "", "", "?", "*", "+", "?+", "{1}+", "{2}+", "{1,2}", "*+", "++"});
   }
 
   std::mt19937& random_;
