@@ -24,6 +24,7 @@ int diff(const Context& context, const DiffOptions& options) {
     if (path == context.store || isStore(path)) {
       Config::ConfigStore::Options existing;
       existing.create = false;
+      existing.group = context.group;
       return Config::ConfigStore::open(path, existing);
     }
     std::error_code error;

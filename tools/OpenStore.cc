@@ -8,6 +8,7 @@ std::shared_ptr<Config::ConfigStore> openStore(const Context& context, IfMissing
   if (context.store.empty()) throw Exception("--store is empty", Exception::kBadText);
   Config::ConfigStore::Options options;
   options.create = ifMissing == IfMissing::kCreate;
+  options.group = context.group;
   auto store = Config::ConfigStore::open(context.store, options);
   Config::ConfigStore::attach(store);
   return store;

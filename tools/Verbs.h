@@ -20,6 +20,7 @@ struct Context {
   bool terminal = false;  // out is a terminal
   bool colour = false;    // out is a terminal that shows colours
   bool progress = false;  // err is a terminal
+  std::string group;      // trusted like the owner of the store; empty: none
 };
 
 using Files = std::vector<std::filesystem::path>;

@@ -10,7 +10,7 @@ namespace Kestrav::Tool {
 
 int verify(const Context& context) {
   if (context.store.empty()) throw Exception("--store is empty", Exception::kBadText);
-  const Config::Verification found = Config::verifyStore(context.store);
+  const Config::Verification found = Config::verifyStore(context.store, context.group);
   for (const std::string& damage : found.damages) {
     context.out << "damage: " << oneLine(damage) << "\n";
   }

@@ -90,8 +90,13 @@ int main(int argc, char** argv) {
   occupyStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);
   Output output(STDOUT_FILENO);
-  Context context{kDefaultStore,  output.stream(),           std::cerr, isatty(STDOUT_FILENO) != 0,
-                  colourWanted(), isatty(STDERR_FILENO) != 0};
+  Context context{kDefaultStore,
+                  output.stream(),
+                  std::cerr,
+                  isatty(STDOUT_FILENO) != 0,
+                  colourWanted(),
+                  isatty(STDERR_FILENO) != 0,
+                  ""};
   std::function<int()> verb;
 
   CLI::App app{"Writes, reads and explains the configuration of a mail gateway.", "vexactl"};
@@ -102,8 +107,10 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "vexactl " KESTRAV_VERSION);
   app.add_option("--store", context.store, "Folder of the configuration store")
       ->capture_default_str();
+  app.add_option("--group", context.group,
+                 "Group, by name or number, that may write to the store like its owner");
   app.footer(
-      "Every verb takes --store FOLDER.\n"
+      "Every verb takes --store FOLDER and --group GROUP.\n"
       "Exit codes: 0 done, 1 the answer is no, 2 wrong use or bad input.");
 
   Files files;

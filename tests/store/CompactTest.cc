@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 
 #include "Child.h"
@@ -91,6 +93,68 @@ TEST_F(StoreCompaction, KeepsTheFilesMode) {
   fs::permissions(data(), fs::perms(0640));
   store->compact();
   EXPECT_EQ(fs::status(data()).permissions(), fs::perms(0640));
+}
+
+// Members of the store's group could not open a lock file for its maker only.
+TEST_F(StoreCompaction, MakesTheLockFileForThoseWhoUseTheDataFile) {
+  ConfigStore::Options options;
+  options.group = std::to_string(::getegid());
+  uid_t owner = ::geteuid();
+  const auto expectAlike = [&] {
+    struct stat data {};
+    struct stat lock {};
+    ASSERT_EQ(::stat(this->data().c_str(), &data), 0);
+    ASSERT_EQ(::stat((path() / "lock.mdb").c_str(), &lock), 0);
+    EXPECT_EQ(data.st_mode, mode_t{S_IFREG | 0660});
+    EXPECT_EQ(lock.st_mode, data.st_mode);
+    EXPECT_EQ(lock.st_uid, owner);
+    EXPECT_EQ(data.st_uid, owner);
+    EXPECT_EQ(lock.st_gid, data.st_gid);
+  };
+  {
+    const auto store = ConfigStore::open(path(), options);
+    for (const auto& file : fs::directory_iterator(path())) {
+      fs::permissions(file, fs::perms(0660));
+    }
+    store->compact();
+    put(*store, 1, "new");
+    expectAlike();
+    if (::geteuid() == 0) {
+      owner = 12345;
+      ASSERT_EQ(::chown(data().c_str(), owner, ::getegid()), 0);
+    }
+    store->compact();
+    expectAlike();
+  }
+  fs::remove(path() / "lock.mdb");
+  EXPECT_EQ(textOf(*ConfigStore::open(path(), options), 1), "new");
+  expectAlike();
+}
+
+// The process has the former store's status file, so its locks do not count in the present one.
+TEST_F(StoreCompaction, LeavesAStoreAloneThatHasTakenThePlaceOfThisOne) {
+  const auto store = ConfigStore::open(path());
+  put(*store, 1, "old");
+  fs::rename(path(), folder_ / "former");
+  Child other({"hold", path()});
+  ASSERT_EQ(other.line(), "0");
+  struct stat before {};
+  ASSERT_EQ(::stat((path() / "lock.mdb").c_str(), &before), 0);
+  const auto expectReplaced = [](const std::function<void()>& work) {
+    try {
+      work();
+      ADD_FAILURE() << "nothing is thrown";
+    } catch (const Exception& exception) {
+      EXPECT_EQ(exception.code(), StoreError::kForeignFile);
+      EXPECT_THAT(exception.message(), ::testing::HasSubstr("replaced by another one"));
+    }
+  };
+  expectReplaced([&] { put(*store, 1, "new"); });
+  expectReplaced([&] { store->compact(); });
+  struct stat after {};
+  ASSERT_EQ(::stat((path() / "lock.mdb").c_str(), &after), 0);
+  EXPECT_EQ(after.st_ino, before.st_ino);
+  EXPECT_EQ(textOf(*store, 1), "old");
 }
 
 TEST_F(StoreCompaction, LeavesSnapshotsOnTheFormerFile) {

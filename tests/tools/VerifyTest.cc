@@ -1,5 +1,6 @@
 // verify and compact: the state of a store's files.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -42,6 +43,26 @@ TEST_F(Verify, CountsWhatItChecked) {
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(result.err, "");
   expectGolden("verify.txt", withoutPages(placeless(result.out)));
+}
+
+// What daemons with a group among their options share.
+TEST_F(Verify, AndTheOtherVerbsTakeTheStoresGroup) {
+  ASSERT_EQ(::chmod(store().c_str(), 02770), 0);
+  for (const auto& entry : std::filesystem::directory_iterator(store())) {
+    ASSERT_EQ(::chmod(entry.path().c_str(), 0660), 0);
+  }
+  const std::string group = std::to_string(::getegid());
+  for (const char* verb : {"verify", "compact", "status", "dump"}) {
+    SCOPED_TRACE(verb);
+    const Result refused = run({verb});
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_TRUE(contains(refused.err, "--group")) << refused.err;
+    const Result result = run({verb, "--group", group});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.err, "");
+  }
+  EXPECT_EQ(run({"diff", store(), store(), "--group", group}).code, 0);
+  EXPECT_EQ(run({"load", example(), "--group", group}).code, 0);
 }
 
 TEST_F(Verify, NamesDamagedRecordsAndAnswersNo) {

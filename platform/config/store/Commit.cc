@@ -130,8 +130,7 @@ std::optional<Revision> Committer::commit(StoreCore& core, std::optional<Revisio
     try {
       return commitTo(core, *env, author, basis, changes);
     } catch (const Superseded&) {
-      core.status
-          ->swapped();  // the process that replaced the file may have died before it did this
+      core.announceSwap();  // the process that replaced the file may have died before it did this
     }
   }
 }

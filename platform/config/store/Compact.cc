@@ -211,15 +211,6 @@ void finishSwap(const fs::path& folder, StatusFile& status) {
   status.dataFile(inode);  // last: until then, the next process does all of it again
 }
 
-void giveLockFileToOwner(const fs::path& folder) {
-  struct stat data {};
-  const fs::path lock = folder / "lock.mdb";
-  if (::geteuid() != 0 || ::stat((folder / "data.mdb").c_str(), &data) != 0 || data.st_uid == 0) {
-    return;
-  }
-  if (::lchown(lock.c_str(), data.st_uid, data.st_gid) != 0) cannot("make", lock);
-}
-
 ConfigStore::Compaction ConfigStore::compact() {
   StoreCore& core = *impl_->core;
   core.checkProcess();
@@ -229,7 +220,7 @@ ConfigStore::Compaction ConfigStore::compact() {
     core.follow();
     const std::shared_ptr<LmdbEnv> env = core.env();
     sizes = replaceDataFile(core, *env);
-    if (!sizes) core.status->swapped();
+    if (!sizes) core.announceSwap();
   }
   core.follow();
   core.status->wake();

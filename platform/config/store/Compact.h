@@ -23,7 +23,4 @@ std::uint64_t inodeOf(const std::filesystem::path& file);  // 0 when there is no
 // process.
 void finishSwap(const std::filesystem::path& folder, StatusFile& status);
 
-// For root, who may be the first to open a store of another user.
-void giveLockFileToOwner(const std::filesystem::path& folder);
-
 }  // namespace Kestrav::Config

@@ -43,7 +43,7 @@ std::string foreignWriters(const struct stat& info, Group group) {
   if ((info.st_mode & S_IWOTH) != 0) return std::string("everybody can write to it, mode ") + mode;
   if ((info.st_mode & S_IWGRP) == 0 || group == info.st_gid) return {};
   return "group " + std::to_string(info.st_gid) + " can write to it, mode " + mode +
-         ", and is not the group of the store's options";
+         ", and is not the group of the store's options (vexactl --group)";
 }
 
 void makeParents(const std::filesystem::path& folder) {
@@ -69,6 +69,19 @@ void checkFile(const std::filesystem::path& path, Group group) {
   if (info.st_nlink > 1) refuse("it has a second name (hard link)", StoreError::kForeignFile);
   const std::string writers = foreignWriters(info, group);
   if (!writers.empty()) refuse(writers, StoreError::kCannotOpen);
+}
+
+// Best effort: only root gives files away, and a user gives them to own groups only. Then the lock
+// file is for the user of this process.
+void makeLikeDataFile(int fd, const std::filesystem::path& folder) {
+  struct stat own {};
+  struct stat data {};
+  if (::fstat(fd, &own) != 0 || ::stat((folder / "data.mdb").c_str(), &data) != 0) return;
+  const uid_t owner = ::geteuid() == 0 ? data.st_uid : own.st_uid;
+  if ((owner != own.st_uid || data.st_gid != own.st_gid) && ::fchown(fd, owner, data.st_gid) != 0) {
+    return;
+  }
+  static_cast<void>(!::fchmod(fd, data.st_mode & 0777));
 }
 
 }  // namespace
@@ -141,6 +154,7 @@ void prepareLockFile(const std::filesystem::path& folder, unsigned readers, bool
     struct stat info {};
     if (::fstat(fd, &info) != 0) cannot("open", path, errno);
     auto size = static_cast<std::size_t>(info.st_size);
+    if (size == 0) makeLikeDataFile(fd, folder);
     if (!inUse) size = std::max(size, (std::size_t{readers} + 2) * kLockLine);
     if (size != 0) allocate(fd, size, path);
   } catch (...) {

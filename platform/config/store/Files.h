@@ -39,8 +39,10 @@ void checkFiles(const std::filesystem::path& folder, Group group);
 // does not have ends the process with a signal. Throws Exception.
 void allocate(int fd, std::size_t bytes, const std::filesystem::path& path);
 
-// Makes LMDB's lock file, with room for `readers`, and takes its blocks, because LMDB maps it. The
-// file keeps its size when another process has it open (`inUse`). REQUIRES: this process has not.
+// Makes LMDB's lock file, with room for `readers`, and takes its blocks, because LMDB maps it. A
+// new one gets owner, group and mode of the data file, so that everybody who uses that can use it.
+// The file keeps its size when another process has it open (`inUse`). REQUIRES: this process has
+// not.
 void prepareLockFile(const std::filesystem::path& folder, unsigned readers, bool inUse);
 
 // While it exists, a write of this thread beyond RLIMIT_FSIZE fails with EFBIG and raises no

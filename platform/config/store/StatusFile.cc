@@ -124,6 +124,13 @@ StatusFile::Control& StatusFile::control() const {
   return *reinterpret_cast<Control*>(static_cast<char*>(map_) + Zone::kSize);
 }
 
+bool StatusFile::isAt(const std::filesystem::path& path) const {
+  struct stat own {};
+  struct stat present {};
+  return ::fstat(fd_, &own) == 0 && ::stat(path.c_str(), &present) == 0 &&
+         own.st_dev == present.st_dev && own.st_ino == present.st_ino;
+}
+
 std::uint64_t StatusFile::swaps() const {
   return control().swaps.load();
 }

@@ -42,6 +42,9 @@ class StatusFile {
     int fd_;
   };
 
+  // Whether this is the file of that name.
+  bool isAt(const std::filesystem::path& path) const;
+
   // Counts replacements of the data file that may have happened. A process that sees a new number
   // looks whether it has the present file open.
   std::uint64_t swaps() const;

@@ -41,6 +41,10 @@ struct StoreCore {
     if (status->swaps() != swapsSeen.load()) followSwap();
   }
 
+  // For a writer that found that its data file has lost its name: makes all processes look for the
+  // present one. Throws Exception kForeignFile when another store has taken the place of this one.
+  void announceSwap();
+
   const std::filesystem::path folder;
   const ConfigStore::Options options;
   const unsigned generation;
@@ -82,6 +86,7 @@ struct StoreCore {
  private:
   std::uint32_t openEnvironment(std::size_t mapSize, bool create, bool inUse);
   void followSwap();
+  void refuseReplacedStore() const;
 };
 
 // Reads one revision for the life of the object. kShared: on the thread's own slot, at the revision
@@ -113,7 +118,8 @@ class ReadTransaction {
 // Calls `use` with the environment of the store in `folder`: the one that this process has open, or
 // one that is open during the call and whose sub-databases are not. Throws Exception kCannotOpen
 // when there is no store.
-void withEnvironment(const std::filesystem::path& folder, const std::function<void(LmdbEnv&)>& use);
+void withEnvironment(const std::filesystem::path& folder, Group group,
+                     const std::function<void(LmdbEnv&)>& use);
 
 // Publishes the store's revision in case its writer died between commit and publication. Returns
 // it.

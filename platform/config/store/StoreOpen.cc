@@ -139,7 +139,6 @@ std::shared_ptr<LmdbEnv> StoreCore::env() const {
 // Returns the schema. REQUIRES: StatusFile::Lock held.
 std::uint32_t StoreCore::openEnvironment(std::size_t mapSize, bool create, bool inUse) {
   prepareLockFile(folder, options.readerSlots, inUse);
-  giveLockFileToOwner(folder);
   auto made = LmdbEnv::share(std::make_shared<LmdbEnv>(folder, options, mapSize));
   const std::uint32_t schema = made->openDatabases(folder, create);
   status->dataFile(inodeOf(folder / "data.mdb"));
@@ -152,6 +151,19 @@ std::uint32_t StoreCore::openEnvironment(std::size_t mapSize, bool create, bool 
   return schema;  // the former environment is closed here, or when its last reader ends
 }
 
+// The lock of another store's status file is not held, and its lock file must not be removed.
+void StoreCore::refuseReplacedStore() const {
+  if (status->isAt(folder / "status")) return;
+  throw Exception("The store in " + folder.string() +
+                      " has been replaced by another one; restart this process to use it",
+                  StoreError::kForeignFile);
+}
+
+void StoreCore::announceSwap() {
+  refuseReplacedStore();
+  status->swapped();
+}
+
 void StoreCore::followSwap() {
   const std::scoped_lock swapping(swapMutex);
   const std::uint64_t swaps = status->swaps();
@@ -162,6 +174,7 @@ void StoreCore::followSwap() {
   }
   const FileSizeSignalBlocked blocked;
   const StatusFile::Lock lock(*status);
+  refuseReplacedStore();
   finishSwap(folder, *status);
   checkFiles(folder, groupNamed(options.group));
   const DataFileState state = inspectDataFile(folder / "data.mdb");
@@ -175,10 +188,10 @@ void StoreCore::checkProcess() const {
                   StoreError::kForked);
 }
 
-void withEnvironment(const std::filesystem::path& folder,
+void withEnvironment(const std::filesystem::path& folder, Group group,
                      const std::function<void(LmdbEnv&)>& use) {
   std::unique_lock lock(registry().mutex);
-  const FolderId id = prepareFolder(folder, false, Group());
+  const FolderId id = prepareFolder(folder, false, group);
   const auto& entries = registry().entries;
   for (auto entry = entries.find(id); entry != entries.end(); entry = entries.find(id)) {
     if (const auto core = entry->second.core.lock()) {
@@ -190,7 +203,7 @@ void withEnvironment(const std::filesystem::path& folder,
     registry().closed.wait(lock);
   }
   const auto data = folder / "data.mdb";
-  checkFiles(folder, Group());
+  checkFiles(folder, group);
   if (!inspectDataFile(data).present) cannotOpen(folder, "there is none");
   const auto status = StatusFile::open(folder / "status");
   const ConfigStore::Options options;
@@ -199,7 +212,6 @@ void withEnvironment(const std::filesystem::path& folder,
     const StatusFile::Lock opening(*status);
     finishSwap(folder, *status);
     prepareLockFile(folder, options.readerSlots, processUsing(folder).has_value());
-    giveLockFileToOwner(folder);
     env = std::make_shared<LmdbEnv>(folder, options, inspectDataFile(data).mapSize);
   }
   use(*env);

@@ -11,6 +11,7 @@
 #include "platform/common/Exception.h"
 #include "platform/config/store/Contents.h"
 #include "platform/config/store/DataFile.h"
+#include "platform/config/store/Files.h"
 #include "platform/config/store/LmdbEnv.h"
 #include "platform/config/store/PageCheck.h"
 #include "platform/config/store/StoreCore.h"
@@ -82,7 +83,7 @@ Structure checkStructure(const std::filesystem::path& data) {
   return {store, std::move(result.damages)};
 }
 
-Verification verifyStore(const std::filesystem::path& folder) {
+Verification verifyStore(const std::filesystem::path& folder, const std::string& group) {
   Verification result;
   const auto verify = [&](LmdbEnv& env) {
     DataFile file(folder / "data.mdb", env.dataDescriptor());
@@ -108,7 +109,7 @@ Verification verifyStore(const std::filesystem::path& folder) {
     throw Exception("Store: other processes commit too fast", StoreError::kInternal);
   };
   try {
-    withEnvironment(folder, verify);
+    withEnvironment(folder, groupNamed(group), verify);
   } catch (const Exception& failure) {
     if (failure.code() != StoreError::kForeignFile) throw;
     result.damages.push_back(failure.message());

@@ -25,8 +25,10 @@ struct KESTRAV_API Verification {
 // Checks the newest revision: pages, order and counts, every row, index entry and journal entry.
 // Other processes may read and commit meanwhile. Damage is reported as far as it can be reached
 // and never ends the process. Throws Exception kCannotOpen when there is no store, and kNewerSchema
-// for a store of another schema. The process opens no store meanwhile, unless `folder` is open.
-KESTRAV_API Verification verifyStore(const std::filesystem::path& folder);
+// for a store of another schema. `group` as in ConfigStore::Options. The process opens no store
+// meanwhile, unless `folder` is open.
+KESTRAV_API Verification verifyStore(const std::filesystem::path& folder,
+                                     const std::string& group = {});
 
 class DataFile;
 
