@@ -153,6 +153,31 @@ TEST_F(FullDisk, FailsACommitAndKeepsWhatWasCommitted) {
   });
 }
 
+// Also when there is room for the data, but none for the new lock file, without which nobody reads.
+TEST_F(FullDisk, FailsACompactionAndKeepsTheStoreReadable) {
+  withDisk([](const fs::path& at) {
+    Disk disk(at);
+    const auto store = ConfigStore::open(disk.store());
+    require(fillWithNoise(*store, 20) == 1, "no first revision");
+    int failed = 0;
+    for (std::size_t pages = 0;; pages += 4) {
+      require(pages < 100, "no compaction with room");
+      disk.fill(pages * kPage);
+      const int code = codeOfFailure([&] { store->compact(); });
+      require(code == 0 || code == StoreError::kFull, "code " + std::to_string(code));
+      requireItems(*store, 20);
+      Child other({"open", disk.store()});
+      require(other.line() == "1", "another process cannot open it");
+      require(!fs::exists(disk.store() / "data.mdb.new"), "a file is left");
+      require(!fs::exists(disk.store() / "lock.mdb.new"), "a file is left");
+      disk.free();
+      if (code == 0) break;
+      ++failed;
+    }
+    require(failed > 3, "nothing failed");
+  });
+}
+
 // Room that ends within each of the files that are made.
 TEST_F(FullDisk, FailsToMakeAStoreAndMakesItLater) {
   withDisk([](const fs::path& at) {

@@ -43,19 +43,23 @@ void synchronise(const fs::path& path) {
 // Removes the file unless it got another name.
 class NewFile {
  public:
-  NewFile(fs::path path, const struct stat& like) : path_(std::move(path)) {
+  // `bytes` are zeros that have their blocks.
+  NewFile(fs::path path, const struct stat& like, std::size_t bytes = 0) : path_(std::move(path)) {
     ::unlink(path_.c_str());  // of a process that died
     const int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0) cannot("make", path_);
     const bool own = (like.st_uid == ::geteuid() && like.st_gid == ::getegid()) ||
                      ::fchown(fd, like.st_uid, like.st_gid) == 0;
     const bool mode = own && ::fchmod(fd, like.st_mode & 0777) == 0;
+    try {
+      if (!mode) cannot("make", path_);
+      if (bytes != 0) allocate(fd, bytes, path_);
+    } catch (...) {
+      ::close(fd);
+      ::unlink(path_.c_str());
+      throw;
+    }
     ::close(fd);
-    if (mode) return;
-    const int error = errno;
-    ::unlink(path_.c_str());
-    errno = error;
-    cannot("make", path_);
   }
   ~NewFile() {
     if (!path_.empty()) ::unlink(path_.c_str());
@@ -164,6 +168,13 @@ void copy(MDB_txn* txn, const LmdbEnv& env, const fs::path& to, std::size_t mapS
   writer.finish();
 }
 
+void recordSwap(const fs::path& folder, StatusFile& status) {
+  synchronise(folder);  // before anything is committed to the new file
+  status.swapped();
+  status.dataFile(
+      inodeOf(folder / "data.mdb"));  // last: until then, the next process does it again
+}
+
 // Empty when another process has replaced the data file.
 std::optional<ConfigStore::Compaction> replaceDataFile(StoreCore& core, LmdbEnv& env) {
   const std::scoped_lock lock(env.writeMutex());
@@ -188,9 +199,15 @@ std::optional<ConfigStore::Compaction> replaceDataFile(StoreCore& core, LmdbEnv&
   }
   const ConfigStore::Compaction sizes{static_cast<std::uint64_t>(former.st_size),
                                       fs::file_size(file.path())};
+  // With its blocks, because nobody could read the store when the disk had no room for them.
+  const fs::path lockName = core.folder / "lock.mdb";
+  std::error_code missing;
+  const std::uintmax_t lockBytes = fs::file_size(lockName, missing);
+  NewFile lockFile(core.folder / "lock.mdb.new", former, missing ? 0 : lockBytes);
   const StatusFile::Lock swapping(*core.status);  // nobody opens the store
   file.rename(data);
-  finishSwap(core.folder, *core.status);
+  lockFile.rename(lockName);
+  recordSwap(core.folder, *core.status);
   return sizes;
 }
 
@@ -206,9 +223,7 @@ void finishSwap(const fs::path& folder, StatusFile& status) {
   const std::uint64_t known = status.dataFile();
   if (inode == known || inode == 0 || known == 0) return;
   ::unlink((folder / "lock.mdb").c_str());
-  synchronise(folder);  // before anything is committed to the new file
-  status.swapped();
-  status.dataFile(inode);  // last: until then, the next process does all of it again
+  recordSwap(folder, status);
 }
 
 ConfigStore::Compaction ConfigStore::compact() {
