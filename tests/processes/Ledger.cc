@@ -54,6 +54,12 @@ ConfigStore::Options tightOptions() {
   return options;
 }
 
+ConfigStore::Options roomyOptions() {
+  ConfigStore::Options options = tightOptions();
+  options.initialMapSize = options.maximumMapSize = 64u << 20;
+  return options;
+}
+
 Accounts accountsIn(const Snapshot& snapshot) {
   Accounts accounts;
   for (int writer = 0; writer < kWriters; ++writer) {

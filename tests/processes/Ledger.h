@@ -22,6 +22,10 @@ using Accounts = std::array<Account, kWriters>;
 
 // A small journal and a small map, in which both are always at their limits.
 Config::ConfigStore::Options tightOptions();
+// The same with a map that never grows, for processes that make decisions: a decision holds a
+// snapshot while it waits for a profile, and the thread that makes the profile may wait for a
+// larger map.
+Config::ConfigStore::Options roomyOptions();
 
 Accounts accountsIn(const Config::Snapshot& snapshot);
 void putAccount(Config::ChangeSet& changes, int writer, const Account& account);

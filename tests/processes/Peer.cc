@@ -161,7 +161,7 @@ int main(int argc, char** argv) {
       {"write-traced", writeTraced, plainOptions()},
       {"read", read, plainOptions()},
       {"torture-write", tortureWrite, tightOptions()},
-      {"torture-follow", tortureFollow, tightOptions()},
+      {"torture-follow", tortureFollow, roomyOptions()},
       {"torture-look", tortureLook, tightOptions()},
   };
   const auto role = std::find_if(std::begin(roles), std::end(roles), [&](const auto& each) {
