@@ -131,7 +131,7 @@ ProfileFactory* ProfileFactory::instance() {
     factory = new ProfileFactory;
     s_made.store(factory, std::memory_order_release);
   }
-  // This thread may have pinned an older revision than the handlers will be told of.
+  // This thread may have pinned a revision from before the registration of the handlers.
   Config::Client::atNewestRevision([factory] { factory->start(); });
   s_instance.store(factory, std::memory_order_release);
   return factory;

@@ -164,9 +164,9 @@ TEST_F(EventsOfProcesses, ForkIsQuickBetweenTheRevisionsOfABacklog) {
   const Registered handler(new FolderHandler(
       notes_, "h", [] { std::this_thread::sleep_for(std::chrono::milliseconds(10)); }));
   Revision last = 0;
-  for (int change = 0; change < 100; ++change) last = putFolder(1, std::to_string(change));
+  for (int change = 0; change < 300; ++change) last = putFolder(1, std::to_string(change));
   const Testing::Folder second;
-  // At least one whole second of delivery is to come, and every child may attach.
+  // Seconds of delivery are to come, and every child may attach.
   for (int child = 0; child < 3; ++child) {
     EXPECT_EQ(inChild([&] {
                 ConfigStore::attach(ConfigStore::open(second.path() / "store"));
